@@ -147,8 +147,7 @@ TEST(LxC3DPlane, RayIntersectsForwardOnly)
     EXPECT_TRUE(
         plane.Intersect(LxC3DRay(LxC3DCoordsCCT(1.0, 2.0, 5.0), LxC3DCoordsCCT(0.0, 0.0, -3.0)), hit));
     ExpectPoint(hit, 1.0, 2.0, 4.0);
-    EXPECT_TRUE(
-        plane.Intersect(LxC3DRay(LxC3DCoordsCCT(3.0, 2.0, 4.0), LxC3DCoordsCCT(0.0, 0.0, 1.0)), hit));
+    EXPECT_TRUE(plane.Intersect(LxC3DRay(LxC3DCoordsCCT(3.0, 2.0, 4.0), LxC3DCoordsCCT(0.0, 0.0, 1.0)), hit));
     ExpectPoint(hit, 3.0, 2.0, 4.0);
 }
 
