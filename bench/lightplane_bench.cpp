@@ -48,10 +48,9 @@ SScene MakeScene()
         scene.lightPlanes.emplace_back(LxC3DCoordsCCT(0.0, c, 0.0), LxC3DCoordsCCT(1.0, alpha + c, 0.0),
                                        LxC3DCoordsCCT(0.0, beta + c, 1.0));
         scene.lightPlanes.back().OptimizeEquation(kFocalLength);
-        scene.planes.push_back(
-            Eigen::Hyperplane<double, 3>::Through(Eigen::Vector3d(0.0, c, 0.0), //
-                                                  Eigen::Vector3d(1.0, alpha + c, 0.0),
-                                                  Eigen::Vector3d(0.0, beta + c, 1.0)));
+        scene.planes.push_back(Eigen::Hyperplane<double, 3>::Through(Eigen::Vector3d(0.0, c, 0.0), //
+                                                                     Eigen::Vector3d(1.0, alpha + c, 0.0),
+                                                                     Eigen::Vector3d(0.0, beta + c, 1.0)));
     }
     for (int row = 0; row < kRows; ++row) {
         for (int edge = 0; edge < kEdges; ++edge) {
