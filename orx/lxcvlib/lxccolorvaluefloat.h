@@ -14,7 +14,7 @@ class ORX_EXPORT LxCColorValueFloat : public LxCFloat3
 {
 public:
     /// Index of a colour channel, here and in the stripe code.
-    enum EColor
+    enum EColor : int
     {
         eBlue = 0,
         eGreen = 1,
