@@ -1,0 +1,25 @@
+// Merging of channel extrema.
+#include "lxcccllocextremum.h"
+
+namespace LxCV {
+
+void LxCCCLLocExtremum::Combine(const LxCCCLLocExtremum& a, const LxCCCLLocExtremum& b,
+                                const LxCCCLLocExtremum& c, LxCEdgePosition& outPosition,
+                                LxCSymbol& outSymbol)
+{
+    outPosition = LxCEdgePosition::Combine3(a.m_fWeight, a.m_Position, b.m_fWeight, b.m_Position, c.m_fWeight,
+                                            c.m_Position);
+    outSymbol = a.m_Symbol;
+    outSymbol.CombineWith(b.m_Symbol);
+    outSymbol.CombineWith(c.m_Symbol);
+}
+
+void LxCCCLLocExtremum::Combine(const LxCCCLLocExtremum& a, const LxCCCLLocExtremum& b,
+                                LxCEdgePosition& outPosition, LxCSymbol& outSymbol)
+{
+    outPosition = LxCEdgePosition::Combine2(a.m_fWeight, a.m_Position, b.m_fWeight, b.m_Position);
+    outSymbol = a.m_Symbol;
+    outSymbol.CombineWith(b.m_Symbol);
+}
+
+} // namespace LxCV
