@@ -1,0 +1,6 @@
+// The text type of the base services.
+#pragma once
+
+#include <string>
+
+using BtString = std::wstring;
