@@ -1,0 +1,30 @@
+// Counts the memory allocations of the calling thread.
+#pragma once
+
+#include <cstddef>
+
+namespace LxCV {
+
+/// Counts calls of operator new, in the test program and in the libraries that it loads, by the thread that
+/// constructed it. Calls of malloc are not seen.
+///
+///     const AllocationCount allocations;
+///     ... the code under test ...
+///     EXPECT_EQ(allocations.Get(), 0U);
+///
+/// The operators are replaced in allocationcount_test.cpp, once for the whole test program.
+class AllocationCount
+{
+public:
+    AllocationCount() : m_Start(GetTotal()) {}
+
+    /// Allocations since construction.
+    std::size_t Get() const { return GetTotal() - m_Start; }
+
+private:
+    static std::size_t GetTotal();
+
+    std::size_t m_Start;
+};
+
+} // namespace LxCV
