@@ -121,15 +121,18 @@ CArgument::CArgument(const wchar_t* text)
     : m_value(text != nullptr ? std::wstring(text) : std::wstring(L"(null)"))
 {}
 
+bool CLogger::IsEnabled(ELevel level)
+{
+    const State& state = TheState();
+    return state.captureDepth.load(std::memory_order_acquire) > 0 ||
+           level >= state.level.load(std::memory_order_relaxed);
+}
+
 void CLogger::Log(ELevel level, const CFormat& format, const std::vector<CArgument>& arguments) const
 {
     State& state = TheState();
-    const bool captured = state.captureDepth.load(std::memory_order_acquire) > 0;
-    if (!captured && level < state.level.load(std::memory_order_relaxed)) {
-        return;
-    }
     std::wstring text = Format(format.text, arguments);
-    if (captured) {
+    if (state.captureDepth.load(std::memory_order_acquire) > 0) {
         const std::lock_guard lock(state.mutex);
         if (!state.captures.empty()) {
             state.captures.back().records.push_back({level, m_channel, std::move(text)});

@@ -25,7 +25,8 @@ enum class ELevel
 class ORX_EXPORT CArgument
 {
 public:
-    using Value = std::variant<long long, unsigned long long, double, std::wstring, const void*>;
+    using Value =
+        std::variant<int, unsigned int, long long, unsigned long long, double, std::wstring, const void*>;
 
     template <typename T>
     requires(std::is_integral_v<T> || std::is_enum_v<T>) CArgument(T value) : m_value(FromIntegral(value)) {}
@@ -45,6 +46,10 @@ private:
     {
         if constexpr (std::is_enum_v<T>) {
             return FromIntegral(static_cast<std::underlying_type_t<T>>(value));
+        } else if constexpr (sizeof(T) <= sizeof(int)) {
+            // Kept as wide as printf takes them, so that "%x" of a negative int has eight digits.
+            using Promoted = std::conditional_t<std::is_same_v<T, unsigned int>, unsigned int, int>;
+            return Value(static_cast<Promoted>(value));
         } else if constexpr (std::is_signed_v<T>) {
             return Value(static_cast<long long>(value));
         } else {
@@ -81,27 +86,36 @@ public:
     template <typename... Args>
     void Debug(CFormat format, const Args&... args) const
     {
-        Log(ELevel::eDebug, format, {CArgument(args)...});
+        if (IsEnabled(ELevel::eDebug)) {
+            Log(ELevel::eDebug, format, {CArgument(args)...});
+        }
     }
     template <typename... Args>
     void Info(CFormat format, const Args&... args) const
     {
-        Log(ELevel::eInfo, format, {CArgument(args)...});
+        if (IsEnabled(ELevel::eInfo)) {
+            Log(ELevel::eInfo, format, {CArgument(args)...});
+        }
     }
     template <typename... Args>
     void Warning(CFormat format, const Args&... args) const
     {
-        Log(ELevel::eWarning, format, {CArgument(args)...});
+        if (IsEnabled(ELevel::eWarning)) {
+            Log(ELevel::eWarning, format, {CArgument(args)...});
+        }
     }
     template <typename... Args>
     void Error(CFormat format, const Args&... args) const
     {
-        Log(ELevel::eError, format, {CArgument(args)...});
+        if (IsEnabled(ELevel::eError)) {
+            Log(ELevel::eError, format, {CArgument(args)...});
+        }
     }
 
     const std::wstring& GetChannel() const { return m_channel; }
 
 private:
+    static bool IsEnabled(ELevel level);
     void Log(ELevel level, const CFormat& format, const std::vector<CArgument>& arguments) const;
 
     std::wstring m_channel;
