@@ -8,15 +8,18 @@ namespace LxCV {
 namespace {
 
 template <typename Text>
-Text ReplaceAllIn(Text text, const Text& from, const Text& to)
+Text ReplaceAllIn(const Text& text, const Text& from, const Text& to)
 {
     if (from.empty() || from == to) {
         return text;
     }
-    for (std::size_t at = text.find(from); at != Text::npos; at = text.find(from, at + to.size())) {
-        text.replace(at, from.size(), to);
+    Text replaced;
+    std::size_t begin = 0;
+    for (std::size_t at = text.find(from); at != Text::npos; at = text.find(from, begin)) {
+        replaced.append(text, begin, at - begin).append(to);
+        begin = at + from.size();
     }
-    return text;
+    return replaced.append(text, begin, Text::npos);
 }
 
 } // namespace
