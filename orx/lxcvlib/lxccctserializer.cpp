@@ -4,6 +4,7 @@
 #include "orx/logging/logger.h"
 #include "stringutils.h"
 
+#include <algorithm>
 #include <ios>
 #include <locale>
 #include <type_traits>
@@ -189,22 +190,15 @@ bool LxCCCTSerializer::FindExtractSection(const std::string& name)
 
 bool LxCCCTSerializer::FindExtractSection(const std::string& name, SectionData& out)
 {
+    const std::string wanted = name; // `name` may be an element of `out`
     out.clear();
-    std::size_t line = m_vLines.size();
-    if (name.starts_with(':')) {
-        if (const auto found = m_SectionIndex.find(name); found != m_SectionIndex.end()) {
-            line = found->second;
-        }
-    } else {
-        for (line = 0; line < m_vLines.size() && m_vLines[line] != name; ++line) {
-        }
-    }
+    std::size_t line = FindLine(wanted);
     if (line == m_vLines.size()) {
-        std::string message = "CCCTSerializer::FindExtractSection: Section " + name + " not found.\n";
+        std::string message = "CCCTSerializer::FindExtractSection: Section " + wanted + " not found.\n";
         logInfo(message);
         return false;
     }
-    out.push_back(name);
+    out.push_back(wanted);
     do {
         const std::string& text = m_vLines[line];
         if (const std::size_t equals = text.find('='); equals != std::string::npos) {
@@ -216,6 +210,15 @@ bool LxCCCTSerializer::FindExtractSection(const std::string& name, SectionData& 
     return true;
 }
 
+std::size_t LxCCCTSerializer::FindLine(const std::string& text) const
+{
+    if (text.starts_with(':')) {
+        const auto found = m_SectionIndex.find(text);
+        return found != m_SectionIndex.end() ? found->second : m_vLines.size();
+    }
+    return static_cast<std::size_t>(std::find(m_vLines.begin(), m_vLines.end(), text) - m_vLines.begin());
+}
+
 bool LxCCCTSerializer::HasSameData(LxCCCTSerializer& other)
 {
     return WithoutTrailingNuls(m_Stream.str()) == WithoutTrailingNuls(other.m_Stream.str());
@@ -223,7 +226,13 @@ bool LxCCCTSerializer::HasSameData(LxCCCTSerializer& other)
 
 void LxCCCTSerializer::ReadFromStringStream(std::stringstream& source)
 {
-    m_Stream << std::string(std::istreambuf_iterator<char>(source), {});
+    AppendText(source.view());
+}
+
+void LxCCCTSerializer::AppendText(std::string_view text)
+{
+    m_Stream.clear();
+    m_Stream.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 std::size_t LxCCCTSerializer::GetTextSize() const

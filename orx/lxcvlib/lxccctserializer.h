@@ -76,7 +76,7 @@ public:
     /// Whether both texts are the same bytes, trailing NUL bytes aside.
     bool HasSameData(LxCCCTSerializer& other);
 
-    /// Appends the rest of `source` to the text; `Init` is called after it.
+    /// Appends the whole content of `source`, wherever it has been read to, to the text; `Init` is called after it.
     void ReadFromStringStream(std::stringstream& source);
 
     /// Bytes of text held; bounds what a count in the text can ask for.
@@ -88,8 +88,14 @@ protected:
     std::stringstream& GetStream() { return m_Stream; }
     void SetStoring(bool storing) { m_bStoring = storing; }
 
+    /// Appends to the text, also where the stream was read to its end before.
+    void AppendText(std::string_view text);
+
 private:
     void BuildLineTable();
+
+    /// Index of the first line that is `text`; the number of lines where none is.
+    std::size_t FindLine(const std::string& text) const;
 
     std::vector<std::string> m_vLines;
     SectionData m_vSectionData;

@@ -84,7 +84,7 @@ bool LxCBlockComment::write(LxCCCTSerializer& serializer)
 
 void LxCPropertyBag::add(LxISerializedProperty* property)
 {
-    m_vProperties.emplace_back(property);
+    m_vProperties.push_back(std::shared_ptr<LxISerializedProperty>(property));
 }
 
 bool LxCPropertyBag::serialize(LxCCCTSerializer& serializer, const std::string& sectionName,
