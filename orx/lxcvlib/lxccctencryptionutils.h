@@ -1,0 +1,50 @@
+// The compressed and encrypted container that section text travels in.
+#pragma once
+
+#include "orx/base/export.h"
+
+#include <array>
+#include <iosfwd>
+#include <optional>
+
+namespace LxCV {
+
+/// Packs section text into a container and unpacks it. Integers are little-endian, sizes are in bytes.
+///
+/// Version 2, the one that is written: the byte 2; the uncompressed, the compressed and the encrypted size, each
+/// an unsigned 32-bit integer; then the zlib stream of the text, encrypted by `CVantaCrypt` (AES-256-GCM). Version
+/// 1, only read: the byte 1; the uncompressed and the compressed size; the zlib stream as it is. What follows a
+/// container in its stream is not looked at, since a device's storage area is longer than what it holds.
+///
+/// The functions keep no state and may run on many threads at once, each on streams of its own.
+class ORX_EXPORT LxCCCTEncryptionUtils
+{
+public:
+    LxCCCTEncryptionUtils() = default;
+    LxCCCTEncryptionUtils(const LxCCCTEncryptionUtils&) = default;
+    LxCCCTEncryptionUtils& operator=(const LxCCCTEncryptionUtils&) { return *this; }
+    LxCCCTEncryptionUtils& operator=(LxCCCTEncryptionUtils&&) noexcept { return *this; }
+
+    /// Writes the whole text, wherever it has been read to, to `sink` as a container of version 2. Logs to the
+    /// channel "Diagnostics.Lumorad".
+    /// @return whether it was written. A text that compresses to 65523 bytes or more, which the device has no room
+    /// for, is deliberately no failure: it is logged as an error, nothing is written, and the result is true
+    static bool EncryptAndCompress(std::stringstream& text, std::ostream& sink);
+
+    /// Reads a container of either version and appends its text, and behind it one NUL byte, to `text`.
+    ///
+    /// The container may be hostile: memory is taken as bytes really come, and a container that is cut, changed,
+    /// made under another key or that lies about a size is refused.
+    /// @return whether it was read; on failure `text` is as it was, and the log has the line
+    /// "Read ini-file failed" at error level
+    static bool DecryptAndDecompress(std::stringstream& text, std::istream& source);
+
+protected:
+    static constexpr std::size_t mcs_uiKeySize = 32;
+
+    /// The key of all devices. It is in no source: each call reads it from the machine's key file, which is made
+    /// where there is none. Nothing where that fails, with a log line.
+    static std::optional<std::array<unsigned char, mcs_uiKeySize>> mcs_vcKeyBlob();
+};
+
+} // namespace LxCV
