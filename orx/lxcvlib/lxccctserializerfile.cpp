@@ -1,0 +1,79 @@
+// Opens, reads and writes the file of a serializer.
+#include "lxccctserializerfile.h"
+
+#include "orx/logging/logger.h"
+#include "orx/platform/paths.h"
+#include "stringutils.h"
+
+#include <array>
+
+namespace LxCV {
+
+namespace {
+
+const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCCCTSerializerFile");
+
+/// The rest of an open file. Blockwise, since a read error is then a state of the stream and no exception.
+std::string ReadRest(std::istream& file)
+{
+    std::string text;
+    std::array<char, 1 << 16> block{};
+    do {
+        file.read(block.data(), block.size());
+        text.append(block.data(), static_cast<std::size_t>(file.gcount()));
+    } while (file.good());
+    return text;
+}
+
+} // namespace
+
+LxCCCTSerializerFile::LxCCCTSerializerFile() = default;
+LxCCCTSerializerFile::~LxCCCTSerializerFile() = default;
+LxCCCTSerializerFile::LxCCCTSerializerFile(LxCCCTSerializerFile&&) noexcept = default;
+LxCCCTSerializerFile& LxCCCTSerializerFile::operator=(LxCCCTSerializerFile&&) noexcept = default;
+
+bool LxCCCTSerializerFile::Init(const std::string& path, bool storing)
+{
+    if (path.rfind('.') == std::string::npos) {
+        return false;
+    }
+    SetStoring(storing);
+    m_File.close();
+    m_File.clear();
+    m_File.open(platform::NativePath(path),
+                std::ios_base::binary | (storing ? std::ios_base::out : std::ios_base::in));
+    std::string text;
+    if (!storing && m_File.is_open()) {
+        text = ReadRest(m_File);
+    }
+    if (!m_File.is_open() || m_File.bad()) {
+        std::string message = "CCCTSerializer::Init: could not open '" + path +
+                              (storing ? "' for writing!\n" : "' for reading!\n");
+        logInfo(message);
+        return false;
+    }
+    if (!storing) {
+        AppendText(text);
+    }
+    return LxCCCTSerializer::Init(storing, true);
+}
+
+bool LxCCCTSerializerFile::Init(const std::wstring& path, bool storing)
+{
+    return Init(ws2s(path), storing);
+}
+
+bool LxCCCTSerializerFile::Exit()
+{
+    if (IsStoring()) {
+        const std::string_view text = GetStream().view();
+        m_File.write(text.data(), static_cast<std::streamsize>(text.size()));
+    }
+    m_File.close(); // sets the fail state where it fails
+    if (IsStoring() && m_File.fail()) {
+        s_Logger.Warning(L"The text of a serializer was not written whole.\n");
+    }
+    return true;
+}
+
+} // namespace LxCV
