@@ -9,7 +9,7 @@ void LxCCalibThres::Reset()
 {
     m_iImgMargin = 5;
     m_iImgMarginBottom = 0;
-    m_iSmoothingMode = 1;
+    m_eSmoothingMode = CCTImage::eSM_Gaussian;
     m_iKernelSizeX = 5;
     m_iKernelSizeY = 5;
     m_dMarginPercent = 0.015;
@@ -25,10 +25,12 @@ void LxCCalibThres::Serialize(LxCCCTSerializer& serializer, const std::string& s
         // Not the virtual one: a descendant has read its own members already.
         LxCCalibThres::Reset();
     }
+    int smoothingMode = m_eSmoothingMode;
+
     LxCPropertyBag bag;
     bag.addScalar(m_iImgMargin, "ImgMargin");
     bag.addScalar(m_iImgMarginBottom, "ImgMarginBottom");
-    bag.addScalar(m_iSmoothingMode, "SmoothingMode");
+    bag.addScalar(smoothingMode, "SmoothingMode");
     bag.addScalar(m_iKernelSizeX, "KernelSizeX");
     bag.addScalar(m_iKernelSizeY, "KernelSizeY");
     bag.addScalar(m_dMarginPercent, "MarginPercent");
@@ -37,6 +39,8 @@ void LxCCalibThres::Serialize(LxCCCTSerializer& serializer, const std::string& s
     bag.addScalar(m_iMaxIterationsPropIDs, "MaxIterationsPropIDs");
     bag.addScalar(m_bUseAutoThresholds, "UseAutoThresholds");
     bag.serialize(serializer, section, true);
+
+    m_eSmoothingMode = static_cast<CCTImage::ESmoothingMode>(smoothingMode);
 }
 
 } // namespace LxCV

@@ -1,6 +1,7 @@
 // Thresholds that every calibration target carries.
 #pragma once
 
+#include "cctimage.h"
 #include "orx/base/export.h"
 
 #include <string>
@@ -9,7 +10,8 @@ namespace LxCV {
 
 class LxCCCTSerializer;
 
-/// Tuning values of the location of calibration marks, common to all targets; the target's data file sets them.
+/// Tuning values of the location of calibration marks, common to all targets; the target's data file sets
+/// them.
 ///
 /// A plain record: members may be read and written freely. Lengths in the image are pixels.
 class ORX_EXPORT LxCCalibThres
@@ -26,11 +28,11 @@ public:
     /// Writes or reads the members under `section`. A key that a loaded text lacks gets its default.
     virtual void Serialize(LxCCCTSerializer& serializer, const std::string& section);
 
-    int m_iImgMargin;            ///< pixels; marks closer than this to the image border are not used
-    int m_iImgMarginBottom;      ///< pixels; additional strip at the bottom of the image
-    int m_iSmoothingMode;        ///< mode of the image smoothing
-    int m_iKernelSizeX;          ///< pixels; smoothing kernel width
-    int m_iKernelSizeY;          ///< pixels; smoothing kernel height
+    int m_iImgMargin;       ///< pixels; marks closer than this to the image border are not used
+    int m_iImgMarginBottom; ///< pixels; additional strip at the bottom of the image
+    CCTImage::ESmoothingMode m_eSmoothingMode; ///< any number that a data file tells is carried
+    int m_iKernelSizeX;                        ///< pixels; smoothing kernel width
+    int m_iKernelSizeY;                        ///< pixels; smoothing kernel height
     double m_dMarginPercent;     ///< fraction of the target's extent that is left free on each side
     bool m_bFishEyeLens;         ///< relaxed neighbour search for strong distortion
     double m_dPseudoKappa2Tsai;  ///< 1/mm^2; distortion used to extrapolate mark positions; 0 switches it off

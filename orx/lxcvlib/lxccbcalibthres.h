@@ -7,8 +7,8 @@
 
 namespace LxCV {
 
-/// Tuning values of the location and identification of checkerboard corners. Edge lengths and distances along an
-/// edge count pixels of the traced edge; gradient amounts are grey levels.
+/// Tuning values of the location and identification of checkerboard corners. Edge lengths and distances along
+/// an edge count pixels of the traced edge; gradient amounts are grey levels.
 class ORX_EXPORT LxCCBCalibThres : public LxCCalibThres
 {
 public:
@@ -32,8 +32,8 @@ public:
     /// Restores the defaults of this class's members and leaves the base's alone.
     void Reset() override;
 
-    /// Own members under `section`, the base's under `section` + "::Base". After loading, `m_iMinEdgeLen` is at
-    /// least 1, `m_iMaxEdgeLen` at least `m_iMinEdgeLen`, and an empty `m_sTargetIdS` becomes the number
+    /// Own members under `section`, the base's under `section` + "::Base". After loading, `m_iMinEdgeLen` is
+    /// at least 1, `m_iMaxEdgeLen` at least `m_iMinEdgeLen`, and an empty `m_sTargetIdS` becomes the number
     /// `m_uiTargetId` as signed decimal of at least eight digits.
     void Serialize(LxCCCTSerializer& serializer, const std::string& section) override;
 

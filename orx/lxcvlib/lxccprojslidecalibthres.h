@@ -28,7 +28,8 @@ public:
     /// Restores the defaults of this class's members and leaves the base's alone.
     void Reset() override;
 
-    /// Own members under `section`, the base's under `section` + "::Base". Loading ends with `ResetMarkerMask`.
+    /// Own members under `section`, the base's under `section` + "::Base". Loading ends with
+    /// `ResetMarkerMask`.
     void Serialize(LxCCCTSerializer& serializer, const std::string& section) override;
 
     /// 1 + the index of `stripe` in `m_viCalibMarkPos`, or 0 for a stripe without marks.
@@ -38,8 +39,8 @@ public:
     bool LSHasMarker(int stripe) const;
 
     /// Whether slide position `pos` along the edge between `stripe` - 1 and `stripe` lies on a mark or near
-    /// one: one of both stripes bears marks, and `pos` is less than `m_iBlankOutMarkerWidth` away from an entry
-    /// of `m_viBlankOutMarkerPos`.
+    /// one: one of both stripes bears marks, and `pos` is less than `m_iBlankOutMarkerWidth` away from an
+    /// entry of `m_viBlankOutMarkerPos`.
     bool IsCloseByMarkerPosition(int stripe, double pos) const;
 
     /// Gives the marker mask one entry per visible row: rows 580, 350, 115, further ones 0, and the tolerance

@@ -14,7 +14,7 @@ void SetAllToOtherValues(LxCCalibThres& thres)
 {
     thres.m_iImgMargin = 11;
     thres.m_iImgMarginBottom = 12;
-    thres.m_iSmoothingMode = 2;
+    thres.m_eSmoothingMode = CCTImage::eSM_Blur;
     thres.m_iKernelSizeX = 7;
     thres.m_iKernelSizeY = 9;
     thres.m_dMarginPercent = 0.25;
@@ -28,7 +28,7 @@ void ExpectOtherValues(const LxCCalibThres& thres)
 {
     EXPECT_EQ(thres.m_iImgMargin, 11);
     EXPECT_EQ(thres.m_iImgMarginBottom, 12);
-    EXPECT_EQ(thres.m_iSmoothingMode, 2);
+    EXPECT_EQ(thres.m_eSmoothingMode, 2);
     EXPECT_EQ(thres.m_iKernelSizeX, 7);
     EXPECT_EQ(thres.m_iKernelSizeY, 9);
     EXPECT_EQ(thres.m_dMarginPercent, 0.25);
@@ -42,7 +42,7 @@ void ExpectDefaults(const LxCCalibThres& thres)
 {
     EXPECT_EQ(thres.m_iImgMargin, 5);
     EXPECT_EQ(thres.m_iImgMarginBottom, 0);
-    EXPECT_EQ(thres.m_iSmoothingMode, 1);
+    EXPECT_EQ(thres.m_eSmoothingMode, 1);
     EXPECT_EQ(thres.m_iKernelSizeX, 5);
     EXPECT_EQ(thres.m_iKernelSizeY, 5);
     EXPECT_EQ(thres.m_dMarginPercent, 0.015);
