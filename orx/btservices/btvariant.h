@@ -12,7 +12,7 @@
 class ORX_EXPORT BtVariant
 {
 public:
-    enum EType
+    enum EType : int
     {
         eEmpty = 0,
         eBool = 1,
