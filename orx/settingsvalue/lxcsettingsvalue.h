@@ -3,13 +3,15 @@
 
 #include "orx/base/export.h"
 
+#include <atomic>
 #include <string>
-#include <type_traits>
-#include <utility>
 
 namespace LxCV {
 
 /// What a settings value of any type shares: its name and its two flags.
+///
+/// The first use may happen on several threads at once: the value is fetched under a lock, and the loaded flag
+/// publishes it. Later uses take no lock. A host changes values, or invalidates them, while nobody measures.
 class ORX_EXPORT LxCSettingsValueBase
 {
 public:
@@ -21,10 +23,10 @@ public:
     /// Fetches the value from the host's settings, unless it is loaded. A key that neither the host nor the
     /// defaults define leaves the value as it is, with a warning.
     /// @param markLoaded whether later reads are to keep the value
-    /// @return whether the value was found
+    /// @return whether the value was found, true for a loaded value
     bool Read(bool markLoaded);
 
-    bool IsLoaded() const { return m_bLoaded; }
+    bool IsLoaded() const { return m_bLoaded.load(std::memory_order_acquire); }
     bool IsChanged() const { return m_bChanged; }
 
     /// Drops the loaded and changed flags, so that the next use fetches anew.
@@ -36,7 +38,7 @@ public:
 protected:
     virtual bool Fetch() = 0;
 
-    bool m_bLoaded = false;
+    std::atomic<bool> m_bLoaded{false};
     bool m_bChanged = false;
 
 private:
@@ -44,7 +46,7 @@ private:
     std::string m_sKey;
 };
 
-/// A settings value of type bool, int, float or std::wstring. No lock: settings are set before measuring.
+/// A settings value of type bool, int, float or std::wstring.
 template <typename T>
 class ORX_EXPORT LxCSettingsValue : public LxCSettingsValueBase
 {
@@ -54,7 +56,7 @@ public:
     /// The value, fetched from the settings store at first use.
     const T& Get()
     {
-        if (!m_bLoaded) {
+        if (!IsLoaded()) {
             Read(true);
         }
         return m_Value;
@@ -63,7 +65,7 @@ public:
     /// Stores the value; the changed flag is set if it differs from the present one.
     void Set(const T& value)
     {
-        if (!m_bLoaded) {
+        if (!IsLoaded()) {
             Read(true);
         }
         if (m_Value != value) {
