@@ -1,0 +1,103 @@
+// The settings values, their place in section text, and the settings that are checked.
+#include "lxclxcvlibsettings.h"
+
+#include "lxcpropertybag.h"
+#include "orx/logging/logger.h"
+#include "orx/parameter/lxcparametermanagercore.h"
+
+namespace LxCV {
+
+namespace {
+
+const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCLxCVLibSettings");
+
+bool IsCalibrationVariant(int value)
+{
+    return value >= LxCLxCVLibSettings::eCV_Variant0 && value <= LxCLxCVLibSettings::eCV_Variant2;
+}
+
+template <typename T>
+void AddSetting(LxCPropertyBag& bag, LxCSettingsValue<T>& value, const char* key)
+{
+    bag.add(new LxCSettingsValueProperty<T>(&value, value.Get(), key));
+}
+
+} // namespace
+
+#define LXC_VALUE(type, letter, key)                                                                         \
+    LxCSettingsValue<type> LxCLxCVLibSettings::m_##letter##key("LxCVLib", #key);
+#include "lxclxcvlibsettings.inc"
+
+LxCLxCVLibSettings::ECalibrationVariant LxCLxCVLibSettings::GetCalibrationVariant()
+{
+    const int variant = m_iCalibrationVariant.Get();
+    if (!IsCalibrationVariant(variant)) {
+        s_Logger.Error(L"invalid value for CalibrationVariant in lua settings");
+        return eCV_Variant1;
+    }
+    return static_cast<ECalibrationVariant>(variant);
+}
+
+void LxCLxCVLibSettings::SetCalibrationVariant(ECalibrationVariant value)
+{
+    m_iCalibrationVariant.Set(value);
+}
+
+LxCLxCVLibSettings::EReduceData LxCLxCVLibSettings::GetReduceData()
+{
+    if (!IsCalibrationVariant(m_iCalibrationVariant.Get())) {
+        s_Logger.Error(L"invalid value for ReduceData in lua settings");
+        return eRD_None;
+    }
+    return static_cast<EReduceData>(m_iReduceData.Get());
+}
+
+void LxCLxCVLibSettings::SetReduceData(EReduceData value)
+{
+    m_iReduceData.Set(value);
+}
+
+bool LxCLxCVLibSettings::IsReduced(EReduceData value)
+{
+    switch (value) {
+    case eRD_None:
+        return false;
+    case eRD_Reduction1:
+    case eRD_Reduction2:
+        return true;
+    }
+    s_Logger.Error(L"invalid enum");
+    return false;
+}
+
+bool LxCLxCVLibSettings::IsCalibrateColors()
+{
+    BtVariant value;
+    if (!BtSingleton<LxCParameterManagerCore>::Instance().GetParameterValue("ShadeDetectionEnabled", value)) {
+        return false;
+    }
+    bool enabled = false;
+    value.GetAs(enabled);
+    return enabled;
+}
+
+void LxCLxCVLibSettings::SerializeNonIniFileParams(LxCCCTSerializer* serializer,
+                                                   const std::string& sectionName)
+{
+    if (serializer == nullptr) {
+        return;
+    }
+    LxCPropertyBag bag;
+#define LXC_TEXT_KEY(type, letter, key, textKey) AddSetting(bag, m_##letter##key, textKey);
+#define LXC_BLOCK_COMMENT(text) bag.add(new LxCBlockComment(text));
+#include "lxclxcvlibsettings.inc"
+    bag.serialize(*serializer, sectionName, true);
+}
+
+void LxCLxCVLibSettings::Invalidate()
+{
+#define LXC_VALUE(type, letter, key) m_##letter##key.Invalidate();
+#include "lxclxcvlibsettings.inc"
+}
+
+} // namespace LxCV
