@@ -1,0 +1,70 @@
+// What the virtual device looks at: surfaces that answer where a ray meets them.
+#pragma once
+
+#include "scanner/device/geometry.h"
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace device {
+
+/// Blue, green, red.
+using Colour = std::array<double, 3>;
+
+/// A ray from `origin` (mm) along `direction`, which need not be of unit length.
+struct Ray
+{
+    Vec3 origin;
+    Vec3 direction;
+};
+
+/// Where a ray first meets a scene.
+struct Hit
+{
+    double distance = 0.0; ///< in units of the ray's direction
+    Vec3 point;            ///< mm
+    Vec3 normal;           ///< unit length, towards the side that the ray comes from
+    Colour albedo{};       ///< share of light that is reflected, 0..1
+    int surface = 0;       ///< which smooth piece of the scene this is
+};
+
+/// A scene in camera coordinates: mm, the camera at the origin, z along its axis away from it. Const operations may
+/// run on many threads at once.
+class Scene
+{
+public:
+    virtual ~Scene() = default;
+
+    /// The first hit at a positive distance, if there is any.
+    virtual std::optional<Hit> Intersect(const Ray& ray) const = 0;
+
+    /// Whether the scene stands between `eye` and its own point `point`. The default asks `Intersect`.
+    virtual bool Hides(const Vec3& eye, const Vec3& point) const;
+};
+
+/// The names that `MakeScene` knows.
+std::vector<std::string> SceneNames();
+
+/// A ready-made scene: "plane", "tilted", "sphere", "step" or "molar", at a working distance of about 33 mm.
+/// @throws std::invalid_argument for another name
+std::unique_ptr<Scene> MakeScene(const std::string& name);
+
+/// A plane through `point` (mm) with the given normal. `texture` is the share by which the albedo varies.
+std::unique_ptr<Scene> MakePlane(const Vec3& point, const Vec3& normal, const Colour& albedo,
+                                 double texture = 0.0);
+
+/// A ball in front of a backdrop, the plane z = `backdrop` (mm). Surface 0 is the ball, surface 1 the backdrop.
+std::unique_ptr<Scene> MakeBall(const Vec3& centre, double radius, double backdrop, const Colour& albedo);
+
+/// Two planes z = `nearDepth` and z = `farDepth` (mm), joined by a wall that is parallel to the z axis. The near
+/// plane lies where across.x x + across.y y < offset. Surface 0 is the near plane, 1 the wall, 2 the far plane.
+std::unique_ptr<Scene> MakeStep(double nearDepth, double farDepth, const Vec2& across, double offset,
+                                const Colour& albedo);
+
+/// A surface like the chewing side of a molar: a crown with five cusps, fissures and steep flanks in a gum.
+std::unique_ptr<Scene> MakeMolar();
+
+} // namespace device
