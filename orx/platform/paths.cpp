@@ -13,7 +13,6 @@ namespace platform {
 
 namespace {
 
-constexpr const char* kMachineDataDir = "/var/lib/lxcvlib";
 constexpr const char* kDataDirName = "lxcvlib";
 
 template <typename Char>
@@ -43,11 +42,11 @@ std::basic_string_view<Char> FolderOfText(std::basic_string_view<Char> path)
     return path.substr(0, length);
 }
 
-bool IsUsableFolder(const char* folder)
+bool IsUsableFolder(const std::string& folder)
 {
     std::error_code error;
     std::filesystem::create_directory(folder, error);
-    return std::filesystem::is_directory(folder, error) && access(folder, W_OK | X_OK) == 0;
+    return std::filesystem::is_directory(folder, error) && access(folder.c_str(), W_OK | X_OK) == 0;
 }
 
 /// The home folder by the environment, else by the user database; empty where neither knows one.
@@ -114,21 +113,21 @@ std::string GetEnvironmentText(const char* name)
     return value != nullptr ? value : "";
 }
 
-std::string GetProgramDataDir()
+std::string GetProgramDataDir(const std::string& machineWide)
 {
     std::string folder = GetEnvironmentText("PROGRAMDATA");
     if (!folder.empty()) {
         return folder;
     }
-    if (IsUsableFolder(kMachineDataDir)) {
-        return kMachineDataDir;
+    if (IsUsableFolder(machineWide)) {
+        return machineWide;
     }
     folder = GetEnvironmentText("XDG_DATA_HOME");
     if (!folder.empty()) {
         return folder + "/" + kDataDirName;
     }
     folder = GetHomeDir();
-    return folder.empty() ? kMachineDataDir : folder + "/.local/share/" + kDataDirName;
+    return folder.empty() ? machineWide : folder + "/.local/share/" + kDataDirName;
 }
 
 } // namespace platform

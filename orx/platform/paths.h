@@ -31,9 +31,9 @@ ORX_EXPORT std::string GetExecutablePath();
 ORX_EXPORT std::string GetEnvironmentText(const char* name);
 
 /// The folder that programs keep shared data in, as path text without a separator at its end: the environment
-/// variable PROGRAMDATA where set and not empty; else the machine-wide folder /var/lib/lxcvlib where this
-/// process can write to it or make it; else the user's: lxcvlib in XDG_DATA_HOME or in .local/share of the home
-/// folder. The machine-wide folder is made here where it is absent and may be made; no other folder is.
-ORX_EXPORT std::string GetProgramDataDir();
+/// variable PROGRAMDATA where set and not empty; else the machine-wide folder where this process can write to it
+/// or make it; else the user's: lxcvlib in XDG_DATA_HOME or in .local/share of the home folder. The machine-wide
+/// folder is made here where it is absent and may be made; no other folder is.
+ORX_EXPORT std::string GetProgramDataDir(const std::string& machineWide = "/var/lib/lxcvlib");
 
 } // namespace platform
