@@ -39,7 +39,7 @@ void PrintStatistics(std::ostream& stream, const LxCPinholeCamera& camera, Stati
 {
     SErrorLine line;
     if ((camera.*statistics)(line.mean, line.stddev, line.max, line.rms)) {
-        stream << heading << '\n' << line << unit << "\n\n";
+        stream << heading << line << unit << "\n\n";
     }
 }
 
@@ -49,7 +49,7 @@ void WriteStatistics(std::ostream& stream, const LxCPinholeCamera& camera, Stati
 {
     SErrorLine line;
     (camera.*statistics)(line.mean, line.stddev, line.max, line.rms);
-    stream << heading << '\n' << line << unit << "\n\n";
+    stream << heading << line << unit << "\n\n";
 }
 
 /// Between the plane z = 0 of the world and the image plane, in degrees.
@@ -102,14 +102,15 @@ void LxCPinholeCamera::PrintCalibResults(bool external, std::string& out, bool a
     stream << block << "\n\n";
 
     PrintStatistics(stream, *this, &LxCPinholeCamera::DistortedImagePlaneErrorStats,
-                    "Distorted image plane error:", " [pix]");
+                    "Distorted image plane error:\n", " [pix]");
     PrintStatistics(stream, *this, &LxCPinholeCamera::UndistortedImagePlaneErrorStats,
-                    "Undistorted image plane error:", " [pix]");
+                    "Undistorted image plane error:\n", " [pix]");
     if (GetNrOfViews() > 1) {
         PrintStatistics(stream, *this, &LxCPinholeCamera::UndistortedImagePlaneErrorStatsMI,
-                        "Undistorted image plane error over all images:", " [pix]");
+                        "Undistorted image plane error over all images:\n", " [pix]");
     }
-    PrintStatistics(stream, *this, &LxCPinholeCamera::ObjectSpaceErrorStats, "Object space error:", " [mm]");
+    PrintStatistics(stream, *this, &LxCPinholeCamera::ObjectSpaceErrorStats, "Object space error:\n",
+                    " [mm]");
     double mean, stddev;
     if (NormalizedCalibrationError(mean, stddev)) {
         stream << "Normalized calibration error: " << mean << '\n';
@@ -148,14 +149,14 @@ void LxCPinholeCamera::WriteCalibResults(const std::string& fileName) const
          << "Tz/f\t= " << GetT(2) / params.GetFocalLength() << "\n\n";
 
     WriteStatistics(file, *this, &LxCPinholeCamera::DistortedImagePlaneErrorStats,
-                    "distorted image plane error:", " [pix]");
+                    "distorted image plane error:\n", " [pix]");
     WriteStatistics(file, *this, &LxCPinholeCamera::UndistortedImagePlaneErrorStats,
-                    "undistorted image plane error:", " [pix]");
+                    "undistorted image plane error:\n", " [pix]");
     if (GetNrOfViews() > 1) {
         WriteStatistics(file, *this, &LxCPinholeCamera::UndistortedImagePlaneErrorStatsMI,
-                        "undistorted image plane error over all images:", " [pix]");
+                        "undistorted image plane error over all images:\n", " [pix]");
     }
-    WriteStatistics(file, *this, &LxCPinholeCamera::ObjectSpaceErrorStats, "object space error:", " [mm]");
+    WriteStatistics(file, *this, &LxCPinholeCamera::ObjectSpaceErrorStats, "object space error:\n", " [mm]");
     double mean, stddev;
     NormalizedCalibrationError(mean, stddev);
     file << "normalized calibration error:"
