@@ -1,55 +1,9 @@
 // The bag and its properties that are no templates.
 #include "lxcpropertybag.h"
 
-#include <ios>
-#include <locale>
-#include <sstream>
+#include "integerlist.h"
 
 namespace LxCV {
-
-namespace {
-
-constexpr int c_iListPrecision = 2;
-
-std::string JoinIntegers(const std::vector<int>& values)
-{
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << std::fixed << std::showbase;
-    text.precision(c_iListPrecision);
-    const char* separator = "";
-    for (const int value : values) {
-        text << separator << value;
-        separator = ",";
-    }
-    return text.str();
-}
-
-int ParseInteger(const std::string& text)
-{
-    std::istringstream stream(text);
-    stream.imbue(std::locale::classic());
-    int value = 0;
-    stream >> value;
-    return stream.fail() ? 0 : value;
-}
-
-/// Cuts at every comma; a piece that is no number gives 0, and so does an empty text.
-std::vector<int> SplitIntegers(const std::string& text)
-{
-    std::vector<int> values;
-    std::size_t begin = 0;
-    for (;;) {
-        const std::size_t comma = text.find(',', begin);
-        values.push_back(ParseInteger(text.substr(begin, comma - begin)));
-        if (comma == std::string::npos) {
-            return values;
-        }
-        begin = comma + 1;
-    }
-}
-
-} // namespace
 
 LxCVectorProperty::LxCVectorProperty(std::vector<int>* variable, std::string key, std::string comment)
     : m_pVariable(variable), m_Default(*variable), m_sKey(std::move(key)), m_sComment(std::move(comment))
