@@ -5,7 +5,6 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <numbers>
 #include <utility>
@@ -224,15 +223,22 @@ int SolveCubic(const double coefficients[4], double roots[3])
     if (!std::all_of(c.begin(), c.end(), [](double value) { return std::isfinite(value); })) {
         return 0;
     }
-    double found[3];
+    double found[3] = {};
     const int count = c[3] != 0.0   ? SolveScaledCubic(c, found)
                       : c[2] != 0.0 ? SolveQuadratic(c, found)
                                     : SolveLinear(c, found);
-    // Coefficients of extreme ratio overflow on the way; what came out of that is no root.
-    double* const end = std::remove_if(found, found + count, [](double x) { return !std::isfinite(x); });
-    std::sort(found, end, std::greater<>());
-    std::copy(found, end, roots);
-    return static_cast<int>(end - found);
+    int kept = 0;
+    for (int i = 0; i < count; ++i) {
+        // Coefficients of extreme ratio overflow on the way; what came out of that is no root.
+        if (std::isfinite(found[i])) {
+            int place = kept++;
+            for (; place > 0 && roots[place - 1] < found[i]; --place) {
+                roots[place] = roots[place - 1];
+            }
+            roots[place] = found[i];
+        }
+    }
+    return kept;
 }
 
 } // namespace LxCV
