@@ -11,15 +11,13 @@ namespace LxCV {
 class LxCCCTSerializer;
 class LxCPinholeCamera;
 
-/// A depth range, held in camera and in world coordinates at once: z in the
-/// camera frame and z in the world frame, millimetres, of points on the
-/// camera's ray through the middle of the image. (The middle is half of the
-/// image's width and height, which is not the principal point.)
+/// A depth range, held in camera and in world coordinates at once: z in the camera frame and z in the world
+/// frame, millimetres, of points on the camera's ray through the middle of the image. (The middle is half of
+/// the image's width and height, which is not the principal point.)
 ///
-/// One pair is the source, as it was set; the other is derived from it with the
-/// camera of that moment and is sorted. All four are not a number until set;
-/// the world pair also after loading, until `Update`. The camera is looked at
-/// during a call only.
+/// One pair is the source, as it was set; the other is derived from it with the camera of that moment and is
+/// sorted. All four are not a number until set; the world pair also after loading, until `Update`. The camera
+/// is looked at during a call only.
 class ORX_EXPORT LxCWorkingSpace
 {
 public:
@@ -28,16 +26,14 @@ public:
     LxCWorkingSpace& operator=(const LxCWorkingSpace&) = default;
     virtual ~LxCWorkingSpace() = default;
 
-    /// Takes a range of z in the camera frame, mm, as given and derives the world
-    /// pair. Without a camera the derived pair is not a number.
+    /// Takes a range of z in the camera frame, mm, as given and derives the world pair. Without a camera the
+    /// derived pair is not a number.
     void SetUsingCamCoords(double min, double max, const LxCPinholeCamera* camera);
 
-    /// Takes a range of z in the world frame, mm, as given and derives the camera
-    /// pair.
+    /// Takes a range of z in the world frame, mm, as given and derives the camera pair.
     void SetUsingWorldCoords(double min, double max, const LxCPinholeCamera* camera);
 
-    /// Derives the other pair anew from the source pair, after the camera
-    /// changed.
+    /// Derives the other pair anew from the source pair, after the camera changed.
     void Update(const LxCPinholeCamera* camera);
 
     double GetMinWorkingDistCamCoords() const { return m_dMinDistCamCoords; }
@@ -50,8 +46,8 @@ public:
     double GetMinWorkingDistWC() const { return GetMinWorkingDistWorldCoords(); }
     double GetMaxWorkingDistWC() const { return GetMaxWorkingDistWorldCoords(); }
 
-    /// Keys: MinDistCamCoords, MaxDistCamCoords. Which pair is the source is not
-    /// stored; call `Update` after reading.
+    /// Keys: MinDistCamCoords, MaxDistCamCoords. Which pair is the source is not stored; call `Update` after
+    /// reading.
     virtual void Serialize(LxCCCTSerializer& serializer, const std::string& section);
 
 private:
