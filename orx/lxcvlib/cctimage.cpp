@@ -1,12 +1,12 @@
 // Memory, copies and pixel texts of the image type.
 #include "cctimage.h"
 
+#include "floattointeger.h"
 #include "imagekernels.h"
 #include "orx/logging/logger.h"
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdio>
 #include <exception>
 #include <functional>
@@ -77,12 +77,7 @@ template <typename T>
 int ReadAsInt(const void* address)
 {
     if constexpr (std::is_floating_point_v<T>) {
-        const double value = Read<T>(address);
-        if (std::isnan(value)) {
-            return 0;
-        }
-        return static_cast<int>(
-            std::clamp<double>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+        return TruncateTo<int>(Read<T>(address));
     } else {
         return static_cast<int>(Read<T>(address));
     }
@@ -96,8 +91,7 @@ int SumOfArgb(const void* pixel)
 
 int SumOfFloat3(const void* pixel)
 {
-    const float sum = Read<LxCFloat3>(pixel).getSum();
-    return ReadAsInt<float>(&sum);
+    return TruncateTo<int>(Read<LxCFloat3>(pixel).getSum());
 }
 
 template <typename T>
