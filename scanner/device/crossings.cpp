@@ -48,7 +48,7 @@ public:
                                       double missHigh) const
     {
         constexpr int c_maxSteps = 60;
-        constexpr double c_exactV = 1e-8;    // slide units, about 1e-9 pixels
+        constexpr double c_exactV = 1e-7;    // slide units, about 1e-8 pixels
         constexpr double c_exactRow = 1e-12; // pixels
         double row = low, miss = missLow;
         for (int step = 0; step < c_maxSteps && high - low > c_exactRow; ++step) {

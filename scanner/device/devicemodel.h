@@ -77,6 +77,9 @@ std::optional<EdgeCrossing> FindCrossingNear(const DeviceModel& model, const Sce
 /// See VirtualDevice::RenderPair.
 RenderedPair Render(const DeviceModel& model, const Scene& scene, const RenderOptions& options);
 
+/// See VirtualDevice::FindTruth.
+GroundTruth FindTruth(const DeviceModel& model, const Scene& scene, int threads);
+
 /// See VirtualDevice::ParameterText.
 std::string WriteParameterText(const DeviceParameters& parameters, const std::string& root);
 

@@ -55,6 +55,14 @@ public:
           m_rasterHeight(m_height + 2 * (m_margin + 1))
     {}
 
+    GroundTruth TruthAlone()
+    {
+        TakeSamples();
+        GroundTruth truth;
+        FillTruth(truth);
+        return truth;
+    }
+
     RenderedPair Run()
     {
         TakeSamples();
@@ -300,6 +308,13 @@ private:
 };
 
 } // namespace
+
+GroundTruth FindTruth(const DeviceModel& model, const Scene& scene, int threads)
+{
+    RenderOptions options;
+    options.threads = threads;
+    return Renderer(model, scene, options).TruthAlone();
+}
 
 RenderedPair Render(const DeviceModel& model, const Scene& scene, const RenderOptions& options)
 {

@@ -45,9 +45,15 @@ public:
             return std::nullopt;
         }
         const Vec3 at = ray.origin + distance * ray.direction;
-        const double shade =
-            m_texture == 0.0 ? 1.0 : 1.0 + m_texture * Mottle(at.x, at.y, c_grain, c_textureKey);
-        return Hit{distance, at, Facing(m_normal, ray), Scaled(m_albedo, shade), 0};
+        return Hit{distance, at, Facing(m_normal, ray), 0};
+    }
+
+    Colour Albedo(const Hit& hit) const override
+    {
+        if (m_texture == 0.0) {
+            return m_albedo;
+        }
+        return Scaled(m_albedo, 1.0 + m_texture * Mottle(hit.point.x, hit.point.y, c_grain, c_textureKey));
     }
 
     bool Hides(const Vec3&, const Vec3&) const override { return false; }
@@ -71,7 +77,7 @@ public:
         const double onBall = DistanceToBall(ray);
         if (onBall > 0.0) {
             const Vec3 at = ray.origin + onBall * ray.direction;
-            return Hit{onBall, at, (1.0 / m_radius) * (at - m_centre), m_albedo, 0};
+            return Hit{onBall, at, (1.0 / m_radius) * (at - m_centre), c_ballSurface};
         }
         const Vec3 towardsCamera{0.0, 0.0, -1.0};
         const double onBackdrop = DistanceToPlane(ray, m_backdrop, towardsCamera);
@@ -79,10 +85,18 @@ public:
             return std::nullopt;
         }
         return Hit{onBackdrop, ray.origin + onBackdrop * ray.direction, Facing(towardsCamera, ray),
-                   Scaled(m_albedo, 0.9), 1};
+                   c_backdropSurface};
+    }
+
+    Colour Albedo(const Hit& hit) const override
+    {
+        return hit.surface == c_ballSurface ? m_albedo : Scaled(m_albedo, 0.9);
     }
 
 private:
+    static constexpr int c_ballSurface = 0;
+    static constexpr int c_backdropSurface = 1;
+
     double DistanceToBall(const Ray& ray) const
     {
         const Vec3 toCentre = m_centre - ray.origin;
@@ -120,7 +134,7 @@ public:
             }
             const Vec3 at = ray.origin + distance * ray.direction;
             if (Belongs(at, surface)) {
-                first = Hit{distance, at, Facing(normal, ray), m_albedo, surface};
+                first = Hit{distance, at, Facing(normal, ray), surface};
             }
         };
         consider(DistanceToPlane(ray, m_near, up), up, c_nearSurface);
@@ -128,6 +142,8 @@ public:
         consider(DistanceToPlane(ray, m_far, up), up, c_farSurface);
         return first;
     }
+
+    Colour Albedo(const Hit&) const override { return m_albedo; }
 
 private:
     static constexpr int c_nearSurface = 0;

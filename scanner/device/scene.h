@@ -27,7 +27,6 @@ struct Hit
     double distance = 0.0; ///< in units of the ray's direction
     Vec3 point;            ///< mm
     Vec3 normal;           ///< unit length, towards the side that the ray comes from
-    Colour albedo{};       ///< share of light that is reflected, 0..1
     int surface = 0;       ///< which smooth piece of the scene this is
 };
 
@@ -40,6 +39,9 @@ public:
 
     /// The first hit at a positive distance, if there is any.
     virtual std::optional<Hit> Intersect(const Ray& ray) const = 0;
+
+    /// The share of light that the surface reflects at a hit, 0..1.
+    virtual Colour Albedo(const Hit& hit) const = 0;
 
     /// Whether the scene stands between `eye` and its own point `point`. The default asks `Intersect`.
     virtual bool Hides(const Vec3& eye, const Vec3& point) const;

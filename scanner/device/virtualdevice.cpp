@@ -137,7 +137,7 @@ SurfaceSample DeviceModel::Sample(const Scene& scene, const Vec2& image) const
     sample.hit = true;
     sample.surface = hit->surface;
     sample.point = hit->point;
-    sample.albedo = hit->albedo;
+    sample.albedo = scene.Albedo(*hit);
     sample.slide = SlideFromPoint(hit->point);
     Illuminate(scene, hit->normal, sample);
     return sample;
@@ -300,6 +300,11 @@ std::optional<EdgeCrossing> VirtualDevice::CrossingNear(const Scene& scene, cons
                                                         double reach) const
 {
     return FindCrossingNear(*m_model, scene, image, edge, reach);
+}
+
+GroundTruth VirtualDevice::FindTruth(const Scene& scene, int threads) const
+{
+    return device::FindTruth(*m_model, scene, threads);
 }
 
 RenderedPair VirtualDevice::RenderPair(const Scene& scene, const RenderOptions& options) const

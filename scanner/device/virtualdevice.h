@@ -100,7 +100,7 @@ struct PixelTruth
 struct EdgeCrossing
 {
     int edge = 0;
-    double row = 0.0;   ///< pixels, exact to about 1e-9
+    double row = 0.0;   ///< pixels, exact to about 1e-8
     Vec3 pointInCamera; ///< mm
     Vec3 pointInWorld;  ///< mm
     double slideU = 0.0;
@@ -183,6 +183,9 @@ public:
     /// pixels; seen by the projector or not.
     std::optional<EdgeCrossing> CrossingNear(const Scene& scene, const Vec2& image, int edge,
                                              double reach = 3.0) const;
+
+    /// The truth of every pixel and column alone, without an image. `threads` as in RenderOptions.
+    GroundTruth FindTruth(const Scene& scene, int threads = 0) const;
 
     /// A reference and a pattern image with their truth. The same scene, options and parameters give the same pair.
     /// @throws std::invalid_argument for options out of range
