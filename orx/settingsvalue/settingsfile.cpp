@@ -4,9 +4,13 @@
 #include <lua.hpp>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 #include <memory>
 
 namespace LxCV {
@@ -18,7 +22,7 @@ constexpr std::size_t c_largestAllocation = std::size_t{64} << 20U; ///< bytes a
 constexpr std::size_t c_largestResult = std::size_t{4} << 20U;      ///< bytes of all groups
 constexpr int c_mostInstructions = 1'000'000;
 constexpr int c_instructionsPerCheck = 1000;
-constexpr double c_longestTime = 1.0; ///< seconds of the thread's processor time
+constexpr double c_longestTime = 0.25; ///< seconds of the thread's processor time
 constexpr std::size_t c_longestMessage = 200;
 
 /// What a program computes with. There are no protected calls and no coroutines, in which it could outlive the
@@ -78,7 +82,10 @@ void CheckWork(lua_State* state, lua_Debug*)
     Limits& limits = *static_cast<Limits*>(limitsOfState);
     limits.instructions += c_instructionsPerCheck;
     if (limits.instructions > c_mostInstructions || ThreadSeconds() > limits.end) {
-        luaL_error(state, "takes too long");
+        luaL_where(state, 0);
+        lua_pushliteral(state, "takes too long");
+        lua_concat(state, 2);
+        lua_error(state);
     }
 }
 
@@ -229,6 +236,55 @@ private:
     std::size_t m_left = c_largestResult;
 };
 
+std::string FormatValue(std::monostate)
+{
+    return {};
+}
+
+std::string FormatValue(bool value)
+{
+    return value ? "true" : "false";
+}
+
+std::string FormatValue(long long value)
+{
+    // The smallest integer has no literal: its digits without the sign are too large.
+    return value == std::numeric_limits<long long>::min() ? "1 << 63" : std::to_string(value);
+}
+
+std::string FormatValue(double value)
+{
+    if (std::isnan(value)) {
+        return "0/0";
+    }
+    if (std::isinf(value)) {
+        return value > 0 ? "math.huge" : "-math.huge";
+    }
+    constexpr std::size_t c_longestNumber = 32;
+    std::array<char, c_longestNumber> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value);
+    std::string text(digits.data(), end.ptr);
+    const bool integral = text.find_first_of(".e") == std::string::npos;
+    return integral ? text + ".0" : text;
+}
+
+std::string FormatValue(const std::string& value)
+{
+    constexpr unsigned char c_delete = 0x7F;
+    std::string text = "\"";
+    for (const char character : value) {
+        const auto code = static_cast<unsigned char>(character);
+        if (code < ' ' || code == c_delete) {
+            const std::string digits = std::to_string(code);
+            text += "\\" + std::string(3 - digits.size(), '0') + digits;
+        } else {
+            text += character == '"' || character == '\\' ? "\\" : "";
+            text += character;
+        }
+    }
+    return text + "\"";
+}
+
 std::optional<LxCSettingsTable> Run(std::string_view text, std::string& error)
 {
     Limits limits;
@@ -265,6 +321,18 @@ std::optional<LxCSettingsTable> ParseSettings(std::string_view text, std::string
         text.remove_prefix(c_byteOrderMark.size());
     }
     return Run(text, error);
+}
+
+std::string FormatSettings(const std::string& name, const LxCSettingsGroup& group)
+{
+    std::string text = name + " = {\n";
+    for (const auto& [key, entry] : group) {
+        const std::string value = std::visit([](const auto& present) { return FormatValue(present); }, entry);
+        if (!value.empty()) {
+            text += "    " + key + " = " + value + ",\n";
+        }
+    }
+    return text + "}\n";
 }
 
 } // namespace LxCV

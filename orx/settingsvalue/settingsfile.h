@@ -33,4 +33,8 @@ constexpr std::size_t c_longestSettingsText = 256 * 1024;
 /// @return the tables, or nothing for a text that is refused
 ORX_EXPORT std::optional<LxCSettingsTable> ParseSettings(std::string_view text, std::string& error);
 
+/// The text of a settings file that holds one group, a key a line in the order of keys. Read back, it gives the
+/// same values; entries that are no value are left out. The names must be Lua names.
+ORX_EXPORT std::string FormatSettings(const std::string& name, const LxCSettingsGroup& group);
+
 } // namespace LxCV

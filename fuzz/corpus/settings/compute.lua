@@ -1,0 +1,1 @@
+G = { pi = math.rad(180), s = "a\0b", t = {}, [1] = 2 } for k, v in pairs(G) do H = { [tostring(k)] = v } end

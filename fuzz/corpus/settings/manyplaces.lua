@@ -1,0 +1,1 @@
+local s = 'xxxxxxxxxxxxxxxx' for i = 1, 12 do s = s .. s end G = {} for i = 1, 1000 do G['k' .. i] = s end

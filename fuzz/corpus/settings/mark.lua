@@ -1,0 +1,1 @@
+﻿LxCVLib = { Dump3DData = true }
