@@ -4,12 +4,19 @@
 #include "lxcpropertybag.h"
 #include "orx/logging/logger.h"
 #include "orx/parameter/lxcparametermanagercore.h"
+#include "orx/settingsvalue/settingsfile.h"
+#include "stringutils.h"
+
+#include <array>
+#include <charconv>
 
 namespace LxCV {
 
 namespace {
 
 const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCLxCVLibSettings");
+
+constexpr const char* c_sGroup = "LxCVLib";
 
 bool IsCalibrationVariant(int value)
 {
@@ -22,10 +29,44 @@ void AddSetting(LxCPropertyBag& bag, LxCSettingsValue<T>& value, const char* key
     bag.add(new LxCSettingsValueProperty<T>(&value, value.Get(), key));
 }
 
+LxCSettingsEntry ToEntry(bool value)
+{
+    return value;
+}
+
+LxCSettingsEntry ToEntry(int value)
+{
+    return static_cast<long long>(value);
+}
+
+/// The double with the shortest text that gives this float: 0.1 and not 0.10000000149011612.
+LxCSettingsEntry ToEntry(float value)
+{
+    constexpr std::size_t c_longestNumber = 32;
+    std::array<char, c_longestNumber> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value);
+    double number = value;
+    std::from_chars(digits.data(), end.ptr, number);
+    return number;
+}
+
+LxCSettingsEntry ToEntry(const std::wstring& value)
+{
+    return ws2s(value);
+}
+
+template <typename T>
+void AddChanged(LxCSettingsGroup& group, LxCSettingsValue<T>& value)
+{
+    if (value.IsChanged()) {
+        group[value.GetKey()] = ToEntry(value.Get());
+    }
+}
+
 } // namespace
 
 #define LXC_VALUE(type, letter, key)                                                                         \
-    LxCSettingsValue<type> LxCLxCVLibSettings::m_##letter##key("LxCVLib", #key);
+    LxCSettingsValue<type> LxCLxCVLibSettings::m_##letter##key(c_sGroup, #key);
 #include "lxclxcvlibsettings.inc"
 
 LxCLxCVLibSettings::ECalibrationVariant LxCLxCVLibSettings::GetCalibrationVariant()
@@ -92,6 +133,14 @@ void LxCLxCVLibSettings::SerializeNonIniFileParams(LxCCCTSerializer* serializer,
 #define LXC_BLOCK_COMMENT(text) bag.add(new LxCBlockComment(text));
 #include "lxclxcvlibsettings.inc"
     bag.serialize(*serializer, sectionName, true);
+}
+
+std::string LxCLxCVLibSettings::GetChangedSettings()
+{
+    LxCSettingsGroup group;
+#define LXC_VALUE(type, letter, key) AddChanged(group, m_##letter##key);
+#include "lxclxcvlibsettings.inc"
+    return FormatSettings(c_sGroup, group);
 }
 
 void LxCLxCVLibSettings::Invalidate()

@@ -127,6 +127,9 @@ public:
     /// Loading a key that is missing keeps the present value and its flags.
     static void SerializeNonIniFileParams(LxCCCTSerializer* serializer, const std::string& sectionName);
 
+    /// The changed values as the text of a settings file, for a host that keeps what its tools have set.
+    static std::string GetChangedSettings();
+
     /// Drops the loaded and changed flags of all settings values, so that each is fetched anew at its next use.
     static void Invalidate();
 
