@@ -9,6 +9,8 @@
 namespace LxCV {
 namespace {
 
+using namespace std::string_literals;
+
 /// The group G of a text that is accepted.
 LxCSettingsGroup GroupOf(const std::string& text)
 {
@@ -219,7 +221,7 @@ TEST(FormatSettings, TextGivesTheSameValuesBack)
         {"h", 5e-324},
         {"i", std::numeric_limits<double>::infinity()},
         {"j", -std::numeric_limits<double>::infinity()},
-        {"k", std::string("\"quoted\" \\ \x7F\r\n\t\0001 \xC3\xA4 \xFF ]] --", 32)},
+        {"k", "\"quoted\" \\ \x7F\r\n\t\0001 \xC3\xA4 \xFF ]] --"s},
         {"l", std::string()},
     };
     EXPECT_EQ(GroupOf(FormatSettings("G", group)), group);
