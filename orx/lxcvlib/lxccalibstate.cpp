@@ -5,7 +5,9 @@
 #include "orx/platform/clock.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
+#include <cwchar>
 #include <limits>
 #include <string_view>
 
@@ -13,19 +15,13 @@ namespace LxCV {
 
 namespace {
 
-/// A decimal number of at least `width` digits, filled with zeros.
-std::wstring PaddedNumber(int number, std::size_t width)
-{
-    const std::wstring digits = std::to_wstring(number);
-    return std::wstring(digits.size() < width ? width - digits.size() : 0, L'0') + digits;
-}
-
 std::wstring FormatTime(const platform::LocalTime& time)
 {
-    constexpr std::size_t c_width = 2;
-    return PaddedNumber(time.day, c_width) + L"." + PaddedNumber(time.month, c_width) + L"." +
-           PaddedNumber(time.year, c_width) + L" " + PaddedNumber(time.hour, c_width) + L":" +
-           PaddedNumber(time.minute, c_width);
+    constexpr std::size_t c_size = 80; // five numbers of eleven characters, and what stands between them
+    std::array<wchar_t, c_size> text{};
+    std::swprintf(text.data(), text.size(), L"%02i.%02i.%02i %02i:%02i", time.day, time.month, time.year,
+                  time.hour, time.minute);
+    return text.data();
 }
 
 /// The value of a digit in any base to 16, or 16 for what is no digit.
