@@ -332,7 +332,8 @@ void LxCIntrinsicParams::TestFastInvDist(double safetyFactor, double step, std::
     const double maxRadius = GetMaxSensorRad() * safetyFactor;
     double coefficients[6];
     GetInversionCoefficients(coefficients);
-    const int last = std::min(TruncateToInt(maxRadius / step), sc_iMaxTestSamples);
+    const double samples = maxRadius / step;
+    const int last = std::isfinite(samples) ? std::min(TruncateToInt(samples), sc_iMaxTestSamples) : 0;
     for (int i = 1; i <= last; ++i) {
         const double radius = i * step / scale;
         double solved = 0.0;

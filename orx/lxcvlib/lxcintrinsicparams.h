@@ -46,7 +46,7 @@ public:
     static constexpr int sc_iMaxTableLength = 200001;
 
     /// Bound of the samples that `TestFastInvDist` takes.
-    static constexpr int sc_iMaxTestSamples = 1000000;
+    static constexpr int sc_iMaxTestSamples = 100000;
 
     /// (u, v) pixels to sensor mm, no distortion. Always true.
     bool ImageToSensorCoords(double u, double v, double* xs, double* ys) const;
@@ -137,7 +137,7 @@ public:
 
     /// Builds the table for radii up to `safetyFactor` times that of the farthest corner. It ends earlier where
     /// the distortion polynomial stops growing or cannot be inverted. Parameters that ask for a table beyond
-    /// `sc_iMaxTableLength` are logged as an error and get a table of that length; such that ask for an endless
+    /// `sc_iMaxTableLength` are logged as an error and get a table of that length; those that ask for an endless
     /// one get entry 0 only.
     /// @return true
     bool ComputeInverseDistLUT(double safetyFactor) const;
