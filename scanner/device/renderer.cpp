@@ -248,9 +248,9 @@ private:
             for (int col = 0; col < m_width; ++col) {
                 Colour& sum = blurredRows[static_cast<std::size_t>(line) * static_cast<std::size_t>(m_width) +
                                           static_cast<std::size_t>(col)];
-                for (int k = -m_margin; k <= m_margin; ++k) {
-                    AddScaled(sum, m_light[LightIndex(col + k, line - m_margin)].*kind,
-                              m_kernel[static_cast<std::size_t>(k + m_margin)]);
+                for (int k = 0; k <= 2 * m_margin; ++k) {
+                    AddScaled(sum, m_light[LightIndex(col + k - m_margin, line - m_margin)].*kind,
+                              m_kernel[static_cast<std::size_t>(k)]);
                 }
             }
         });
