@@ -149,6 +149,9 @@ CCTImage::~CCTImage() = default;
 
 CCTImage& CCTImage::operator=(const CCTImage& source)
 {
+    if (&source == this) {
+        return *this;
+    }
     if (source.OwnsBuffer()) {
         if (!DoBPPAndDimMatchWith(source) || LacksMemory()) {
             Resize(source.m_iWidth, source.m_iHeight, source.m_eDataType);
@@ -472,7 +475,8 @@ CCTImage::EReturnCode CCTImage::allocate(int width, int height, int bytesPerPixe
     if (!keepsBuffer) {
         m_pAllocation.reset();
         if (representable) {
-            m_iAllocatedBytes = static_cast<std::size_t>(width * height * bytesPerPixel);
+            m_iAllocatedBytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) *
+                                static_cast<std::size_t>(bytesPerPixel);
             m_pAllocation = AllocateAligned(m_iAllocatedBytes);
         }
         m_pBuffer = m_pAllocation.get();

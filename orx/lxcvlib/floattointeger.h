@@ -13,7 +13,7 @@ constexpr Integer TruncateTo(Float value)
 {
     using Limits = std::numeric_limits<Integer>;
     // Both are powers of two or zero, hence exact: the first value above the range, and its lower end.
-    constexpr Float c_End = static_cast<Float>(Limits::max() / 2 + 1) * 2;
+    constexpr Float c_End = static_cast<Float>((Limits::max() >> 1) + 1) * 2;
     constexpr Float c_Begin = static_cast<Float>(Limits::min());
     if (value >= c_End) {
         return Limits::max();
