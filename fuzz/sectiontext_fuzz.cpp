@@ -4,6 +4,7 @@
 #include "lxcpropertybag.h"
 #include "orx/logging/logger.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -11,6 +12,8 @@
 #include <vector>
 
 namespace {
+
+constexpr std::size_t kLastKeyRead = 64;
 
 void Require(bool condition)
 {
@@ -59,7 +62,8 @@ void ReadEverything(LxCV::LxCCCTSerializer& serializer, const std::string& secti
     const bool found = serializer.FindExtractSection(section);
     const LxCV::LxCCCTSerializer::SectionData data = serializer.GetSectionData();
     Require(found == !data.empty() && data.size() % 2 == (found ? 1U : 0U));
-    for (std::size_t i = 1; i < data.size(); i += 2) {
+    // A few, since each read scans the section from its beginning.
+    for (std::size_t i = 1; i < std::min(data.size(), kLastKeyRead); i += 2) {
         ReadAs<bool>(serializer, data[i]);
         ReadAs<int>(serializer, data[i]);
         ReadAs<unsigned int>(serializer, data[i]);

@@ -11,7 +11,8 @@ namespace LxCV {
 
 namespace {
 
-const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCCCTSerializerFile");
+// The channel of the base class, which readers of the log know for all serializers.
+const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCCCTSerializer");
 
 /// The rest of an open file. Blockwise, since a read error is then a state of the stream and no exception.
 std::string ReadRest(std::istream& file)
@@ -47,9 +48,9 @@ bool LxCCCTSerializerFile::Init(const std::string& path, bool storing)
         text = ReadRest(m_File);
     }
     if (!m_File.is_open() || m_File.bad()) {
-        std::string message = "CCCTSerializer::Init: could not open '" + path +
-                              (storing ? "' for writing!\n" : "' for reading!\n");
-        logInfo(message);
+        s_Logger.Info(storing ? L"CCCTSerializer::Init: could not open '%s' for writing!\n"
+                              : L"CCCTSerializer::Init: could not open '%s' for reading!\n",
+                      path);
         return false;
     }
     if (!storing) {

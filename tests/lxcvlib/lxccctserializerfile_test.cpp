@@ -164,7 +164,7 @@ TEST(LxCCCTSerializerFile, WarnsOfAFullDiskButSucceeds)
     ASSERT_TRUE(serializer.Init("/dev/./full", true));
     WriteOneKey(serializer);
     EXPECT_TRUE(serializer.Exit());
-    EXPECT_EQ(capture.Count(ELevel::eWarning, L"ORX.Lumorad.LxCCCTSerializerFile",
+    EXPECT_EQ(capture.Count(ELevel::eWarning, L"ORX.Lumorad.LxCCCTSerializer",
                             L"The text of a serializer was not written whole.\n"),
               1);
 }
