@@ -95,4 +95,23 @@ void BM_LightPlaneDepthEigen(benchmark::State& state)
 }
 BENCHMARK(BM_LightPlaneDepthEigen);
 
+/// The same with each ray made from its pixel: more arithmetic, less memory.
+void BM_LightPlaneDepthEigenFromPixel(benchmark::State& state)
+{
+    SScene scene = MakeScene();
+    constexpr double kInverse = 1.0 / kFocalLength;
+    for (auto _ : state) {
+        for (std::size_t i = 0; i < scene.pixels.size(); ++i) {
+            const SEdgePixel& pixel = scene.pixels[i];
+            const Eigen::ParametrizedLine<double, 3> ray(
+                Eigen::Vector3d::Zero(), Eigen::Vector3d(pixel.x * kInverse, pixel.y * kInverse, 1.0));
+            scene.depths[i] = ray.intersectionParameter(scene.planes[pixel.edge]);
+        }
+        benchmark::DoNotOptimize(scene.depths.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(scene.pixels.size()));
+}
+BENCHMARK(BM_LightPlaneDepthEigenFromPixel);
+
 } // namespace

@@ -119,7 +119,8 @@ CCalibrationStatistics LastViewStatistics(const LxCPinholeCamera& camera, ErrorO
     Marks marks;
     if (camera.GetCalibDataForView(&marks, camera.GetNrOfViews() - 1) == eCalibOk) {
         // Lookups may rebuild the distortion table, and must not do so in the camera that is measured.
-        const LxCPinholeCamera copy(camera);
+        LxCPinholeCamera copy;
+        copy.CopyFrom(&camera);
         AddErrors(copy, marks, copy, errorOf, statistics);
     }
     return statistics;
@@ -130,7 +131,8 @@ template <typename ErrorOf>
 CCalibrationStatistics AllViewsStatistics(const LxCPinholeCamera& camera, ErrorOf errorOf)
 {
     CCalibrationStatistics statistics;
-    const LxCPinholeCamera copy(camera);
+    LxCPinholeCamera copy;
+    copy.CopyFrom(&camera);
     const std::size_t viewCount = static_cast<std::size_t>(camera.GetNrOfViews());
     if (viewCount > camera.GetNrOfTargetOrientations()) {
         return statistics;

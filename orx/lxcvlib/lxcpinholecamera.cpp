@@ -16,7 +16,9 @@ LxCPinholeCamera::LxCPinholeCamera(const LxCPinholeCamera& other) : LxCPinholeCa
 
 LxCPinholeCamera& LxCPinholeCamera::operator=(const LxCPinholeCamera& other)
 {
-    CopyFrom(&other);
+    if (this != &other) {
+        CopyFrom(&other);
+    }
     return *this;
 }
 
