@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr std::size_t kLastKeyRead = 64;
+constexpr std::size_t kLastKeyRead = 16;
 
 void Require(bool condition)
 {

@@ -190,23 +190,23 @@ bool LxCCCTSerializer::FindExtractSection(const std::string& name)
 
 bool LxCCCTSerializer::FindExtractSection(const std::string& name, SectionData& out)
 {
-    const std::string wanted = name; // `name` may be an element of `out`
-    out.clear();
-    std::size_t line = FindLine(wanted);
+    std::size_t line = FindLine(name);
     if (line == m_vLines.size()) {
-        std::string message = "CCCTSerializer::FindExtractSection: Section " + wanted + " not found.\n";
+        std::string message = "CCCTSerializer::FindExtractSection: Section " + name + " not found.\n";
+        out.clear();
         logInfo(message);
         return false;
     }
-    out.push_back(wanted);
+    SectionData section{name}; // apart from `out`, which `name` may be an element of
     do {
         const std::string& text = m_vLines[line];
         if (const std::size_t equals = text.find('='); equals != std::string::npos) {
-            out.push_back(text.substr(0, equals));
-            out.push_back(text.substr(equals + 1));
+            section.push_back(text.substr(0, equals));
+            section.push_back(text.substr(equals + 1));
         }
         ++line;
     } while (line < m_vLines.size() && m_vLines[line].front() != ':');
+    out = std::move(section);
     return true;
 }
 

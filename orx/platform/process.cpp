@@ -84,11 +84,11 @@ std::string TakeArgument(std::string_view text, std::size_t& at)
 /// The absolute path of a program that is named without a folder, by the PATH variable; empty where none fits.
 std::string SearchInPath(const std::string& name)
 {
-    std::string folders = GetEnvironmentText("PATH");
+    const std::string folders = GetEnvironmentText("PATH");
     for (std::size_t begin = 0; begin <= folders.size();) {
         const std::size_t end = std::min(folders.find(':', begin), folders.size());
         const std::string folder = folders.substr(begin, end - begin);
-        const std::string candidate = (folder.empty() ? "." : folder) + "/" + name;
+        std::string candidate = (folder.empty() ? "." : folder) + "/" + name;
         if (access(candidate.c_str(), X_OK) == 0) {
             return candidate;
         }

@@ -93,7 +93,8 @@ std::string NarrowUtf8(std::wstring_view text)
     std::string narrow;
     narrow.reserve(text.size());
     for (const wchar_t character : text) {
-        const auto codePoint = static_cast<std::uint32_t>(character);
+        const auto codePoint =
+            static_cast<std::uint32_t>(character); // NOLINT(bugprone-signed-char-misuse): wide
         if (codePoint >= kEscapeBase + 0x80 && codePoint <= kEscapeBase + 0xFF) {
             narrow.push_back(static_cast<char>(codePoint - kEscapeBase));
         } else {
