@@ -41,9 +41,9 @@ public:
     /// Entries of the table per unit of squared radius.
     static constexpr double msc_dInvDistLutResolutionInv = 100.0;
 
-    /// Bound of the table, against parameters that no device has: squared radii up to 2000, so a corner 22 mm
-    /// from the principal point at safety factor 2.
-    static constexpr int sc_iMaxTableLength = 200001;
+    /// Bound of the table, against parameters that no device has: squared radii up to 500, so a corner 11 mm
+    /// from the principal point at safety factor 2. A model of two such devices takes a tenth of a second.
+    static constexpr int sc_iMaxTableLength = 50001;
 
     /// Bound of the samples that `TestFastInvDist` takes.
     static constexpr int sc_iMaxTestSamples = 100000;

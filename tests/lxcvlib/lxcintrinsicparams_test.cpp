@@ -764,7 +764,7 @@ TEST(LxCIntrinsicParamsTable, IsBoundedForParametersThatNoDeviceHas)
     EXPECT_EQ(log.GetRecords()[0].channel, kChannel);
     EXPECT_EQ(log.GetRecords()[0].text.find(L"LxCIntrinsicParams::ComputeInverseDistLUT: squared radius "),
               0U);
-    EXPECT_NEAR(lens.LookupInverseDist(1999.0), 1.0, kBisection);
+    EXPECT_NEAR(lens.LookupInverseDist(499.0), 1.0, kBisection);
 }
 
 TEST(LxCIntrinsicParamsTable, HasOneEntryForParametersThatAskForAnEndlessOne)
