@@ -1,0 +1,223 @@
+// The model of the 3D camera: from a stripe edge in an image to a point in space.
+#pragma once
+
+#include "ckomaparameter.h"
+#include "clightplane.h"
+#include "lxccprojslidecalibthres.h"
+#include "lxcpatternprojector.h"
+#include "lxcroi.h"
+#include "lxcworkingspace.h"
+#include "orx/base/export.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace LxCV {
+
+/// One calibrated camera, one calibrated projector with its stripe pattern, the coma polynomial and the
+/// working space, joined into the model that turns a pixel on a stripe edge into a 3D point.
+///
+/// A camera pixel is a ray from the camera's centre; a stripe edge is a plane through the projector's centre
+/// and the edge on the slide; the point is where they meet. The slide is not perfect, so the edge's position
+/// on it is looked up by the place along the stripe and the depth, for which a first intersection with the
+/// edge's nominal plane is made.
+///
+/// The code of the pattern is cyclic: a decoded id means one stripe edge in each repetition. Which repetition
+/// is meant follows from the working space, tabulated for every eighth image row.
+///
+/// Pixels are columns and rows of the distorted camera image. Points are in millimetres, in camera
+/// coordinates or in world coordinates. Slide positions are in slide units.
+///
+/// Tables are derived from camera, projector, pattern and working space by `CalibStatusChanged`; whoever
+/// changes one of these through its accessor calls it afterwards. `ComputeEdgeXYZ`, `ComputeEdgeXYZSubEdge`,
+/// `ComputeEdgeDepth` and `UnwrapStripeId` only read, take no lock and allocate nothing: any number of
+/// threads may call them at once, but not while the model changes.
+class ORX_EXPORT LxCPinholeFramework
+{
+public:
+    enum EReturnCode
+    {
+        eOk = 0,               ///< ready to measure
+        eNotCalibrated = 1,    ///< the tables are not valid
+        eInvalidPattern = 2,   ///< the pattern lacks its geometry or its digits
+        eImageSizeMismatch = 3 ///< the camera was calibrated with images of another size
+    };
+
+    /// What `UnwrapStripeId` answers where no stripe edge fits; equals LxCPatternPosition's invalid position.
+    static constexpr std::int32_t sc_iInvalidStripeEdge = 4095;
+
+    /// An uncalibrated camera, which the framework owns, and an uncalibrated projector with the camera as
+    /// master.
+    LxCPinholeFramework();
+    LxCPinholeFramework(const LxCPinholeFramework&) = delete;
+    LxCPinholeFramework& operator=(const LxCPinholeFramework&) = delete;
+    virtual ~LxCPinholeFramework();
+
+    /// Reads or writes the whole model below `section`: "::MV3DCamBase" (working space), "::Cams[0]",
+    /// "::Projector", "::PolynomKoma", "::RoiIgnore" with a "::RoiIgnore::Roi[i]" for each region. Missing
+    /// sections and keys leave what the object holds. Reading makes the camera the projector's master and
+    /// rebuilds the tables; it must not overlap with measuring. A count of regions that the text cannot hold
+    /// is logged and replaced by the number of regions that are there.
+    /// @throws std::out_of_range for a row of edge positions that is longer than the pattern has edges; the
+    ///     model is uncalibrated then
+    virtual void Serialize(LxCCCTSerializer& serializer, const std::string& section);
+
+    /// Whether images of this size, in pixels, can be measured.
+    ///
+    /// For an image of 658 by 494 pixels a camera that was calibrated on a larger sensor window is cut to
+    /// this window, in each direction for itself: its image size is set and its principal point moves by 3
+    /// columns or 2 rows. That changes the camera although the operation is const, so it belongs to the start
+    /// of a measurement. A camera without an image size takes any.
+    virtual EReturnCode GetStatus(int width, int height) const;
+
+    /// Rebuilds what is derived from the model and sets or clears `IsCalibrated`.
+    /// @param minEdge, maxEdge the stripe edges whose light planes are wanted, see `PrepareLightPlanes`
+    /// @param intrinsicsChanged whether to derive the reduced intrinsic parameters of camera and projector
+    /// @param rebuildUnwrap whether to build the unwrap table; without a calibrated camera and projector it
+    ///     is built in any case, from a plain model
+    /// @param workingSpaceChanged whether to derive the other coordinates of the working space
+    virtual void CalibStatusChanged(int minEdge, int maxEdge, bool intrinsicsChanged, bool rebuildUnwrap,
+                                    bool workingSpaceChanged);
+
+    /// Clears the coma polynomial, unless the settings want a reduced one kept, resets the marks' mask and
+    /// rebuilds the tables. The argument has no effect.
+    void ResetCalibration(bool);
+
+    /// Sets the range of depths in which points are expected, mm, and rebuilds the unwrap table of a
+    /// calibrated system. The range is kept also where this fails, which is logged.
+    /// @param camCoords whether the range is z in camera coordinates; otherwise in world coordinates
+    virtual void SetWorkingSpace(double min, double max, bool camCoords);
+
+    /// The 3D point of a pixel on a stripe edge, mm.
+    ///
+    /// The outputs are 0 where there is no point: the camera is not calibrated, the edge has no light plane,
+    /// or it lies near a mark of the slide and `skipNearMarks` is set. A ray that no plane meets gives a
+    /// point that is far off or not finite.
+    /// @param col, row pixel in the distorted camera image
+    /// @param stripeEdge number of the stripe edge on the slide, from 0 to the pattern's number of edges - 1
+    /// @param camCoords whether X, Y and Z are in camera coordinates; otherwise in world coordinates
+    void ComputeEdgeXYZ(double col, double row, int stripeEdge, bool camCoords, double* X, double* Y,
+                        double* Z, bool skipNearMarks) const;
+
+    /// The 3D point of a pixel for a known place on the slide: the plane through the projector's centre and
+    /// the slide row, two columns wide about the slide column.
+    /// @param projCol, slideRow slide units; `projRow` and `skipNearMarks` take no part
+    void ComputeEdgeXYZSubEdge(double col, double row, double projCol, double projRow, double slideRow,
+                               bool camCoords, double* X, double* Y, double* Z, bool skipNearMarks) const;
+
+    /// Z of `ComputeEdgeXYZ`.
+    double ComputeEdgeDepth(double col, double row, int stripeEdge, bool camCoords, bool skipNearMarks) const;
+
+    /// The stripe edge that a cyclic id means at an image row; `sc_iInvalidStripeEdge` where none fits, and
+    /// for a row outside of the table. The id counts as unsigned and modulo the number of ids.
+    int UnwrapStripeId(int id, double row) const;
+
+    LxCPinholeCamera* GetCamera() { return m_pCamera.get(); }
+    const LxCPinholeCamera* GetCamera() const { return m_pCamera.get(); }
+    LxCPatternProjector* GetProjector() { return &m_Projector; }
+    const LxCPatternProjector* GetProjector() const { return &m_Projector; }
+    LxCStripePattern* GetCLPattern() { return m_Projector.GetCLPattern(); }
+    const LxCStripePattern* GetCLPattern() const { return m_Projector.GetCLPattern(); }
+    CKomaParameter* GetPolynomKoma() { return &m_PolynomKoma; }
+    const CKomaParameter* GetPolynomKoma() const { return &m_PolynomKoma; }
+
+    /// Where the marks on the slide are, which `skipNearMarks` leaves out.
+    LxCCProjSlideCalibThres* GetProjCalibThres() { return &m_ProjCalibThres; }
+    const LxCCProjSlideCalibThres* GetProjCalibThres() const { return &m_ProjCalibThres; }
+
+    /// Regions of the camera image that measuring leaves out, in pixels.
+    std::vector<LxCRoi>& GetRoiIgnore() { return m_vRoiIgnore; }
+    const std::vector<LxCRoi>& GetRoiIgnore() const { return m_vRoiIgnore; }
+
+    /// The nominal light plane of each stripe edge, in camera coordinates.
+    const std::vector<CLightPlane>& GetEdgePlanes() const { return m_vEdgePlanes; }
+
+    /// Whether camera and projector are calibrated and all tables are built.
+    bool IsCalibrated() const { return m_bCalibrated; }
+
+    /// The working space, mm: z in camera coordinates (Zc) and in world coordinates (Zw).
+    double GetMinZc() const { return m_WorkingSpace.GetMinWorkingDistCC(); }
+    double GetMaxZc() const { return m_WorkingSpace.GetMaxWorkingDistCC(); }
+    double GetMinZw() const { return m_WorkingSpace.GetMinWorkingDistWC(); }
+    double GetMaxZw() const { return m_WorkingSpace.GetMaxWorkingDistWC(); }
+    double GetMinDistCamToScene() const { return GetMinZc(); }
+    double GetMaxDistCamToScene() const { return GetMaxZc(); }
+
+protected:
+    /// Row of the unwrap table for an image row; negative for a negative row.
+    int UnwrappingLutIndexFromPosition(int row) const { return row >> m_iUnwrapRowShift; }
+
+    /// Depth of the point where the ray (ux, uy, f) from the origin meets the plane through `p0` spanned by
+    /// `d1` and `d2`; the lowest double for a plane that holds the direction of the y axis.
+    /// @param ux, uy undistorted sensor coordinates, mm
+    /// @param f focal length, mm
+    double AuxComputeDepth(const LxC3DCoordsCCT& p0, const LxC3DCoordsCCT& d1, const LxC3DCoordsCCT& d2,
+                           double ux, double uy, double f) const;
+
+    /// The point of a device's ray at depth z of that device, in another device's frame; in the world for a
+    /// null `to` and a `from` without master.
+    /// @param u, v image coordinates of `from`
+    void AuxTrafoProjImgToCamCoords(const LxCPinholeCamera* from, const LxCPinholeCamera* to, double u,
+                                    double v, double z, double* x, double* y, double* zOut) const;
+
+    /// Builds the light planes of the edges from min(max(minEdge, 0), 70) up to, not including,
+    /// max(min(maxEdge, number of edges), 70): the middle of the pattern is always among them. Other planes
+    /// keep what they held.
+    /// @return false, with a log line, for a pattern whose edge positions are not those of its geometry
+    bool PrepareLightPlanes(int minEdge, int maxEdge);
+
+    /// Builds the unwrap table for the working space and the pattern as they are.
+    bool InitIdUnwrapLUTCC();
+
+    /// Builds a table with a row for every eighth image row and an entry for each id: the stripe edge among
+    /// id, id + numIds, id + 2 numIds ... whose point in the image's middle column is nearest to the middle
+    /// of the depth range among those inside, else the one nearest to the range and closer than 100 mm.
+    /// @param zMin, zMax depth range in world coordinates, mm
+    /// @return false for no ids, with the table untouched, and for a table out of proportion to any camera,
+    ///     with an empty table and a log line
+    bool InitIdUnwrapLUTGeneric(double zMin, double zMax, int numIds, int numEdges,
+                                std::vector<std::vector<std::int32_t>>& lut);
+
+private:
+    struct CSensorPoint
+    {
+        double x; ///< undistorted sensor coordinates, mm
+        double y;
+    };
+    struct CSlidePoint
+    {
+        double col; ///< slide units
+        double row;
+        double depth; ///< z in the projector frame, mm
+    };
+
+    /// Where on the slide, and how deep, the ray of a sensor position meets a nominal light plane.
+    CSlidePoint EstimateSlidePoint(const CSensorPoint& undistorted, const CLightPlane& plane) const;
+
+    /// The point of a ray in the plane through the projector's centre and the slide row, and its output.
+    void ComputeXYZInLocalPlane(const CSensorPoint& undistorted, double projCol, double slideRow,
+                                bool camCoords, double* X, double* Y, double* Z) const;
+
+    /// Points one column left and right of a slide position, in camera coordinates, mm.
+    void TwoPointsOnEdge(double projCol, double slideRow, LxC3DCoordsCCT (&points)[2]) const;
+
+    void FillUnwrapLUTByDepth(double zMin, double zMax, int numEdges,
+                              std::vector<std::vector<std::int32_t>>& lut) const;
+    void SerializeRoiIgnore(LxCCCTSerializer& serializer, const std::string& section);
+
+    std::unique_ptr<LxCPinholeCamera> m_pCamera;
+    LxCPatternProjector m_Projector;
+    CKomaParameter m_PolynomKoma;
+    bool m_bCalibrated = false;
+    LxCWorkingSpace m_WorkingSpace;
+    std::vector<LxCRoi> m_vRoiIgnore;
+    LxCCProjSlideCalibThres m_ProjCalibThres;
+    std::vector<CLightPlane> m_vEdgePlanes;               ///< index stripe edge; camera frame
+    std::vector<std::vector<std::int32_t>> m_viUnwrapLUT; ///< [image row / step][id]: stripe edge
+    std::int32_t m_iUnwrapRowStep = 8;                    ///< image rows for each row of the table
+    std::int32_t m_iUnwrapRowShift = 3;                   ///< log2 of the step
+};
+
+} // namespace LxCV
