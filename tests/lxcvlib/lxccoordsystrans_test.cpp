@@ -636,7 +636,7 @@ TEST(LxCCoordSysTrans, ReadsAnglesBitForBitWithoutSolvingThem)
     EXPECT_TRUE(point.IsEqualTol(LxC3DCoordsCCT(7, 8, 9), kRoundTrip * 20.0));
 }
 
-TEST(LxCCoordSysTrans, TextRoundTripKeepsTheSixNumbersBitForBit)
+TEST(LxCCoordSysTrans, TextRoundTripKeepsTheSixNumbersToTheTwentyWrittenDigits)
 {
     for (const Pose& pose : TestSupport::HardPoses()) {
         LxCCoordSysTrans written = MakeTransform(pose);
