@@ -218,6 +218,9 @@ bool InvertGaussJordan(double* matrix, int n)
 
 int SolveCubic(const double coefficients[4], double roots[3])
 {
+    if (coefficients == nullptr || roots == nullptr) {
+        return 0;
+    }
     Cubic c;
     std::copy_n(coefficients, c.size(), c.begin());
     if (!std::all_of(c.begin(), c.end(), [](double value) { return std::isfinite(value); })) {

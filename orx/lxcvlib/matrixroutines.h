@@ -27,7 +27,7 @@ ORX_EXPORT bool InvertGaussJordan(double* matrix, int n);
 ///
 /// @param coefficients four values in ascending order
 /// @param roots        receives the roots in descending order; entries beyond the count are left alone
-/// @return number of roots, 0 to 3; 0 for a constant, and where a coefficient is not finite
+/// @return number of roots, 0 to 3; 0 for a constant, where a coefficient is not finite, and for a null pointer
 ORX_EXPORT int SolveCubic(const double coefficients[4], double roots[3]);
 
 } // namespace LxCV

@@ -247,6 +247,13 @@ TEST(SolveCubic, ANonFiniteCoefficientGivesNoRoots)
     }
 }
 
+TEST(SolveCubic, ANullPointerGivesNoRoots)
+{
+    double values[4] = {-6, 11, -6, 1};
+    EXPECT_EQ(SolveCubic(nullptr, values), 0);
+    EXPECT_EQ(SolveCubic(values, nullptr), 0);
+}
+
 TEST(SolveCubic, CoefficientsOfExtremeRatioGiveFiniteRootsOnly)
 {
     for (const double large : {1e100, 1e200, 1e300, 1e-300}) {
