@@ -1,15 +1,17 @@
 // Projection, distortion and its inversion by iteration or table.
 #include "lxcintrinsicparams.h"
 
+#include "floattointeger.h"
 #include "lxccctserializer.h"
 #include "lxcpropertybag.h"
 #include "matrixroutines.h"
 #include "orx/logging/logger.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstddef>
-#include <limits>
+#include <cstdint>
 #include <locale>
 #include <sstream>
 
@@ -28,27 +30,21 @@ constexpr double c_dBisectionTolerance = 1e-8; ///< of the radius and of the pol
 constexpr double c_dMaxTableLimit =
     (LxCIntrinsicParams::sc_iMaxTableLength - 1) / LxCIntrinsicParams::msc_dInvDistLutResolutionInv;
 
-int TruncateToInt(double value)
-{
-    if (std::isnan(value)) {
-        return 0;
-    }
-    constexpr double lowest = std::numeric_limits<int>::min();
-    constexpr double highest = std::numeric_limits<int>::max();
-    return static_cast<int>(std::clamp(value, lowest, highest));
-}
-
 /// Two doubles that are computed side by side.
 using Pair = double __attribute__((vector_size(2 * sizeof(double))));
+using PairBits = std::uint64_t __attribute__((vector_size(sizeof(Pair))));
 
-bool AreEqual(double ax, double ay, double bx, double by)
+/// Compares bits and not values: the sign of a zero may still swing, and a NaN that stays is at rest.
+bool AreSame(double ax, double ay, double bx, double by)
 {
-    return ax == bx && ay == by;
+    const auto bits = [](double value) { return std::bit_cast<std::uint64_t>(value); };
+    return ((bits(ax) ^ bits(bx)) | (bits(ay) ^ bits(by))) == 0;
 }
-bool AreEqual(const Pair& ax, const Pair& ay, const Pair& bx, const Pair& by)
+bool AreSame(const Pair& ax, const Pair& ay, const Pair& bx, const Pair& by)
 {
-    const auto equal = (ax == bx) & (ay == by);
-    return (equal[0] & equal[1]) != 0;
+    const auto bits = [](const Pair& pair) { return std::bit_cast<PairBits>(pair); };
+    const PairBits difference = (bits(ax) ^ bits(bx)) | (bits(ay) ^ bits(by));
+    return (difference[0] | difference[1]) == 0;
 }
 
 /// The coefficients of the ICV model.
@@ -82,10 +78,10 @@ struct IcvModel
             Number newX;
             Number newY;
             Step(x0, y0, x, y, newX, newY);
-            if (AreEqual(newX, newY, x, y)) {
+            if (AreSame(newX, newY, x, y)) {
                 return;
             }
-            if (AreEqual(newX, newY, beforeX, beforeY) && (c_iUndistortSteps - step) % 2 != 0) {
+            if (AreSame(newX, newY, beforeX, beforeY) && (c_iUndistortSteps - step) % 2 != 0) {
                 return;
             }
             beforeX = x;
@@ -235,11 +231,11 @@ void LxCIntrinsicParams::SetFocalLength(double f)
 
 int LxCIntrinsicParams::GetImageWidth() const
 {
-    return TruncateToInt(m_dImageWidth);
+    return TruncateTo<int>(m_dImageWidth);
 }
 int LxCIntrinsicParams::GetImageHeight() const
 {
-    return TruncateToInt(m_dImageHeight);
+    return TruncateTo<int>(m_dImageHeight);
 }
 
 void LxCIntrinsicParams::SetImageSize(double width, double height)
@@ -302,7 +298,7 @@ bool LxCIntrinsicParams::ComputeInverseDistLUT(double safetyFactor) const
     m_vInverseDist.clear();
     const double limit =
         BoundTableLimit(m_bUseTsai ? GetTableLimitTsai(safetyFactor) : GetTableLimitICV(safetyFactor));
-    m_iInverseDistLength = 1 + TruncateToInt(msc_dInvDistLutResolutionInv * std::max(limit, 0.0));
+    m_iInverseDistLength = 1 + TruncateTo<int>(msc_dInvDistLutResolutionInv * std::max(limit, 0.0));
     m_vInverseDist.reserve(static_cast<std::size_t>(m_iInverseDistLength));
     m_vInverseDist.push_back(1.0);
     double coefficients[6];
@@ -333,7 +329,7 @@ void LxCIntrinsicParams::TestFastInvDist(double safetyFactor, double step, std::
     double coefficients[6];
     GetInversionCoefficients(coefficients);
     const double samples = maxRadius / step;
-    const int last = std::isfinite(samples) ? std::min(TruncateToInt(samples), sc_iMaxTestSamples) : 0;
+    const int last = std::isfinite(samples) ? std::min(TruncateTo<int>(samples), sc_iMaxTestSamples) : 0;
     for (int i = 1; i <= last; ++i) {
         const double radius = i * step / scale;
         double solved = 0.0;

@@ -149,7 +149,7 @@ public:
     int GetInverseDistLUTLength() const { return m_iInverseDistLength; }
     bool HasInverseDistLUT() const { return !m_vInverseDist.empty(); }
 
-    /// Diagnosis: compares the table with exact inversion at radii step, 2·step, ... (mm) below `safetyFactor`
+    /// Diagnosis: compares the table with exact inversion at radii step, 2·step, ... (mm) up to `safetyFactor`
     /// times `GetMaxSensorRad`. Replaces `out` by three values a radius: the radius (mm), the exact ratio and
     /// the table's. Ends at the first radius that cannot be inverted, and after `sc_iMaxTestSamples` radii.
     void TestFastInvDist(double safetyFactor, double step, std::vector<double>& out) const;

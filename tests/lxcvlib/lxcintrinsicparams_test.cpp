@@ -266,6 +266,45 @@ TEST(LxCIntrinsicParamsIcv, FixedPointsAndLastBitSwingsBothEndAsTwentyStepsDo)
     EXPECT_GT(swinging, 10);
 }
 
+/// Expects a pixel, alone and as one of two, where twenty steps take it.
+void ExpectTwentySteps(const LxCIntrinsicParams& lens, Point pixel)
+{
+    const Point expected = Iterate(lens, pixel, 20);
+    const Point found = Undistort(lens, pixel);
+    EXPECT_TRUE(SameBits(found.x, expected.x) && SameBits(found.y, expected.y)) << pixel.x << ' ' << pixel.y;
+    const double u[2] = {100.0, pixel.x};
+    const double v[2] = {50.0, pixel.y};
+    double x[2];
+    double y[2];
+    lens.DisImageToUndisSensorCoordsPair(u, v, x, y);
+    EXPECT_TRUE(SameBits(x[1], expected.x) && SameBits(y[1], expected.y)) << pixel.x << ' ' << pixel.y;
+    const Point neighbour = Iterate(lens, {100.0, 50.0}, 20);
+    EXPECT_TRUE(SameBits(x[0], neighbour.x) && SameBits(y[0], neighbour.y)) << pixel.x << ' ' << pixel.y;
+}
+
+TEST(LxCIntrinsicParamsIcv, TheSignOfAZeroTakesPartInAllTwentySteps)
+{
+    // With tau2 = -0 the displacement of x = -0 is -0, which makes it +0, and that of +0 makes it -0 again.
+    CLens lens = MakeIcvLens(true);
+    lens.SetTaus(1e-3, -0.0);
+    lens.SetPrincipalPoint(0.0, 0.0);
+    EXPECT_FALSE(std::signbit(Iterate(lens, {-0.0, 100.0}, 19).x));
+    EXPECT_TRUE(std::signbit(Iterate(lens, {-0.0, 100.0}, 20).x));
+    for (int row = 1; row < 494; ++row) {
+        ExpectTwentySteps(lens, {-0.0, static_cast<double>(row)});
+    }
+}
+
+TEST(LxCIntrinsicParamsIcv, PixelsThatAreNoPositionsTakeTwentyStepsToo)
+{
+    const CLens lens = MakeIcvLens(true);
+    for (const double u : {kNaN, kInfinity, -kInfinity, 1e300, 1e80, -1e-310}) {
+        ExpectTwentySteps(lens, {u, 50.0});
+        ExpectTwentySteps(lens, {100.0, u});
+        ExpectTwentySteps(lens, {u, -u});
+    }
+}
+
 TEST(LxCIntrinsicParamsIcv, UndistortingInvertsTheModel)
 {
     const CLens lens = MakeIcvLens(true);
