@@ -1,6 +1,7 @@
 // Angles and text of image-plane coordinates.
 #include "lxcsensorcoordscct.h"
 
+#include <algorithm>
 #include <locale>
 #include <sstream>
 
@@ -11,6 +12,9 @@ namespace {
 constexpr double c_dPi = 3.14159265358979323846;
 constexpr double c_dHalfPi = 1.5707963267948966;
 constexpr double c_dThreeHalfPi = 4.71238898038469;
+
+/// No double has more significant decimal digits. Streams take time and memory for what is asked beyond them.
+constexpr int c_iMostDigits = 767;
 
 /// The direction of a vector in radians. A vertical one is a constant between 0 and 2 pi, the others lie
 /// between -pi and pi.
@@ -70,7 +74,7 @@ std::string LxCSensorCoordsCCT::ToString(int precision) const
 {
     std::ostringstream stream;
     stream.imbue(std::locale::classic());
-    stream.precision(precision);
+    stream.precision(std::min(precision, c_iMostDigits));
     stream << "(" << x << ", " << y << ")";
     return stream.str();
 }

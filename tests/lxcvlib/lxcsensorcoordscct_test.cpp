@@ -2,10 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <cmath>
 #include <limits>
+#include <locale>
 #include <random>
+#include <string>
 
 namespace LxCV {
 namespace {
@@ -189,6 +190,33 @@ TEST(LxCSensorCoordsCCT, TextHasTheStreamPrecision)
 {
     EXPECT_EQ(LxCSensorCoordsCCT(1.0 / 3.0, -2.0).ToString(3), "(0.333, -2)");
     EXPECT_EQ(LxCSensorCoordsCCT(1234567.0, 0.5).ToString(6), "(1.23457e+06, 0.5)");
+}
+
+TEST(LxCSensorCoordsCCT, TextOfAnyPrecisionIsTheExactValueAtMost)
+{
+    // The double next to 0.1, in full.
+    const std::string tenth = "0.1000000000000000055511151231257827021181583404541015625";
+    EXPECT_EQ(LxCSensorCoordsCCT(0.1, -0.5).ToString(std::numeric_limits<int>::max()),
+              "(" + tenth + ", -0.5)");
+    // The smallest double, 2^-1074, has 751 significant digits: 5^1074 is an integer of so many.
+    const std::string smallest =
+        LxCSensorCoordsCCT(std::numeric_limits<double>::denorm_min(), 0.0).ToString(1000);
+    EXPECT_EQ(smallest.size(), std::string("(4.").size() + 750 + std::string("e-324, 0)").size());
+    EXPECT_EQ(LxCSensorCoordsCCT(0.5, 2.0).ToString(std::numeric_limits<int>::min()), "(0.5, 2)");
+}
+
+TEST(LxCSensorCoordsCCT, TextIsTheSameInEveryLocale)
+{
+    class CommaDecimal : public std::numpunct<char>
+    {
+        char do_decimal_point() const override { return ','; }
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new CommaDecimal));
+    const std::string text = LxCSensorCoordsCCT(12345.5, 0.25).ToString(7);
+    std::locale::global(before);
+    EXPECT_EQ(text, "(12345.5, 0.25)");
 }
 
 } // namespace
