@@ -173,6 +173,8 @@ TEST(LxCFloat3, HtmlIsDefinedForBlackAndForNoNumber)
     EXPECT_EQ(LxCFloat3().toHTML(1.0F), "000000");
     EXPECT_EQ(LxCFloat3(c_fNaN, c_fNaN, c_fNaN).toHTML(1.0F), "000000");
     EXPECT_EQ(LxCFloat3().toHTML(std::numeric_limits<float>::infinity()), "000000");
+    EXPECT_EQ(LxCFloat3(c_fNaN, 300.0F, 16.0F).toHTML(1.0F), "00ff10");
+    EXPECT_EQ(LxCFloat3(std::numeric_limits<float>::infinity(), 5.0F, 0.0F).toHTML(1.0F), "000000");
 }
 
 TEST(LxCXYZValue, NamesTheElementsInOrder)
