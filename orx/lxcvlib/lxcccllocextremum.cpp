@@ -9,17 +9,14 @@ void LxCCCLLocExtremum::Combine(const LxCCCLLocExtremum& a, const LxCCCLLocExtre
 {
     outPosition = LxCEdgePosition::Combine3(a.m_fWeight, a.m_Position, b.m_fWeight, b.m_Position, c.m_fWeight,
                                             c.m_Position);
-    outSymbol = a.m_Symbol;
-    outSymbol.CombineWith(b.m_Symbol);
-    outSymbol.CombineWith(c.m_Symbol);
+    outSymbol = LxCSymbol(a.m_Symbol.GetValue() + b.m_Symbol.GetValue() + c.m_Symbol.GetValue());
 }
 
 void LxCCCLLocExtremum::Combine(const LxCCCLLocExtremum& a, const LxCCCLLocExtremum& b,
                                 LxCEdgePosition& outPosition, LxCSymbol& outSymbol)
 {
     outPosition = LxCEdgePosition::Combine2(a.m_fWeight, a.m_Position, b.m_fWeight, b.m_Position);
-    outSymbol = a.m_Symbol;
-    outSymbol.CombineWith(b.m_Symbol);
+    outSymbol = LxCSymbol(a.m_Symbol.GetValue() + b.m_Symbol.GetValue());
 }
 
 } // namespace LxCV

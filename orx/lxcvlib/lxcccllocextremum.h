@@ -16,7 +16,7 @@ class ORX_EXPORT LxCCCLLocExtremum
 public:
     explicit LxCCCLLocExtremum(LxCColorValueFloat::EColor color) : m_eColor(color) {}
 
-    /// Merges the extrema of two or three channels.
+    /// Merges the extrema of two or three channels. The outputs may be fields of one of the records.
     /// @param outPosition mean position, with the records' weights as weights
     /// @param outSymbol integer sum of the records' symbols, whose bits are to be disjoint
     static void Combine(const LxCCCLLocExtremum& a, const LxCCCLLocExtremum& b, const LxCCCLLocExtremum& c,

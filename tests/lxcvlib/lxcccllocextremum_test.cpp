@@ -73,6 +73,20 @@ TEST(LxCCCLLocExtremum, SymbolsOfMergedRecordsAreAdded)
     EXPECT_EQ(symbol.GetValue(), 4U);
 }
 
+TEST(LxCCCLLocExtremum, ARecordCanTakeTheMergedExtremum)
+{
+    const LxCCCLLocExtremum blue = Record(LxCColorValueFloat::eBlue, 100, 2, 1.0F);
+    const LxCCCLLocExtremum green = Record(LxCColorValueFloat::eGreen, 200, 4, 2.0F);
+    LxCCCLLocExtremum red = Record(LxCColorValueFloat::eRed, 400, 32, 5.0F);
+    LxCCCLLocExtremum::Combine(blue, green, red, red.m_Position, red.m_Symbol);
+    EXPECT_EQ(red.m_Position.GetWord(), 312U);
+    EXPECT_EQ(red.m_Symbol.GetValue(), 38U);
+    LxCCCLLocExtremum last = Record(LxCColorValueFloat::eGreen, 200, 4, 3.0F);
+    LxCCCLLocExtremum::Combine(blue, last, last.m_Position, last.m_Symbol);
+    EXPECT_EQ(last.m_Position.GetWord(), 175U);
+    EXPECT_EQ(last.m_Symbol.GetValue(), 6U);
+}
+
 TEST(LxCCCLLocExtremum, DifferencesAreSigned)
 {
     const LxCCCLLocExtremum a = Record(LxCColorValueFloat::eBlue, 100, 0, 1.0F);
