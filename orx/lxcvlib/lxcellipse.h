@@ -33,7 +33,8 @@ public:
     /// @param xs, ys room for n values each; null, and n below 1, write nothing
     void ConvertToPointSet(double* xs, double* ys, int n) const;
 
-    /// The distance of a point to the nearest point of the ellipse, by Newton iteration; not negative.
+    /// The distance of a point to the nearest point of the ellipse, by Newton iteration; not negative. Not a
+    /// number for an ellipse that has shrunk to a point, unless the point asked for lies on one of its axes.
     double Distance(double px, double py) const;
 
     /// The distance of a point to the point of the ellipse on the same ray from the centre; not a number at the

@@ -100,6 +100,16 @@ TEST(LxCEllipse, PointSetStartsOnSemiAxisAAndTurnsTowardsB)
     EXPECT_NEAR(ys[3], 20.0, c_dStepTolerance);
 }
 
+TEST(LxCEllipse, PointSetStepsInSinglePrecision)
+{
+    double xs[4];
+    double ys[4];
+    LxCEllipse(0.0, 0.0, 1.0, 1.0, 0.0).ConvertToPointSet(xs, ys, 4);
+    // The quarter turn is the float 1.57079637050628662109375, which is 4.371139000186e-8 above pi / 2.
+    EXPECT_NEAR(xs[1], -4.371139000186e-8, 1e-18);
+    EXPECT_NEAR(ys[3], -1.0, c_dTolerance);
+}
+
 TEST(LxCEllipse, PointSetLiesOnTheEllipse)
 {
     const LxCEllipse e(-4.0, 7.0, 30.0, 12.0, 0.7);
@@ -162,6 +172,17 @@ TEST(LxCEllipse, DistanceMatchesBruteForce)
             << i << ": a " << e.GetA() << " b " << e.GetB() << " at " << px - e.GetX() << " "
             << py - e.GetY();
     }
+}
+
+TEST(LxCEllipse, AnEllipseOfOneSemiAxisIsASegment)
+{
+    const LxCEllipse segment(0.0, 0.0, 0.0, 3.0, 0.0);
+    EXPECT_NEAR(segment.Distance(2.0, 1.0), 2.0, c_dNewtonTolerance);
+    EXPECT_NEAR(segment.Distance(0.0, 1.0), 0.0, c_dTolerance);
+    EXPECT_NEAR(segment.Distance(-4.0, 0.0), 4.0, c_dTolerance);
+    const LxCEllipse point(0.0, 0.0, 0.0, 0.0, 0.0);
+    EXPECT_EQ(point.Distance(0.0, -4.0), 4.0);
+    EXPECT_TRUE(std::isnan(point.Distance(1.0, 1.0)));
 }
 
 TEST(LxCEllipse, DistanceOfWhatIsNoNumberIsNoNumber)
