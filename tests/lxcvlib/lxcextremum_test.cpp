@@ -78,6 +78,8 @@ TEST(LxCExtremum, EncodingMasksNothing)
 {
     // A fraction of 70 is 64 + 6: it sets the lowest symbol bit.
     EXPECT_EQ(Encoded(0, false, false, 4, 70).GetSymbolFromExt().GetValue(), 5U);
+    // An OR, not a sum: a bit that is set already stays.
+    EXPECT_EQ(Encoded(0, false, false, 1, 70).GetSymbolFromExt().GetValue(), 1U);
     EXPECT_EQ(Encoded(0, false, false, 64, 0).IsContFlag(), true);
     EXPECT_EQ(Encoded(256, false, false, 0, 0).GetWord(), 1U << 22);
     EXPECT_EQ(Encoded(-1, false, false, 0, 0).GetWord(), 0xFFFFC000U);
@@ -164,6 +166,13 @@ TEST(LxCLightStripeEdgeSinglePixel, SettersMaskNothing)
     pixel.Clear();
     pixel.SetTracedId(-1);
     EXPECT_EQ(pixel.GetWord(), 0xFFFFFFC0U);
+    // Sums, not ORs: what exceeds a field carries.
+    pixel.EncodeTracedLSEdgeInfo(1, 70);
+    EXPECT_EQ(pixel.GetLSEdgeIDTraced(), 2);
+    EXPECT_EQ(pixel.GetSubpixelInt(), 6);
+    pixel.SetSymbolQuality(64);
+    EXPECT_FALSE(pixel.IsPartOfATracedLightStripeEdge());
+    EXPECT_EQ(pixel.GetContrastQuality(), 1);
 }
 
 TEST(LxCLightStripeEdgeSinglePixel, HasIdBitsInPlaceOfTheSymbol)

@@ -50,6 +50,8 @@ TEST(LxCSubpixel, AFractionBeyondOnePixelCarries)
     EXPECT_EQ(value.GetWord(), 63U);
     value.SetSubpixel(1.5F);
     EXPECT_EQ(value.GetWord(), 96U);
+    value.SetSubpixel(-0.01F); // -0.64 is truncated to 0, not floored
+    EXPECT_EQ(value.GetWord(), 64U);
     value.Clear();
     EXPECT_EQ(value.GetWord(), 0U);
 }
@@ -75,6 +77,13 @@ TEST(LxCSubpixel, VertexOfThreeSamplesMatchesHandCalculation)
     EXPECT_EQ(LxCSubpixel::ComputeSubpixelFloat(2.0F, 2.0F, 1.0F), -0.5F);
     // Samples on a straight line have no vertex.
     EXPECT_EQ(LxCSubpixel::ComputeSubpixelFloat(1.0F, 2.0F, 3.0F), 0.0F);
+}
+
+TEST(LxCSubpixel, AVertexHalfwayBetweenTwoStepsRoundsUp)
+{
+    // (0 - 1) / (0 + 1 - 65) * 0.5 = 1 / 128 of a pixel: floor(0.5 + 0.5). Before the sample: floor(-0.5 + 0.5).
+    EXPECT_EQ(LxCSubpixel::ComputeSubpixelInt(0.0F, 32.5F, 1.0F), 1);
+    EXPECT_EQ(LxCSubpixel::ComputeSubpixelInt(1.0F, 32.5F, 0.0F), 0);
 }
 
 TEST(LxCSubpixel, VertexMatchesTheParabolaItWasSampledFrom)
