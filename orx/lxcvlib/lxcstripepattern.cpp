@@ -19,14 +19,14 @@ namespace {
 
 const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCStripePattern");
 
-/// A code word table holds at most a megabyte.
-constexpr std::int64_t c_iMaxCodeWords = 1 << 18;
+/// A code word table holds all words of up to six digits (4 MB).
+constexpr std::int64_t c_iMaxCodeWords = 1000000;
 
 /// A pattern of zeros has one code word whatever its length, but its windows take time.
 constexpr int c_iMaxCodewordLen = 9;
 
-/// A calibrated LUT that a caller asks for holds at most this many positions (128 MB).
-constexpr std::int64_t c_iMaxLUTEntries = 1 << 24;
+/// A calibrated LUT that a caller asks for takes at most this many bytes.
+constexpr std::size_t c_uiMaxLUTBytes = 128 << 20;
 
 /// A text of n bytes may ask for this many bytes of LUT for each of its own, or for the floor. Written texts ask
 /// for 8, since they hold a byte for each double.
@@ -292,16 +292,15 @@ void LxCStripePattern::InitCalibratedEdgePositionLUT(int numPatches, int numPatc
     if (!CheckUsableEdges()) {
         return;
     }
-    const std::int64_t rowLength = std::int64_t{GetNrOfStripeEdges()} + 1;
-    if (numPatches < 1 || numPatchesDepth < 1 ||
-        numPatches > c_iMaxLUTEntries / rowLength / numPatchesDepth) {
+    if (numPatches < 1 || numPatchesDepth < 1 || !FitsLUT(numPatches, numPatchesDepth, c_uiMaxLUTBytes)) {
         s_Logger.Error(L"No calibrated edge positions for %i by %i patches\n", numPatches, numPatchesDepth);
         return;
     }
     m_iNumPatches = numPatches;
     m_iNumPatchesDepth = numPatchesDepth;
     std::vector<double> row = m_vNominalEdgePositions;
-    row.resize(static_cast<std::size_t>(rowLength), 0.0);
+    row.resize(static_cast<std::size_t>(GetNrOfStripeEdges()), 0.0);
+    row.push_back(0.0);
     const std::vector<std::vector<double>> patch(static_cast<std::size_t>(numPatchesDepth), row);
     m_vCalibratedEdgePositionLUT.assign(static_cast<std::size_t>(numPatches), patch);
 }
@@ -534,25 +533,31 @@ void LxCStripePattern::ReadBaseShift(const std::string& text)
     }
 }
 
+/// Whether a calibrated LUT of this size takes at most `limit` bytes.
+bool LxCStripePattern::FitsLUT(int numPatches, int numPatchesDepth, std::size_t limit) const
+{
+    const std::size_t rowLength = static_cast<std::size_t>(GetNrOfStripeEdges()) + 1;
+    const std::size_t rowSize = rowLength * sizeof(double) + c_uiRowOverhead;
+    return static_cast<std::size_t>(numPatches) <=
+           limit / rowSize / static_cast<std::size_t>(numPatchesDepth);
+}
+
 /// Makes room for the patches that were read, without rows yet. Refuses more than a text of this size can hold.
 bool LxCStripePattern::AllocateLUT(std::size_t textSize)
 {
-    const std::size_t patches = static_cast<std::size_t>(m_iNumPatches);
-    const std::size_t patchesDepth = static_cast<std::size_t>(m_iNumPatchesDepth);
     const std::size_t limit = std::max(c_uiLUTBytesAlways, c_uiLUTBytesPerTextByte * textSize);
     if (!CheckUsableEdges()) {
         ClearCalibratedLUT();
         return false;
     }
-    const std::size_t rowSize =
-        (static_cast<std::size_t>(GetNrOfStripeEdges()) + 1) * sizeof(double) + c_uiRowOverhead;
-    if (patches > limit / rowSize / patchesDepth) {
+    if (!FitsLUT(m_iNumPatches, m_iNumPatchesDepth, limit)) {
         s_Logger.Error(L"Refused calibrated edge positions of %i by %i patches in a text of %i bytes\n",
                        m_iNumPatches, m_iNumPatchesDepth, textSize);
         ClearCalibratedLUT();
         return false;
     }
-    m_vCalibratedEdgePositionLUT.assign(patches, std::vector<std::vector<double>>(patchesDepth));
+    const std::vector<std::vector<double>> patch(static_cast<std::size_t>(m_iNumPatchesDepth));
+    m_vCalibratedEdgePositionLUT.assign(static_cast<std::size_t>(m_iNumPatches), patch);
     return true;
 }
 

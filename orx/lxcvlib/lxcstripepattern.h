@@ -85,8 +85,8 @@ public:
 
     /// Builds the three tables. Returns false for a pattern that is not valid, that has fewer digits than a code
     /// word, or whose numbers cannot be used: negative ones, more stripe edges than `LxCPatternPosition` can
-    /// number, or a code word table above a megabyte. What cannot be used is logged. The code tables are then
-    /// empty.
+    /// number, or a code word table of more than a million entries. What cannot be used is logged. The code
+    /// tables are then empty.
     bool ConstructLUTs();
 
     /// Fills `out`, if there is one, with the nominal positions of all stripe edges, slide units. The storage
@@ -116,7 +116,8 @@ public:
     void GetIndexOfPatchFromPos(double pos, double depth, int& patch, int& depthPatch) const;
 
     /// The calibrated position of a stripe edge, slide units. Between the centres of depth patches it is
-    /// interpolated; with one depth patch, depth plays no role. Does not allocate.
+    /// interpolated; with one depth patch, depth plays no role. With the method `eEdgePosBaseShifted` and the
+    /// setting ReplaceEdgePositionRaw, the base shift of the edge is added. Does not allocate.
     /// @param edge 0 to the number of edges; an entry that the LUT lacks is answered with the nominal position,
     ///        or 0 where there is none
     /// @param pos position along the edge, slide units
@@ -156,7 +157,8 @@ public:
     void Serialize(LxCCCTSerializer& serializer, const std::string& section) override;
 
 protected:
-    /// Empties the pattern string and returns all scalar fields to their defaults; the tables stay.
+    /// Empties the pattern string and returns all scalar fields to their defaults; the tables stay. This and
+    /// `SerializeCalibPosLUT` are the first and the second virtual operation beyond those of the base.
     virtual void Reset();
 
 public:
@@ -181,6 +183,7 @@ private:
     void FillSymbolLUT(const std::vector<int>& digits);
     void ClearCalibratedLUT();
     void ShiftCalibratedLUT(const std::vector<double>& shift);
+    bool FitsLUT(int numPatches, int numPatchesDepth, std::size_t limit) const;
     double GetNominalPosition(std::size_t edge) const;
     double GetLUTEntry(int patch, int depthPatch, int edge) const;
 

@@ -374,14 +374,23 @@ TEST(LxCStripePattern, CodeWordLengthsThatCannotBeUsedAreRefused)
     }
 }
 
-TEST(LxCStripePattern, CodeWordTablesStayBelowAMegabyte)
+TEST(LxCStripePattern, CodeWordsHaveUpToSixDigitsWhateverTheyAre)
 {
     OpenStripePattern pattern = MakeStripePattern(c_sPatternA, 128);
     pattern.SetCodewordLen(5);
     EXPECT_TRUE(pattern.ConstructLUTs());
     EXPECT_EQ(pattern.GetCWToStripeEdgeNrLUT().size(), 77778U);
+    pattern.SetCodewordLen(6);
+    EXPECT_TRUE(pattern.ConstructLUTs());
+    EXPECT_EQ(pattern.GetCWToStripeEdgeNrLUT().size(), 777778U);
+    EXPECT_EQ(pattern.GetCWToStripeEdgeNrLUT()[216305], 6);
+    EXPECT_EQ(pattern.GetCWToStripeEdgeNrLUT()[365216], 3); // the window at 61
+    OpenStripePattern nines = MakeStripePattern("9123456", 10);
+    nines.SetCodewordLen(6);
+    EXPECT_TRUE(nines.ConstructLUTs());
+    EXPECT_EQ(nines.GetCWToStripeEdgeNrLUT().size(), 1000000U);
     const Logging::CCapture quiet;
-    for (const int length : {6, 9, 64}) {
+    for (const int length : {7, 9, 64}) {
         pattern.SetCodewordLen(length);
         EXPECT_FALSE(pattern.ConstructLUTs()) << length;
         EXPECT_TRUE(pattern.GetCWToStripeEdgeNrLUT().empty());
@@ -463,6 +472,24 @@ TEST(LxCStripePattern, CalibratedTablesThatCannotBeUsedAreRefused)
         EXPECT_EQ(pattern.GetNumPatchesDepth(), 0);
         EXPECT_TRUE(pattern.GetCalibratedEdgePositionLUT().empty());
     }
+}
+
+TEST(LxCStripePattern, ManyShortRowsAreRefusedByTheMemoryThatTheyTake)
+{
+    const Logging::CCapture quiet;
+    OpenStripePattern pattern = MakeStripePattern(c_sPatternA, 1);
+    pattern.InitCalibratedEdgePositionLUT(2000000, 1, 60.0F, 100.0F);
+    EXPECT_EQ(pattern.GetNumPatches(), 0);
+    EXPECT_TRUE(pattern.GetCalibratedEdgePositionLUT().empty());
+}
+
+TEST(LxCStripePattern, TheEntryBehindTheLastEdgeIsZeroAlsoForAPatternMadeShorter)
+{
+    OpenStripePattern pattern = MakeStripePattern(c_sPatternA, 10);
+    pattern.SetHeight(250);
+    pattern.InitCalibratedEdgePositionLUT(1, 1, 60.0F, 100.0F);
+    EXPECT_EQ(pattern.GetCalibratedEdgePositionLUT().at(0).at(0),
+              (std::vector<double>{-50.0, 0.0, 50.0, 100.0, 150.0, 0.0}));
 }
 
 TEST(LxCStripePattern, PatchesAreFoundByFloorAndClamp)

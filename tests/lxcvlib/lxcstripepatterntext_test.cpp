@@ -107,6 +107,15 @@ TEST(StripePatternText, MissingKeysLeaveTheDefaults)
     EXPECT_FALSE(pattern.IsValid());
 }
 
+TEST(StripePatternText, AMissingCodewordLenIsFourAndAMissingPatternStays)
+{
+    OpenStripePattern pattern = MakeStripePattern(c_sPatternA, 10);
+    pattern.SetCodewordLen(3);
+    Load(pattern, c_sSection, "::CLPattern\nPatternHeight=200\nPatternWidth=7\n");
+    EXPECT_EQ(pattern.GetPatternString(), c_sPatternA);
+    EXPECT_EQ(pattern.GetCWToStripeEdgeNrLUT().size(), 7778U);
+}
+
 TEST(StripePatternText, AMissingSectionLeavesAnInvalidPattern)
 {
     const Logging::CCapture quiet;
@@ -169,6 +178,20 @@ TEST(StripePatternText, ReadsRowsOfLists)
     EXPECT_NE(lut[0][0][2], 50.1);
     // An item ends at its comma: the one behind the last comma is none.
     EXPECT_EQ(lut[1][0], (Row{0.0, 1.0, 0.0, 0.0, 0.0}));
+}
+
+TEST(StripePatternText, AMissingRowReadsAsZeros)
+{
+    for (const char* version : {"1", "2"}) {
+        const OpenStripePattern pattern =
+            LoadFourEdges("NumPatches=2\nNumPatchesDepth=1\nCalibratedPositionLUTPD[1][0]=4000,\nLUT[1][0]="
+                          "\x90\nDataVersion=" +
+                          std::string(version) + "\n");
+        const auto& lut = pattern.GetCalibratedEdgePositionLUT();
+        ASSERT_EQ(lut.size(), 2U);
+        EXPECT_EQ(lut[0][0], Row(5, 0.0));
+        EXPECT_EQ(lut[1][0], (Row{0.0, 4.0, 0.0, 0.0, 0.0}));
+    }
 }
 
 TEST(StripePatternText, DataVersionIsOneWhereItIsMissing)
