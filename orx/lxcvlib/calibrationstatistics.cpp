@@ -11,8 +11,8 @@ namespace LxCV {
 
 void CCalibrationStatistics::Add(double error)
 {
-    // Written so that an error which is not a number shows in the maximum too.
-    if (m_uiCount == 0 || !(error <= m_dMax)) {
+    // An error that is not a number becomes the maximum, and nothing is above it then.
+    if (m_uiCount == 0 || error > m_dMax || std::isnan(error)) {
         m_dMax = error;
     }
     ++m_uiCount;

@@ -5,8 +5,9 @@
 
 namespace LxCV {
 
-/// Collects errors e, one per mark. With n of them:
+/// Collects errors e, one per mark, in their unit: pixels, mm, or none. With n of them:
 /// mean = sum e / n, stddev = sqrt((sum e^2 - (sum e)^2 / n) / (n - 1)), or 0 for n = 1, rms = sqrt(sum e^2 / n).
+/// An error that is not a number shows in all four figures.
 class CCalibrationStatistics
 {
 public:

@@ -271,10 +271,11 @@ TEST(CalibrationStatistics, NotANumberShowsInEveryFigure)
 {
     LxCPinholeCamera camera;
     SetUnitLens(camera);
-    AddErrors(camera, {1.0, std::numeric_limits<double>::quiet_NaN(), 2.0});
+    AddErrors(camera, {5.0, std::numeric_limits<double>::quiet_NaN(), 2.0});
     const SStatistics s = Call(camera, &LxCPinholeCamera::DistortedImagePlaneErrorStats);
     EXPECT_TRUE(std::isnan(s.mean));
     EXPECT_TRUE(std::isnan(s.stddev));
+    EXPECT_TRUE(std::isnan(s.max));
     EXPECT_TRUE(std::isnan(s.rms));
 }
 
