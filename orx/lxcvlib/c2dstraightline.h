@@ -51,8 +51,8 @@ public:
     double GetDistToPoint(const LxCSensorCoordsCCT& point) const;
     double GetDistToPoint(double x, double y) const;
 
-    /// Whether (p - base) lies on the positive side of direction x (p - base); right of the direction where y
-    /// points down, as in an image. False on the line.
+    /// Whether the vector product direction x (p - base) is above 0: right of the direction where y points down,
+    /// as in an image. False on the line.
     bool PointIsRightOf(const LxCSensorCoordsCCT& p) const;
 
     /// The common point of two lines. False, with `x` and `y` untouched, if the two direction vectors are equal

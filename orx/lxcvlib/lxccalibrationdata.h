@@ -9,7 +9,7 @@ namespace LxCV {
 
 /// A plain record: world point (millimetres, target or world frame), image position (pixels, distorted image),
 /// weight (the mark's quality where a target exported it), and a second position and two integers that a
-/// projector's records carry.
+/// projector's records carry. A projector's image position is one on its slide, in slide units.
 class ORX_EXPORT LxCCalibrationData
 {
 public:

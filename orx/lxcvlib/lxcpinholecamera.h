@@ -248,7 +248,7 @@ public:
     /// Writes a like report to a text file. Nothing happens if the file cannot be opened.
     void WriteCalibResults(const std::string& fileName) const;
 
-    /// A diagnosis that exists on other systems only. False.
+    /// Kept for its callers. False, and `out` stays as it was.
     bool DebugObjectSpaceErrorStatsAllPlates(std::string& out, const LxCCoordSysTrans* const poses) const;
 
 protected:
