@@ -57,9 +57,11 @@ TEST(LxCCalibEdge, AllFieldsComeBack)
 
 TEST(LxCCalibEdge, NumbersOutOfRangeAreDefined)
 {
+    // Sums modulo 2^32: 0x40 + 0xFFFFFF00 + 0x7FFFFFFF and 0x80 + 0xFFFFFF00 + 0x80000000.
     LxCCalibEdge edge;
-    edge.Encode(true, std::numeric_limits<int>::max(), std::numeric_limits<int>::max());
-    edge.Encode(false, std::numeric_limits<int>::min(), -1);
+    constexpr int kLargest = std::numeric_limits<int>::max();
+    EXPECT_EQ(edge.Encode(true, kLargest, kLargest), 0x7FFFFF3F);
+    EXPECT_EQ(edge.Encode(false, std::numeric_limits<int>::min(), -1), 0x7FFFFF80);
     EXPECT_EQ(LxCCalibEdge(-1).GetCalibEdgeId(), 255);
     EXPECT_TRUE(LxCCalibEdge(-1).IsLocalMax());
 }
