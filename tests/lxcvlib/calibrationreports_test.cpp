@@ -1,6 +1,7 @@
 // Tests of the text reports of cameras.
 #include "cameratestsupport.h"
 #include "lxcpinholecamera.h"
+#include "tests/support/environment.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +9,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <locale>
 #include <numbers>
 #include <string>
 #include <unistd.h>
@@ -148,34 +148,12 @@ TEST(CalibrationReports, TextIsAppendedPrependedOrAlone)
     EXPECT_EQ(text, report);
 }
 
-/// A locale with a comma and grouped thousands.
-class CCommaNumbers : public std::numpunct<char>
-{
-protected:
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
-/// Makes a locale the process's, for a scope.
-class CGlobalLocale
-{
-public:
-    explicit CGlobalLocale(const std::locale& locale) : m_Before(std::locale::global(locale)) {}
-    ~CGlobalLocale() { std::locale::global(m_Before); }
-    CGlobalLocale(const CGlobalLocale&) = delete;
-    CGlobalLocale& operator=(const CGlobalLocale&) = delete;
-
-private:
-    std::locale m_Before;
-};
-
 TEST(CalibrationReports, NumbersDoNotDependOnTheLocale)
 {
     LxCPinholeCamera camera = UnitCamera();
     AddMark(camera, 1234.5, true);
     const std::string before = Print(camera);
-    const CGlobalLocale locale(std::locale(std::locale::classic(), new CCommaNumbers));
+    const TestSupport::CCommaDecimalLocale commas;
     EXPECT_EQ(Print(camera), before);
 }
 
@@ -248,6 +226,17 @@ TEST_F(CalibrationReportFiles, StatisticsThatCannotBeMadeAreZeros)
                         " [pix]\n\nobject space error:\n" + zeros +
                         " [mm]\n\nnormalized calibration error:  0.000000\n"),
               std::string::npos);
+}
+
+TEST_F(CalibrationReportFiles, NumbersDoNotDependOnTheLocale)
+{
+    LxCPinholeCamera camera = UnitCamera();
+    camera.GetIntrinsicParams()->SetPrincipalPoint(1330.25, 240.5);
+    AddMark(camera, 1234.5, true);
+    const std::string before = Write(camera);
+    EXPECT_NE(before.find("Cx\t= 1330.250000, Cy\t= 240.500000 [pixels}"), std::string::npos);
+    const TestSupport::CCommaDecimalLocale commas;
+    EXPECT_EQ(Write(camera), before);
 }
 
 TEST_F(CalibrationReportFiles, AllViewsWithoutOrientationsAreZeros)

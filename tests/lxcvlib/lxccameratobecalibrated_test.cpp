@@ -2,6 +2,7 @@
 #include "lxccameratobecalibrated.h"
 
 #include "orx/logging/logger.h"
+#include "tests/support/environment.h"
 
 #include <gtest/gtest.h>
 
@@ -279,6 +280,61 @@ TEST(LxCCameraToBeCalibrated, UnknownPointChangesNothing)
     EXPECT_EQ(Names(camera, 2), (std::vector<int>{3}));
 }
 
+/// Views as lists of names: an empty object has none, its first record begins one, and leading views that are
+/// left empty vanish.
+class CViewModel
+{
+public:
+    void Add(int first, int count, bool newView)
+    {
+        if (m_Views.empty() && count > 0) {
+            m_Views.emplace_back();
+        } else if (!m_Views.empty() && newView) {
+            m_Views.emplace_back();
+        }
+        for (int i = 0; i < count; ++i) {
+            m_Views.back().push_back(first + i);
+        }
+    }
+    void Remove(std::size_t view, std::size_t index)
+    {
+        m_Views[view].erase(m_Views[view].begin() + static_cast<std::ptrdiff_t>(index));
+        while (!m_Views.empty() && m_Views.front().empty()) {
+            m_Views.erase(m_Views.begin());
+        }
+    }
+    const std::vector<std::vector<int>>& Get() const { return m_Views; }
+
+private:
+    std::vector<std::vector<int>> m_Views;
+};
+
+TEST(LxCCameraToBeCalibrated, ViewsFollowAnyOrderOfAddingAndRemoving)
+{
+    std::mt19937 random(36);
+    LxCCameraToBeCalibrated camera;
+    CViewModel model;
+    int next = 1;
+    for (int step = 0; step < 4000; ++step) {
+        const std::size_t view = model.Get().empty() ? 0 : random() % model.Get().size();
+        if (model.Get().empty() || random() % 4 == 0) {
+            const int count = static_cast<int>(random() % 4);
+            const bool newView = random() % 2 == 0;
+            Add(camera, next, count, newView);
+            model.Add(next, count, newView);
+            next += count;
+        } else if (!model.Get()[view].empty()) {
+            const std::size_t index = random() % model.Get()[view].size();
+            camera.RemoveCalibPoint(MarkAt(camera, static_cast<int>(view), index));
+            model.Remove(view, index);
+        }
+        ASSERT_EQ(static_cast<std::size_t>(camera.GetNrOfViews()), model.Get().size()) << step;
+        for (std::size_t i = 0; i < model.Get().size(); ++i) {
+            ASSERT_EQ(Names(camera, static_cast<int>(i)), model.Get()[i]) << step;
+        }
+    }
+}
+
 TEST(LxCCameraToBeCalibrated, StatusCountsMarksAndViews)
 {
     LxCCameraToBeCalibrated camera;
@@ -381,6 +437,19 @@ TEST_F(LxCCameraToBeCalibratedFiles, ExportAndImportKeepSixDigits)
             EXPECT_EQ(found[i]->m_dWeight, 1.0);
         }
     }
+}
+
+TEST_F(LxCCameraToBeCalibratedFiles, NumbersDoNotDependOnTheLocale)
+{
+    LxCCameraToBeCalibrated camera, back;
+    Marks marks = {new LxCCalibrationData(1234.5, -0.25, 3, 4321.5, 5, 1)};
+    camera.AddCalibData(&marks, true);
+    const TestSupport::CCommaDecimalLocale commas;
+    EXPECT_TRUE(camera.ExportCalibData(Path("commas")));
+    EXPECT_EQ(ReadFile(Path("commas_view00.txt")), "4321.5\t5\t1234.5\t-0.25\t3\n");
+    EXPECT_TRUE(back.ImportCalibData({Path("commas_view00.txt")}));
+    EXPECT_EQ(MarkAt(back, 0, 0)->m_dXw, 1234.5);
+    EXPECT_EQ(MarkAt(back, 0, 0)->m_dXi, 4321.5);
 }
 
 TEST_F(LxCCameraToBeCalibratedFiles, ImportOfNothingSucceeds)
