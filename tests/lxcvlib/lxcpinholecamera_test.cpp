@@ -6,6 +6,7 @@
 #include "lxc3dplane.h"
 #include "lxc3dray.h"
 #include "lxccctserializer.h"
+#include "orx/logging/logger.h"
 
 #include <gtest/gtest.h>
 
@@ -13,6 +14,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace LxCV {
@@ -589,6 +591,33 @@ TEST(LxCPinholeCamera, StoredCameraComesBack)
     back.WorldToDisImageCoords(1.0, 2.0, 100.0, &u2, &v2);
     EXPECT_NEAR(u2, u, 1e-6);
     EXPECT_NEAR(v2, v, 1e-6);
+}
+
+TEST(LxCPinholeCamera, TwoThreadsProjectWithTheTableThatReadingMade)
+{
+    LxCPinholeCamera stored, camera;
+    FillCamera(stored, nullptr);
+    stored.GetIntrinsicParams()->SetUseTsai(true);
+    stored.GetIntrinsicParams()->SetKappas(0.0, 1e-3, 0.0, 1e-5);
+    stored.MakeTranslation(LxC3DCoordsCCT(0.0, 0.0, 200.0));
+    Load(camera, "::Cams[0]", Store(stored, "::Cams[0]"));
+    const auto project = [&camera] {
+        std::vector<double> pixels;
+        for (int i = 0; i < 1000; ++i) {
+            double u = 0, v = 0;
+            camera.WorldToDisImageCoords(0.01 * i - 5.0, 0.005 * i, 0.0, &u, &v);
+            pixels.insert(pixels.end(), {u, v});
+        }
+        return pixels;
+    };
+    const Logging::CCapture capture;
+    std::vector<double> elsewhere;
+    std::thread other([&] { elsewhere = project(); });
+    const std::vector<double> here = project();
+    other.join();
+    EXPECT_EQ(here, elsewhere);
+    EXPECT_LT(here.front(), here[1998]);
+    EXPECT_TRUE(capture.GetRecords().empty()); // no table was made anew
 }
 
 TEST(LxCPinholeCamera, MissingSectionsLeaveTheIntrinsicParameters)
