@@ -13,6 +13,7 @@
 #include <iomanip>
 #include <limits>
 #include <locale>
+#include <optional>
 #include <span>
 #include <sstream>
 #include <stdexcept>
@@ -94,10 +95,96 @@ int SumOfFloat3(const void* pixel)
     return TruncateTo<int>(Read<LxCFloat3>(pixel).getSum());
 }
 
+/// A pixel as an integer, colours as the sum of their channels; nothing for types that have none.
+std::optional<int> PixelAsInt(CCTImage::EImageDataType type, const void* pixel)
+{
+    switch (type) {
+    case CCTImage::eIDT_ARGB8:
+        return SumOfArgb(pixel);
+    case CCTImage::eIDT_UINT32:
+        return ReadAsInt<std::uint32_t>(pixel);
+    case CCTImage::eIDT_INT32:
+        return ReadAsInt<std::int32_t>(pixel);
+    case CCTImage::eIDT_UINT16:
+        return ReadAsInt<std::uint16_t>(pixel);
+    case CCTImage::eIDT_INT16:
+        return ReadAsInt<std::int16_t>(pixel);
+    case CCTImage::eIDT_UINT8:
+    case CCTImage::eIDT_GRAY8:
+        return ReadAsInt<std::uint8_t>(pixel);
+    case CCTImage::eIDT_INT8:
+        return ReadAsInt<std::int8_t>(pixel);
+    case CCTImage::eIDT_FLOAT32:
+        return ReadAsInt<float>(pixel);
+    case CCTImage::eIDT_FLOAT64:
+        return ReadAsInt<double>(pixel);
+    case CCTImage::eIDT_FLOAT32_3:
+        return SumOfFloat3(pixel);
+    default:
+        return std::nullopt;
+    }
+}
+
+CCTImage::EImageDataType UnsignedTypeOf(int bytesPerPixel)
+{
+    switch (bytesPerPixel) {
+    case 1:
+        return CCTImage::eIDT_UINT8;
+    case 2:
+        return CCTImage::eIDT_UINT16;
+    case 4:
+        return CCTImage::eIDT_UINT32;
+    default:
+        return CCTImage::eIDT_Undefined;
+    }
+}
+
 template <typename T>
 void PrintTriple(std::ostream& text, const T& first, const T& second, const T& third)
 {
     text << std::setw(3) << first << ", " << std::setw(3) << second << ", " << std::setw(3) << third;
+}
+
+void PrintPixelOfType(std::ostream& text, CCTImage::EImageDataType type, const void* pixel)
+{
+    switch (type) {
+    case CCTImage::eIDT_ARGB8: {
+        const auto argb = Read<std::uint32_t>(pixel);
+        PrintTriple(text, argb >> 16 & 0xFFU, argb >> 8 & 0xFFU, argb & 0xFFU);
+        break;
+    }
+    case CCTImage::eIDT_FLOAT32_3: {
+        const auto triple = Read<LxCFloat3>(pixel);
+        PrintTriple(text, triple.get(2), triple.get(1), triple.get(0));
+        break;
+    }
+    case CCTImage::eIDT_INT32:
+        text << Read<std::int32_t>(pixel);
+        break;
+    case CCTImage::eIDT_UINT8:
+    case CCTImage::eIDT_GRAY8:
+        text << ReadAsInt<std::uint8_t>(pixel);
+        break;
+    case CCTImage::eIDT_FLOAT32:
+        text << Read<float>(pixel);
+        break;
+    case CCTImage::eIDT_FLOAT64:
+        text << Read<double>(pixel);
+        break;
+    default:
+        text << "unsupported image type";
+        break;
+    }
+}
+
+std::span<const float> FloatsOf(std::span<const std::byte> bytes)
+{
+    return {reinterpret_cast<const float*>(bytes.data()), bytes.size() / sizeof(float)};
+}
+
+std::span<float> FloatsOf(std::span<std::byte> bytes)
+{
+    return {reinterpret_cast<float*>(bytes.data()), bytes.size() / sizeof(float)};
 }
 
 } // namespace
@@ -157,8 +244,7 @@ CCTImage& CCTImage::operator=(const CCTImage& source)
             Resize(source.m_iWidth, source.m_iHeight, source.m_eDataType);
         }
         // After a failed resize the sizes are 0, and nothing is copied.
-        ImageKernels::CopyBytes({source.m_pBuffer, static_cast<std::size_t>(source.GetSizeInBytes())},
-                                {m_pBuffer, static_cast<std::size_t>(GetSizeInBytes())});
+        ImageKernels::CopyBytes(source.Bytes(), Bytes());
     } else {
         WrapBufferOf(source);
     }
@@ -171,16 +257,15 @@ CCTImage& CCTImage::operator=(const CCTImage& source)
 CCTImage CCTImage::operator/(const CCTImage& divisor) const
 {
     CCTImage quotient(m_iWidth, m_iHeight, m_eDataType, true, nullptr);
-    const bool defined =
-        m_eDataType == eIDT_FLOAT32_3 && DoTypeAndDimMatchWith(divisor) && IsValid() && divisor.IsValid();
-    if (!defined) {
+    const auto holdsTriples = [&quotient](const CCTImage& image) {
+        return image.m_eDataType == eIDT_FLOAT32_3 && image.IsValid() && image.DoBPPAndDimMatchWith(quotient);
+    };
+    if (holdsTriples(*this) && holdsTriples(divisor)) {
+        ImageKernels::DivideWithCap(FloatsOf(Bytes()), FloatsOf(divisor.Bytes()), c_fQuotientCap,
+                                    FloatsOf(quotient.Bytes()));
+    } else {
         quotient.Clear();
-        return quotient;
     }
-    const std::size_t elements = static_cast<std::size_t>(GetSizeInBytes()) / sizeof(float);
-    ImageKernels::DivideWithCap({reinterpret_cast<const float*>(m_pBuffer), elements},
-                                {reinterpret_cast<const float*>(divisor.m_pBuffer), elements}, c_fQuotientCap,
-                                {reinterpret_cast<float*>(quotient.m_pBuffer), elements});
     return quotient;
 }
 
@@ -190,25 +275,17 @@ CCTImage::EReturnCode CCTImage::CreateCopy(CCTImage** copy, bool sizeOnly) const
         return eRC_Failed;
     }
     *copy = nullptr;
-    CCTImage* created = nullptr;
-    const EReturnCode result = CreateImage(&created, m_iWidth, m_iHeight, m_eDataType, true, nullptr);
-    if (result != eRC_OK) {
-        return result;
-    }
-    std::unique_ptr<CCTImage> owner(created);
-    if (!sizeOnly) {
-        try {
-            const EReturnCode copied = owner->CopyFrom(this, false);
-            if (copied != eRC_OK) {
-                return copied;
-            }
-        } catch (const std::exception& exception) {
-            s_Logger.Error(L"CCTImage::CreateCopy: %s\n", exception.what());
-            return eRC_OutOfMemory;
+    try {
+        auto created = std::make_unique<CCTImage>(m_iWidth, m_iHeight, m_eDataType, true, nullptr);
+        const EReturnCode result = sizeOnly ? eRC_OK : created->CopyFrom(this, false);
+        if (result == eRC_OK) {
+            *copy = created.release();
         }
+        return result;
+    } catch (const std::exception& exception) {
+        s_Logger.Error(L"CCTImage::CreateCopy: %s\n", exception.what());
+        return eRC_OutOfMemory;
     }
-    *copy = owner.release();
-    return eRC_OK;
 }
 
 int CCTImage::GetBytesPerPixel(EImageDataType type)
@@ -287,55 +364,28 @@ CCTImage::EReturnCode CCTImage::SetPixel(int x, int y, const void* in)
 
 CCTImage::EReturnCode CCTImage::SetPixel(int x, int y, unsigned long value)
 {
-    std::array<std::byte, sizeof(LxCFloat3)> pixel{};
-    std::memcpy(pixel.data(), &value, sizeof value);
-    return SetPixel(x, y, pixel.data());
+    if (!HasPixel(x, y)) {
+        return eRC_OutOfImage;
+    }
+    const auto bytes = static_cast<std::size_t>(m_iBytesPerPixel);
+    std::memset(PixelAddress(x, y), 0, bytes);
+    std::memcpy(PixelAddress(x, y), &value, std::min(bytes, sizeof value));
+    return eRC_OK;
 }
 
 int CCTImage::ConvertPixToInt(const void* pixel, bool* converted) const
 {
-    bool ignored = false;
-    bool& known = converted != nullptr ? *converted : ignored;
-    known = pixel != nullptr;
-    if (pixel == nullptr) {
-        return 1;
+    std::optional<int> value;
+    if (pixel != nullptr) {
+        value = PixelAsInt(m_eDataType, pixel);
+        if (!value) {
+            value = PixelAsInt(UnsignedTypeOf(m_iBytesPerPixel), pixel);
+        }
     }
-    switch (m_eDataType) {
-    case eIDT_ARGB8:
-        return SumOfArgb(pixel);
-    case eIDT_UINT32:
-        return ReadAsInt<std::uint32_t>(pixel);
-    case eIDT_INT32:
-        return ReadAsInt<std::int32_t>(pixel);
-    case eIDT_UINT16:
-        return ReadAsInt<std::uint16_t>(pixel);
-    case eIDT_INT16:
-        return ReadAsInt<std::int16_t>(pixel);
-    case eIDT_UINT8:
-    case eIDT_GRAY8:
-        return ReadAsInt<std::uint8_t>(pixel);
-    case eIDT_INT8:
-        return ReadAsInt<std::int8_t>(pixel);
-    case eIDT_FLOAT32:
-        return ReadAsInt<float>(pixel);
-    case eIDT_FLOAT64:
-        return ReadAsInt<double>(pixel);
-    case eIDT_FLOAT32_3:
-        return SumOfFloat3(pixel);
-    default:
-        break;
+    if (converted != nullptr) {
+        *converted = value.has_value();
     }
-    switch (m_iBytesPerPixel) {
-    case 1:
-        return ReadAsInt<std::uint8_t>(pixel);
-    case 2:
-        return ReadAsInt<std::uint16_t>(pixel);
-    case 4:
-        return ReadAsInt<std::uint32_t>(pixel);
-    default:
-        known = false;
-        return 0;
-    }
+    return value.value_or(pixel == nullptr ? 1 : 0);
 }
 
 CCTImage::EReturnCode CCTImage::PrintPixel(int x, int y, std::string& out) const
@@ -344,44 +394,22 @@ CCTImage::EReturnCode CCTImage::PrintPixel(int x, int y, std::string& out) const
         out = "invalid coords";
         return eRC_InvalidArgument;
     }
+    // A copy as large as the largest type: a descendant may have allocated fewer bytes than the type needs.
+    std::array<std::byte, sizeof(LxCFloat3)> pixel{};
+    ImageKernels::CopyBytes({PixelAddress(x, y), static_cast<std::size_t>(m_iBytesPerPixel)}, pixel);
     std::ostringstream text;
     text.imbue(std::locale::classic());
     text << std::fixed << std::setprecision(2);
-    const std::byte* const pixel = PixelAddress(x, y);
-    switch (m_eDataType) {
-    case eIDT_ARGB8: {
-        const auto argb = Read<std::uint32_t>(pixel);
-        PrintTriple(text, argb >> 16 & 0xFFU, argb >> 8 & 0xFFU, argb & 0xFFU);
-        break;
-    }
-    case eIDT_FLOAT32_3: {
-        const auto triple = Read<LxCFloat3>(pixel);
-        PrintTriple(text, triple.get(2), triple.get(1), triple.get(0));
-        break;
-    }
-    case eIDT_INT32:
-    case eIDT_UINT8:
-    case eIDT_GRAY8:
-        text << ConvertPixToInt(pixel);
-        break;
-    case eIDT_FLOAT32:
-        text << Read<float>(pixel);
-        break;
-    case eIDT_FLOAT64:
-        text << Read<double>(pixel);
-        break;
-    default:
-        text << "unsupported image type";
-        break;
-    }
+    PrintPixelOfType(text, m_eDataType, pixel.data());
     out = text.str();
     return eRC_OK;
 }
 
 void CCTImage::Clear()
 {
-    if (IsValid()) {
-        std::memset(m_pBuffer, 0, static_cast<std::size_t>(GetSizeInBytes()));
+    const std::span<std::byte> pixels = Bytes();
+    if (!pixels.empty()) {
+        std::memset(pixels.data(), 0, pixels.size());
     }
 }
 
@@ -390,15 +418,15 @@ CCTImage::EReturnCode CCTImage::Resize(int width, int height, EImageDataType typ
     if (!OwnsBuffer() && IsValid()) {
         s_Logger.Info(L"Warning: resizing a non-internally managed image!\n");
     }
-    const bool keepsType = type == eIDT_Undefined;
-    const int bytesPerPixel = keepsType ? m_iBytesPerPixel : GetBytesPerPixel(type);
+    const EImageDataType newType = type == eIDT_Undefined ? m_eDataType : type;
+    // A failed allocation has left a type without pixel size.
+    const bool keepsPixelSize = type == eIDT_Undefined && m_iBytesPerPixel > 0;
+    const int bytesPerPixel = keepsPixelSize ? m_iBytesPerPixel : GetBytesPerPixel(newType);
     if (allocate(std::max(width, 0), std::max(height, 0), bytesPerPixel) != eRC_OK) {
         s_Logger.Info(L"Warning CCTImage::Allocate failed.");
         return eRC_OutOfMemory;
     }
-    if (!keepsType) {
-        StoreDataType(type);
-    }
+    StoreDataType(newType);
     Clear();
     return eRC_OK;
 }
@@ -416,8 +444,7 @@ CCTImage::EReturnCode CCTImage::CopyFrom(const CCTImage* source, bool replicateB
         return eRC_NullPointer;
     }
     if (sameSize) {
-        ImageKernels::CopyBytes({source->m_pBuffer, static_cast<std::size_t>(source->GetSizeInBytes())},
-                                {m_pBuffer, static_cast<std::size_t>(GetSizeInBytes())});
+        ImageKernels::CopyBytes(source->Bytes(), Bytes());
         SetDataType(source->m_eDataType);
     } else {
         CopyToCenter(*source, replicateBorder);
@@ -440,25 +467,14 @@ CCTImage::EReturnCode CCTImage::CopyDataFrom(const void* data, int width, int he
     if (data == nullptr || LacksMemory()) {
         return eRC_NullPointer;
     }
-    const auto size = static_cast<std::size_t>(GetSizeInBytes());
-    ImageKernels::CopyBytes({static_cast<const std::byte*>(data), size}, {m_pBuffer, size});
+    const std::span<std::byte> pixels = Bytes();
+    ImageKernels::CopyBytes({static_cast<const std::byte*>(data), pixels.size()}, pixels);
     return eRC_OK;
 }
 
 void CCTImage::initializeToDefaults()
 {
-    m_pAllocation.reset();
-    m_iWidth = 0;
-    m_iHeight = 0;
-    m_iBytesPerPixel = 0;
-    StoreDataType(eIDT_Undefined);
-    m_eImageType = eIT_Default;
-    m_pBuffer = nullptr;
-    m_sPathname.clear();
-    m_sSourcePathname.clear();
-    m_iId = 0;
-    m_uiTimestamp = 0;
-    m_sDescription.clear();
+    *this = CCTImage();
 }
 
 CCTImage::Allocation CCTImage::AllocateAligned(std::size_t bytes)
@@ -524,7 +540,8 @@ CCTImage::EReturnCode CCTImage::rearrangeFromBGR8ToARGB()
     if (packed == nullptr) {
         return eRC_OutOfMemory;
     }
-    ImageKernels::PackBgrToArgb({reinterpret_cast<const std::uint8_t*>(m_pBuffer), pixels * 3},
+    const std::span<const std::byte> bgr = Bytes();
+    ImageKernels::PackBgrToArgb({reinterpret_cast<const std::uint8_t*>(bgr.data()), bgr.size()},
                                 {reinterpret_cast<std::uint32_t*>(packed.get()), pixels});
     m_pAllocation = std::move(packed);
     m_iAllocatedBytes = pixels * c_iArgbBytes;
@@ -543,8 +560,7 @@ void CCTImage::StoreDataType(EImageDataType type)
 void CCTImage::Fill(const LxCFloat3& value)
 {
     const auto pixel = std::as_bytes(std::span(&value, 1));
-    ImageKernels::FillPixels(pixel.first(static_cast<std::size_t>(m_iBytesPerPixel)),
-                             {m_pBuffer, static_cast<std::size_t>(GetSizeInBytes())});
+    ImageKernels::FillPixels(pixel.first(static_cast<std::size_t>(m_iBytesPerPixel)), Bytes());
 }
 
 void CCTImage::WrapBufferOf(const CCTImage& source)
@@ -586,12 +602,11 @@ void CCTImage::CopyToCenter(const CCTImage& source, bool replicateBorder)
         static_cast<std::size_t>(m_iWidth), static_cast<std::size_t>(m_iHeight),
         static_cast<std::size_t>(source.m_iWidth), static_cast<std::size_t>(source.m_iHeight),
         static_cast<std::size_t>(m_iBytesPerPixel)};
-    const std::span<std::byte> image(m_pBuffer, geometry.ImageBytes());
-    ImageKernels::CopyToCenter(geometry, {source.m_pBuffer, geometry.BlockBytes()}, image);
+    ImageKernels::CopyToCenter(geometry, source.Bytes(), Bytes());
     if (replicateBorder) {
-        ImageKernels::ReplicateBorder(geometry, image);
+        ImageKernels::ReplicateBorder(geometry, Bytes());
     } else {
-        ImageKernels::ClearBorder(geometry, image);
+        ImageKernels::ClearBorder(geometry, Bytes());
     }
 }
 

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <span>
 #include <string>
 
 namespace LxCV {
@@ -91,7 +92,8 @@ public:
     CCTImage() = default;
 
     /// An owning copy, also of a wrapping image; a source that has a size but no memory gives zeros. The id
-    /// is not copied. Throws std::exception "allocate failed".
+    /// is not copied. Throws std::exception "allocate failed"; also, as `CopyFrom` does, "new image type has
+    /// different pixel size" for an image that a failed allocation has left with a type but no pixels.
     CCTImage(const CCTImage& source);
 
     /// Allocates and fills every pixel of a `eIDT_FLOAT32_3` image with (value, value, value). A pixel of
@@ -103,9 +105,9 @@ public:
     CCTImage(int width, int height, EImageDataType type, float first, float second, float third);
 
     /// Allocates, leaving the pixels as they are and ignoring `data`; or wraps `data`, which the caller keeps
-    /// and which must hold width * height pixels. A width or height below 1 becomes 0. A wrapped null is an
-    /// image without pixels. Throws std::exception "image allocation failed", also for a wrapped size that no
-    /// int can tell.
+    /// and which must hold width * height pixels, aligned for their elements. A width or height below 1
+    /// becomes 0. A wrapped null is an image without pixels. Throws std::exception "image allocation failed",
+    /// also for a wrapped size that no int can tell.
     CCTImage(int width, int height, EImageDataType type, bool allocateMemory, void* data);
 
     /// A flag in the place of the fill value is a forgotten fifth argument.
@@ -342,6 +344,9 @@ private:
 
     bool HasPixel(int x, int y) const { return m_pBuffer != nullptr && CoordsAreValid(x, y); }
     bool LacksMemory() const { return m_pBuffer == nullptr && GetSizeInBytes() > 0; }
+    std::size_t ByteCount() const { return IsValid() ? static_cast<std::size_t>(GetSizeInBytes()) : 0; }
+    std::span<std::byte> Bytes() { return {m_pBuffer, ByteCount()}; }
+    std::span<const std::byte> Bytes() const { return {m_pBuffer, ByteCount()}; }
     void StoreDataType(EImageDataType type);
     void Fill(const LxCFloat3& value);
     void WrapBufferOf(const CCTImage& source);

@@ -200,6 +200,14 @@ TEST(CCTImage, CopyConstructionOfTheEmptyImageIsEmpty)
     EXPECT_EQ(copy.GetDataType(), 0);
 }
 
+TEST(CCTImage, CopyConstructionOfAFailedImageIsRefused)
+{
+    const Logging::CCapture capture;
+    Image failed(2, 2, Image::eIDT_UINT8, true, nullptr);
+    ASSERT_EQ(failed.Resize(INT_MAX, INT_MAX), 10);
+    EXPECT_EQ(TextOf([&] { const Image image(failed); }), "new image type has different pixel size");
+}
+
 TEST(CCTImage, CopyConstructionAsksTheVirtualSize)
 {
     const CLyingImage larger(2, 2, 4, 6);
@@ -513,6 +521,17 @@ TEST(CCTImage, SetPixelTakesTheLowBytesOfANumberAndZerosBeyondIt)
     }
 }
 
+TEST(CCTImage, SetPixelOfANumberFillsPixelsLargerThanAnyTypeWithZeros)
+{
+    COpenImage image;
+    ASSERT_EQ(image.allocate(1, 1, 20), 0);
+    FillBytes(image, 30);
+    EXPECT_EQ(image.SetPixel(0, 0, 0x0102030405060708UL), 0);
+    std::vector<std::uint8_t> expected{8, 7, 6, 5, 4, 3, 2, 1};
+    expected.resize(20, 0);
+    EXPECT_EQ(BytesOf(image), expected);
+}
+
 TEST(CCTImage, FastPixelsUseThePublishedOffsets)
 {
     Image image = RandomImage(3, 2, 11, 7);
@@ -675,6 +694,21 @@ TEST(CCTImage, PrintPixelHasNoTextForTheOtherTypes)
 {
     for (const int type : {2, 3, 5, 6, 8}) {
         EXPECT_EQ(Printed(type, std::uint32_t{1}), "unsupported image type") << type;
+    }
+}
+
+TEST(CCTImage, PrintPixelReadsNoFurtherThanThePixelWhoseTypeBeliesItsSize)
+{
+    // One byte 0x42 and zeros are a denormal float; more bytes 0x42 would make it 48.56.
+    for (const auto& [type, text] : {std::pair{9, "0.00"}, {10, "0.00"}, {11, "0.00, 0.00, 0.00"}}) {
+        COpenImage image(4, 4, TypeOf(type), true, nullptr);
+        ASSERT_EQ(image.allocate(4, 4, 1), 0);
+        std::fill_n(static_cast<std::uint8_t*>(image.GetBuffer()), 16, std::uint8_t{0x42});
+        for (int i = 0; i < 16; ++i) {
+            std::string printed;
+            EXPECT_EQ(image.PrintPixel(i % 4, i / 4, printed), 0);
+            EXPECT_EQ(printed, text);
+        }
     }
 }
 

@@ -159,6 +159,26 @@ TEST(CCTImage, AFailedResizeKeepsTheType)
     EXPECT_TRUE(image.IsValid());
 }
 
+TEST(CCTImage, ResizeWithoutATypeAfterAFailureHasThePixelSizeOfTheType)
+{
+    const Logging::CCapture capture;
+    Image image = RandomImage(3, 2, 11, 30);
+    ASSERT_EQ(image.Resize(INT_MAX, INT_MAX), 10);
+    EXPECT_EQ(image.Resize(2, 3), 0);
+    EXPECT_EQ(image.GetDataType(), Image::eIDT_FLOAT32_3);
+    EXPECT_EQ(image.GetBytesPerPixel(), 12);
+    EXPECT_EQ(BytesOf(image), std::vector<std::uint8_t>(72, 0));
+}
+
+TEST(CCTImage, ResizeWithoutATypeKeepsThePixelSizeOfAnUntypedBuffer)
+{
+    COpenImage image;
+    ASSERT_EQ(image.allocate(1, 1, 5), 0);
+    EXPECT_EQ(image.Resize(2, 3), 0);
+    EXPECT_EQ(image.GetDataType(), Image::eIDT_Undefined);
+    EXPECT_EQ(image.GetBytesPerPixel(), 5);
+}
+
 TEST(CCTImage, CopyFromTheSameSizeTakesPixelsTypeAndAttributes)
 {
     Image source = RandomImage(4, 3, 9, 14);
@@ -494,6 +514,18 @@ TEST(CCTImage, QuotientsOfOtherTypesAreZero)
     EXPECT_EQ(BytesOf(left / left), std::vector<std::uint8_t>(6, 0));
     const Image empty;
     EXPECT_FALSE((empty / empty).IsValid());
+}
+
+TEST(CCTImage, QuotientsOfPixelsThatTheirTypeBeliesAreZero)
+{
+    const Image left(3, 2, Image::eIDT_FLOAT32_3, 1.0F);
+    COpenImage shallow(3, 2, Image::eIDT_FLOAT32_3, 1.0F);
+    ASSERT_EQ(shallow.allocate(3, 2, 4), 0);
+    FillBytes(shallow, 31);
+    for (const Image& quotient : {left / shallow, shallow / left, shallow / shallow}) {
+        EXPECT_TRUE(quotient.DoTypeAndDimMatchWith(left));
+        EXPECT_EQ(BytesOf(quotient), std::vector<std::uint8_t>(72, 0));
+    }
 }
 
 TEST(CCTImage, RearrangingPacksBytesIntoWords)
