@@ -15,10 +15,14 @@ void ClearBytes(std::span<std::byte> target)
     }
 }
 
+/// Whether there are pixels at all, and `image` holds them. The product of hostile sizes may exceed a size_t,
+/// so it is not formed.
 bool Holds(const SCenteredBlock& geometry, std::span<const std::byte> image)
 {
-    return geometry.blockWidth <= geometry.imageWidth && geometry.blockHeight <= geometry.imageHeight &&
-           geometry.ImageBytes() <= image.size();
+    const bool isEmpty = geometry.imageWidth == 0 || geometry.imageHeight == 0 || geometry.bytesPerPixel == 0;
+    return !isEmpty && geometry.blockWidth <= geometry.imageWidth &&
+           geometry.blockHeight <= geometry.imageHeight &&
+           geometry.imageWidth <= image.size() / geometry.bytesPerPixel / geometry.imageHeight;
 }
 
 } // namespace

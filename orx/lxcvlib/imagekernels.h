@@ -37,7 +37,8 @@ ORX_EXPORT void CopyBytes(std::span<const std::byte> source, std::span<std::byte
 ORX_EXPORT void FillPixels(std::span<const std::byte> pixel, std::span<std::byte> target);
 
 /// Copies the gapless rows of `block` into the middle of `image`; the border stays. Nothing is written if
-/// `block` or `image` is shorter than the geometry says; this holds for the two below also.
+/// `block` or `image` is shorter than the geometry says, whatever sizes it tells; this holds for the two below
+/// also.
 ORX_EXPORT void CopyToCenter(const SCenteredBlock& geometry, std::span<const std::byte> block,
                              std::span<std::byte> image);
 

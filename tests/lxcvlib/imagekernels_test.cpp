@@ -144,6 +144,31 @@ TEST(ImageKernels, GeometriesThatTheSpansDoNotHoldWriteNothing)
     EXPECT_EQ(image, Bytes(8, 7));
 }
 
+TEST(ImageKernels, GeometriesWhoseByteCountWrapsWriteNothing)
+{
+    // 2^32 * 2^32 pixels of a byte are 2^64 bytes, and 0 in 64 bits.
+    const SCenteredBlock g{std::size_t{1} << 32, std::size_t{1} << 32, 1, 1, 1};
+    Bytes image(8, 7);
+    CopyToCenter(g, Readable({1}), Writable(image));
+    ReplicateBorder(g, Writable(image));
+    ClearBorder(g, Writable(image));
+    EXPECT_EQ(image, Bytes(8, 7));
+}
+
+TEST(ImageKernels, ColumnsAndRowsWithoutPixelsTakeNoTime)
+{
+    // Visiting these rows one by one would take centuries.
+    const SCenteredBlock noColumns{0, SIZE_MAX, 0, SIZE_MAX - 2, 1};
+    const SCenteredBlock noBytes{4, SIZE_MAX / 4, 2, SIZE_MAX / 4 - 2, 0};
+    Bytes image(8, 7);
+    for (const SCenteredBlock& g : {noColumns, noBytes}) {
+        CopyToCenter(g, {}, Writable(image));
+        ReplicateBorder(g, Writable(image));
+        ClearBorder(g, Writable(image));
+    }
+    EXPECT_EQ(image, Bytes(8, 7));
+}
+
 TEST(ImageKernels, CopyToCenterPlacesRowsInTheMiddle)
 {
     // 4 x 3 image, 2 x 1 block: column 1, row 1.
