@@ -11,8 +11,8 @@ class CCTImage;
 class LxCCCTSerializer;
 
 /// A rectangle of pixels with a name: left column, top row, width, height. A region covers the columns from
-/// left to left + width - 1; one of zero or negative size covers no pixel. Constructors and the operations
-/// that clip make sizes positive; `Set` stores what it is given.
+/// left to left + width - 1; one of zero or negative size covers no pixel. Construction from numbers, and the
+/// operations that clip before they clip, make sizes positive; all others take sizes as they are.
 ///
 /// Results that int cannot hold saturate. Deliberately, the destructor is not virtual: no region is deleted
 /// through a base.
@@ -25,7 +25,7 @@ public:
     /// covered.
     explicit LxCRoi(int left, int top = 0, int width = 0, int height = 0, const std::string& name = {});
 
-    /// The geometry of `other` without its name; all zero for null.
+    /// The geometry of `other`, stored as it is, without its name; all zero for null.
     explicit LxCRoi(const LxCRoi* other);
 
     /// The whole image; all zero for null.
@@ -57,7 +57,7 @@ public:
     /// Whether left <= col < left + width, and so for the row.
     bool Contains(double col, double row) const;
 
-    /// `Set(0, 0, 0, 0)`; the name stays. Returns true, as the three below.
+    /// `Set(0, 0, 0, 0)`; the name stays. Returns true, as the two below.
     virtual bool Reset();
     virtual bool Shift(int cols, int rows);
     virtual bool Set(int left, int top, int width, int height);
