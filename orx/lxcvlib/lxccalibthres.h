@@ -33,7 +33,7 @@ public:
     CCTImage::ESmoothingMode m_eSmoothingMode; ///< any number that a data file tells is carried
     int m_iKernelSizeX;                        ///< pixels; smoothing kernel width
     int m_iKernelSizeY;                        ///< pixels; smoothing kernel height
-    double m_dMarginPercent;     ///< fraction of the target's extent that is left free on each side
+    double m_dMarginPercent;     ///< fraction of the target's extent that its box gains on each side
     bool m_bFishEyeLens;         ///< relaxed neighbour search for strong distortion
     double m_dPseudoKappa2Tsai;  ///< 1/mm^2; distortion used to extrapolate mark positions; 0 switches it off
     bool m_bUseAutoThresholds;   ///< derive extremum thresholds from the image

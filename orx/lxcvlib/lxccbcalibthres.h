@@ -34,7 +34,7 @@ public:
 
     /// Own members under `section`, the base's under `section` + "::Base". After loading, `m_iMinEdgeLen` is
     /// at least 1, `m_iMaxEdgeLen` at least `m_iMinEdgeLen`, and an empty `m_sTargetIdS` becomes the number
-    /// `m_uiTargetId` as signed decimal of at least eight digits.
+    /// `m_uiTargetId` as signed decimal of at least eight characters, filled up with zeros.
     void Serialize(LxCCCTSerializer& serializer, const std::string& section) override;
 
     int m_iMinLocExtAmount;       ///< a gradient extremum must exceed this ...

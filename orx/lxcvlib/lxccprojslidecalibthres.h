@@ -48,18 +48,17 @@ public:
     /// negative or above `sc_iMaxVisibleRows` is corrected to the nearer bound, with a warning in the log.
     void ResetMarkerMask();
 
-    int m_iMinLocExtAmount;                 ///< a gradient extremum must exceed this ...
-    int m_iMinTotalExtAmount;               ///< ... or the sum of three neighbours this
-    int m_iNrOfCols;                        ///< marks per row of the slide's numbering
-    int m_iNrOfRows;                        ///< rows of marks
-    std::vector<int> m_viCalibMarkPos;      ///< stripe numbers that bear a mark
-    std::vector<int> m_viBlankOutMarkerPos; ///< slide positions to leave out
-    int m_iBlankOutMarkerWidth;             ///< slide units; half width around them
-    double m_dMaxPolyFitQuad;               ///< 1/pixel; limit of the quadratic term of a row fit
-    double m_dMaxDiffFitLinear;             ///< limit of a row's deviation from the median
-    int m_iFixedNrVisibleRows;              ///< number of mark rows that a slide image shows
-    std::vector<int>
-        m_viMarkerMaskRow; ///< pixels; expected image row of each visible mark row, not persisted
+    int m_iMinLocExtAmount;                   ///< a gradient extremum must exceed this ...
+    int m_iMinTotalExtAmount;                 ///< ... or the sum of three neighbours this
+    int m_iNrOfCols;                          ///< marks per row of the slide's numbering
+    int m_iNrOfRows;                          ///< rows of marks
+    std::vector<int> m_viCalibMarkPos;        ///< stripe numbers that bear a mark
+    std::vector<int> m_viBlankOutMarkerPos;   ///< slide positions to leave out
+    int m_iBlankOutMarkerWidth;               ///< slide units; half width around them
+    double m_dMaxPolyFitQuad;                 ///< 1/pixel; limit of the quadratic term of a row fit
+    double m_dMaxDiffFitLinear;               ///< limit of the difference between the slopes of row fits
+    int m_iFixedNrVisibleRows;                ///< number of mark rows that a slide image shows
+    std::vector<int> m_viMarkerMaskRow;       ///< pixels; expected image row of each mark row, not persisted
     std::vector<int> m_viMarkerMaskTolerance; ///< pixels; tolerance around them, not persisted
     EMarkerTyp m_eMarkerTyp;                  ///< any number that a data file tells is carried
 };

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace LxCV {
 namespace {
 
@@ -121,6 +123,19 @@ TEST(LxCCBCalibThres, WritesOwnKeysThenTheBaseInFileOrder)
     LxCCBCalibThres thres;
     TestSupport::Load(thres, "::Thres", c_sAllKeys);
     EXPECT_EQ(TestSupport::Store(thres, "::Thres"), c_sAllKeys);
+}
+
+TEST(LxCCBCalibThres, CopyMoveAndAssignmentCarryAllFields)
+{
+    LxCCBCalibThres thres;
+    TestSupport::Load(thres, "::Thres", c_sAllKeys);
+    LxCCBCalibThres copy(thres);
+    EXPECT_EQ(TestSupport::Store(copy, "::Thres"), c_sAllKeys);
+    LxCCBCalibThres moved(std::move(copy));
+    EXPECT_EQ(TestSupport::Store(moved, "::Thres"), c_sAllKeys);
+    LxCCBCalibThres assigned;
+    assigned = moved;
+    EXPECT_EQ(TestSupport::Store(assigned, "::Thres"), c_sAllKeys);
 }
 
 TEST(LxCCBCalibThres, MinEdgeLenIsAtLeastOne)

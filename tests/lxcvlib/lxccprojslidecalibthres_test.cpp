@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace LxCV {
@@ -94,6 +95,37 @@ TEST(LxCCProjSlideCalibThres, WritesOwnKeysThenTheBaseInFileOrder)
     LxCCProjSlideCalibThres thres;
     TestSupport::Load(thres, "::Thres", c_sAllKeys);
     EXPECT_EQ(TestSupport::Store(thres, "::Thres"), c_sAllKeys);
+}
+
+TEST(LxCCProjSlideCalibThres, CopyMoveAndAssignmentCarryAllFields)
+{
+    LxCCProjSlideCalibThres thres;
+    TestSupport::Load(thres, "::Thres", c_sAllKeys);
+    thres.m_viMarkerMaskRow = {1, 2};
+    thres.m_viMarkerMaskTolerance = {3};
+    const auto expectAll = [](LxCCProjSlideCalibThres& carried) {
+        EXPECT_EQ(TestSupport::Store(carried, "::Thres"), c_sAllKeys);
+        EXPECT_EQ(carried.m_viMarkerMaskRow, (std::vector<int>{1, 2}));
+        EXPECT_EQ(carried.m_viMarkerMaskTolerance, (std::vector<int>{3}));
+    };
+    LxCCProjSlideCalibThres copy(thres);
+    expectAll(copy);
+    LxCCProjSlideCalibThres moved(std::move(copy));
+    expectAll(moved);
+    LxCCProjSlideCalibThres assigned;
+    assigned = moved;
+    expectAll(assigned);
+}
+
+TEST(LxCCProjSlideCalibThres, ListsAreReadWithAndWithoutBlanks)
+{
+    LxCCProjSlideCalibThres thres;
+    thres.m_viCalibMarkPos.clear();
+    thres.m_viBlankOutMarkerPos.clear();
+    TestSupport::Load(thres, "::Thres",
+                      "::Thres\nCalibMarkPos=10,20,28,38,50,58,74,84,92,102,114,122,138\n"
+                      "BlankOutMarkerPos=1750, 3500, 5250\n");
+    ExpectDefaults(thres);
 }
 
 TEST(LxCCProjSlideCalibThres, MissingKeysFallBackToTheDefaults)
