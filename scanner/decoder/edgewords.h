@@ -1,0 +1,38 @@
+// Combines the steps of the three colour channels into stripe edges, one packed word a pixel.
+#pragma once
+
+#include "scanner/decoder/decoderconfig.h"
+#include "scanner/decoder/extrema.h"
+
+#include <vector>
+
+namespace LxCV {
+class CCTImage;
+}
+
+namespace decoder {
+
+class StripeSignal;
+
+/// Writes the stripe edges of an image as `LxCExtremum` words.
+///
+/// Steps of different channels that lie within `maxChannelSpread` are one edge: its symbol is the sum of their
+/// symbols, its position their mean weighted by amplitude. The word stands at the pixel that holds the
+/// position's whole row, with the fraction of the row as sub-pixel offset and 0 as stripe edge id.
+class EdgeWordWriter
+{
+public:
+    explicit EdgeWordWriter(const DecoderConfig& config) : m_config(config) {}
+
+    /// @param words image of type INT32 and of the signal's size; cleared and filled
+    /// @throws std::invalid_argument if the sizes or the type differ
+    void Write(const StripeSignal& signal, LxCV::CCTImage& words);
+
+private:
+    void WriteColumn(int column, LxCV::CCTImage& words) const;
+
+    DecoderConfig m_config;
+    std::vector<ChannelStep> m_steps; ///< of one column, by ascending position
+};
+
+} // namespace decoder

@@ -1,0 +1,192 @@
+#include "scanner/decoder/codewords.h"
+
+#include "cctimage.h"
+#include "lxcextremum.h"
+#include "tests/scanner/testmodel.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace decoder {
+namespace {
+
+using LxCV::CCTImage;
+using LxCV::LxCExtremum;
+using LxCV::LxCSymbol;
+
+/// The stripe edges of a plane as the device sees them, written as words without any image processing.
+class CodeWords : public ::testing::Test
+{
+protected:
+    static constexpr double kDeviceColumn = 300.0; ///< where the device looks
+    static constexpr int kColumn = 0;              ///< the only column of the words
+    static constexpr int kWidth = 1;
+    static constexpr int kHeight = 494;
+
+    static void SetUpTestSuite()
+    {
+        s_device = new device::VirtualDevice();
+        s_model = scannertest::LoadModel(*s_device).release();
+        const auto plane = device::MakeScene("plane");
+        s_crossings = new std::vector<device::EdgeCrossing>();
+        for (int edge = s_device->FirstEdge(); edge <= s_device->LastEdge(); ++edge) {
+            const auto crossing =
+                s_device->CrossingNear(*plane, {kDeviceColumn, kHeight / 2.0}, edge, kHeight / 2.0);
+            if (crossing && crossing->row > 1.0 && crossing->row < kHeight - 2.0) {
+                s_crossings->push_back(*crossing);
+            }
+        }
+    }
+
+    static void TearDownTestSuite()
+    {
+        delete s_crossings;
+        delete s_model;
+        delete s_device;
+    }
+
+    /// The transitions of edge e between the stripes with the digits e - 2 and e - 1 of the pattern string:
+    /// a bit that appears rises, a bit that vanishes falls.
+    static unsigned int SymbolOfEdge(int edge)
+    {
+        const std::string& digits = s_device->Parameters().slide.digits;
+        const auto digit = [&digits](int index) {
+            const int length = static_cast<int>(digits.size());
+            return digits[static_cast<std::size_t>((index % length + length) % length)] - '0';
+        };
+        const int from = digit(edge - 2);
+        const int to = digit(edge - 1);
+        unsigned int symbol = 0;
+        for (int bit = 0; bit < 3; ++bit) {
+            const bool before = ((from >> bit) & 1) != 0;
+            const bool after = ((to >> bit) & 1) != 0;
+            symbol |= before == after ? 0U : (after ? 2U : 1U) << (2 * bit);
+        }
+        return symbol;
+    }
+
+    static CCTImage EmptyWords()
+    {
+        CCTImage words(kWidth, kHeight, LxCV::CCTImage::eIDT_INT32, true, nullptr);
+        words.Clear();
+        return words;
+    }
+
+    static void Put(CCTImage& words, double row, unsigned int symbol)
+    {
+        LxCExtremum word(0);
+        const int pixel = static_cast<int>(row);
+        word.EncodeExtremum(0, false, false, LxCSymbol(symbol), static_cast<int>((row - pixel) * 64.0));
+        words.GetInt32PixelFast(kColumn, pixel) = static_cast<int>(word.GetWord());
+    }
+
+    static CCTImage WordsOf(std::size_t first, std::size_t count)
+    {
+        CCTImage words = EmptyWords();
+        for (std::size_t i = first; i < first + count; ++i) {
+            Put(words, s_crossings->at(i).row, SymbolOfEdge(s_crossings->at(i).edge));
+        }
+        return words;
+    }
+
+    /// Reads the words and gives the stripe edge found at each whole row.
+    static std::map<int, int> Read(CCTImage& words)
+    {
+        std::vector<EdgePixel> edges;
+        CodeWordReader(*s_model, DecoderConfig()).Read(words, edges);
+        std::map<int, int> named;
+        for (const EdgePixel& edge : edges) {
+            EXPECT_EQ(edge.column, kColumn);
+            named[static_cast<int>(edge.row)] = edge.stripeEdge;
+        }
+        return named;
+    }
+
+    static std::map<int, int> TrueEdges(std::size_t first, std::size_t count)
+    {
+        std::map<int, int> edges;
+        for (std::size_t i = first; i < first + count; ++i) {
+            edges[static_cast<int>(s_crossings->at(i).row)] = s_crossings->at(i).edge;
+        }
+        return edges;
+    }
+
+    static device::VirtualDevice* s_device;
+    static LxCV::LxCPinholeFramework* s_model;
+    static std::vector<device::EdgeCrossing>* s_crossings; ///< of column kDeviceColumn, by ascending row
+};
+
+device::VirtualDevice* CodeWords::s_device = nullptr;
+LxCV::LxCPinholeFramework* CodeWords::s_model = nullptr;
+std::vector<device::EdgeCrossing>* CodeWords::s_crossings = nullptr;
+
+TEST_F(CodeWords, NameEveryEdgeOfAPerfectColumn)
+{
+    ASSERT_GT(s_crossings->size(), 80U);
+    CCTImage words = WordsOf(0, s_crossings->size());
+    EXPECT_EQ(Read(words), TrueEdges(0, s_crossings->size()));
+}
+
+TEST_F(CodeWords, AreNotBelievedWithoutANeighbour)
+{
+    CCTImage three = WordsOf(20, 3);
+    EXPECT_TRUE(Read(three).empty());
+    CCTImage four = WordsOf(20, 4);
+    EXPECT_EQ(Read(four), TrueEdges(20, 4));
+}
+
+TEST_F(CodeWords, DoNotReachOverAWideGap)
+{
+    CCTImage words = WordsOf(10, 3);
+    const CCTImage lower = WordsOf(17, 3);
+    for (int row = 0; row < kHeight; ++row) {
+        words.GetInt32PixelFast(kColumn, row) |= const_cast<CCTImage&>(lower).GetInt32PixelFast(kColumn, row);
+    }
+    EXPECT_TRUE(Read(words).empty());
+}
+
+TEST_F(CodeWords, SurviveOneWrongSymbolWithoutAWrongName)
+{
+    const auto truth = TrueEdges(0, s_crossings->size());
+    // Closer to an end of the column fewer than four edges would remain, too few for two code words.
+    for (std::size_t wrong = 4; wrong + 4 < s_crossings->size(); ++wrong) {
+        for (unsigned int symbol = 1; symbol < 64; symbol += 3) {
+            if (symbol == SymbolOfEdge(s_crossings->at(wrong).edge)) {
+                continue;
+            }
+            CCTImage words = WordsOf(0, s_crossings->size());
+            Put(words, s_crossings->at(wrong).row, symbol);
+            const auto named = Read(words);
+            EXPECT_GE(named.size() + 1, truth.size()) << "only the wrong edge may be lost";
+            for (const auto& [row, edge] : named) {
+                ASSERT_EQ(edge, truth.at(row)) << "edge " << wrong << ", symbol " << symbol;
+            }
+        }
+    }
+}
+
+TEST_F(CodeWords, LeaveTheStripeEdgeInTheWord)
+{
+    CCTImage words = WordsOf(0, s_crossings->size());
+    Read(words);
+    for (const device::EdgeCrossing& crossing : *s_crossings) {
+        const int row = static_cast<int>(crossing.row);
+        const LxCExtremum word(static_cast<unsigned int>(words.GetInt32PixelFast(kColumn, row)));
+        EXPECT_EQ(word.GetLSEdgeIdUntraced(), crossing.edge);
+        EXPECT_EQ(word.GetSymbolFromExt().GetValue(), SymbolOfEdge(crossing.edge));
+    }
+}
+
+TEST_F(CodeWords, AreSilentOnAnEmptyImage)
+{
+    CCTImage words = EmptyWords();
+    EXPECT_TRUE(Read(words).empty());
+}
+
+} // namespace
+} // namespace decoder

@@ -1,0 +1,98 @@
+#include "scanner/decoder/extrema.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace decoder {
+namespace {
+
+using LxCV::LxCColorValueFloat;
+using LxCV::LxCSymbol;
+
+constexpr float kMinGradient = 0.1F;
+
+/// Light of a step at `row`, blurred by a Gaussian and gathered over pixels: the mean over each pixel of the
+/// blurred step, by a fine midpoint rule.
+std::vector<float> BlurredStep(double row, double sigma, int height, bool rising)
+{
+    constexpr int kSamples = 64;
+    std::vector<float> signal(static_cast<std::size_t>(height));
+    for (int y = 0; y < height; ++y) {
+        double sum = 0.0;
+        for (int i = 0; i < kSamples; ++i) {
+            const double at = y - 0.5 + (i + 0.5) / kSamples;
+            sum += 0.5 * std::erfc((row - at) / (sigma * std::sqrt(2.0)));
+        }
+        const double level = sum / kSamples;
+        signal[static_cast<std::size_t>(y)] = static_cast<float>(rising ? level : 1.0 - level);
+    }
+    return signal;
+}
+
+std::vector<ChannelStep> StepsOf(const std::vector<float>& signal)
+{
+    std::vector<ChannelStep> steps;
+    FindSteps(signal, LxCColorValueFloat::eGreen, kMinGradient, steps);
+    return steps;
+}
+
+TEST(FindSteps, PlacesABlurredStepAtItsTrueRow)
+{
+    // The position is held in 1/64 row, so half of that is lost by rounding; the rest is the estimator's.
+    constexpr double kTolerance = 0.5 / 64.0 + 0.004;
+    for (int i = 0; i < 200; ++i) {
+        const double row = 20.0 + i * 0.05;
+        for (const double sigma : {0.8, 1.0, 1.3}) {
+            const auto steps = StepsOf(BlurredStep(row, sigma, 60, i % 2 == 0));
+            ASSERT_EQ(steps.size(), 1U) << "row " << row;
+            EXPECT_NEAR(steps[0].position.GetPixelAndSubpixelPos() / 64.0, row, kTolerance)
+                << "sigma " << sigma;
+        }
+    }
+}
+
+TEST(FindSteps, TellsTheDirectionAndTheChannel)
+{
+    const auto rising = StepsOf(BlurredStep(20.3, 1.0, 40, true));
+    const auto falling = StepsOf(BlurredStep(20.3, 1.0, 40, false));
+    ASSERT_EQ(rising.size(), 1U);
+    ASSERT_EQ(falling.size(), 1U);
+    EXPECT_EQ(static_cast<int>(rising[0].symbol.GetValue()), LxCSymbol::m_scaiIncGreen);
+    EXPECT_EQ(static_cast<int>(falling[0].symbol.GetValue()), LxCSymbol::m_scaiDecGreen);
+}
+
+TEST(FindSteps, IgnoresStepsBelowTheThreshold)
+{
+    auto signal = BlurredStep(20.0, 1.0, 40, true);
+    for (float& value : signal) {
+        value *= 0.1F; // the largest central difference is then below 0.1
+    }
+    EXPECT_TRUE(StepsOf(signal).empty());
+}
+
+TEST(FindSteps, GivesNoStepNextToUndecodableRows)
+{
+    auto signal = BlurredStep(20.0, 1.0, 40, true);
+    signal[21] = std::numeric_limits<float>::quiet_NaN();
+    EXPECT_TRUE(StepsOf(signal).empty());
+}
+
+TEST(FindSteps, TakesSignalsOfAnyLength)
+{
+    for (std::size_t length = 0; length < 6; ++length) {
+        EXPECT_TRUE(StepsOf(std::vector<float>(length, 0.5F)).empty());
+    }
+}
+
+TEST(FindSteps, CountsAPlateauOfTheDifferenceOnce)
+{
+    // Central differences 0 .5 1 1 .5 0: two equal maxima side by side.
+    const std::vector<float> signal = {0.0F, 0.0F, 0.0F, 0.5F, 1.0F, 1.5F, 2.0F, 2.0F, 2.0F, 2.0F};
+    EXPECT_EQ(StepsOf(signal).size(), 1U);
+}
+
+} // namespace
+} // namespace decoder
