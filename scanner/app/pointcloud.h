@@ -1,0 +1,34 @@
+// Measured points as a PLY file and as a depth picture.
+#pragma once
+
+#include "scanner/app/colourimage.h"
+
+#include <array>
+#include <filesystem>
+#include <span>
+
+namespace app {
+
+/// A point as files and pictures show it.
+struct CloudPoint
+{
+    std::array<double, 3> position; ///< mm, camera frame
+    int column;                     ///< pixels, camera image
+    double row;                     ///< pixels, camera image
+    Rgb colour;                     ///< of the reference image
+};
+
+/// Writes a binary little-endian PLY file: float x, y, z in mm and uchar red, green, blue a vertex.
+/// @throws std::runtime_error naming the file if it cannot be written
+void WritePly(const std::filesystem::path& file, std::span<const CloudPoint> points);
+
+/// Paints each point at its pixel, high enough to meet the next stripe edge, in a colour that runs from blue
+/// (far) over green to red (near). Pixels without a point stay dark.
+/// @param nearest, farthest depths of the two ends of the colour scale; mm
+ColourImage PaintDepth(int width, int height, std::span<const CloudPoint> points, double nearest,
+                       double farthest);
+
+/// Depths that 1 percent of the points lie in front of and behind; {0, 0} without points.
+std::array<double, 2> DepthRange(std::span<const CloudPoint> points);
+
+} // namespace app

@@ -1,0 +1,98 @@
+#include "scanner/app/accuracy.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+namespace app {
+namespace {
+
+/// A plane 33 mm in front of the camera, of which two columns with two seen and one hidden crossing are known.
+class AccuracyFigures : public ::testing::Test
+{
+protected:
+    static constexpr double kDepth = 33.0;
+
+    AccuracyFigures() : m_scene(device::MakePlane({0.0, 0.0, kDepth}, {0.0, 0.0, -1.0}, {0.8, 0.8, 0.8}))
+    {
+        m_truth.width = 2;
+        m_truth.height = 494;
+        m_truth.crossings = {{MakeCrossing(50, 100.0, true), MakeCrossing(51, 105.0, true)},
+                             {MakeCrossing(50, 100.0, false)}};
+    }
+
+    static device::EdgeCrossing MakeCrossing(int edge, double row, bool seen)
+    {
+        device::EdgeCrossing crossing;
+        crossing.edge = edge;
+        crossing.row = row;
+        crossing.seenByProjector = seen;
+        return crossing;
+    }
+
+    /// A point of the plane as it was measured, moved by `error` mm along the camera's axis.
+    decoder::MeasuredPoint PointAt(int column, double row, int edge, double error) const
+    {
+        const device::Ray ray = m_device.RayFromImage({static_cast<double>(column), row});
+        const double scale = kDepth / ray.direction.z;
+        return {{column, row, edge}, {scale * ray.direction.x, scale * ray.direction.y, kDepth + error}};
+    }
+
+    Accuracy Compare(const std::vector<decoder::MeasuredPoint>& points) const
+    {
+        return CompareWithTruth(m_device, *m_scene, m_truth, points);
+    }
+
+    device::VirtualDevice m_device;
+    std::unique_ptr<device::Scene> m_scene;
+    device::GroundTruth m_truth;
+};
+
+constexpr double kRounding = 1e-9; // mm; the scene is intersected in double precision
+
+TEST_F(AccuracyFigures, AreErrorsAlongTheView)
+{
+    const Accuracy accuracy = Compare({PointAt(0, 100.2, 50, 0.03), PointAt(0, 104.9, 51, -0.01)});
+    EXPECT_EQ(accuracy.points, 2U);
+    EXPECT_NEAR(accuracy.meanMm, 0.02, kRounding);
+    EXPECT_NEAR(accuracy.rmsMm, std::sqrt((0.03 * 0.03 + 0.01 * 0.01) / 2.0), kRounding);
+    EXPECT_NEAR(accuracy.p95Mm, 0.03, kRounding);
+    EXPECT_EQ(accuracy.wrongCodeFraction, 0.0);
+    EXPECT_EQ(accuracy.coverage, 1.0);
+}
+
+TEST_F(AccuracyFigures, CountASeenCrossingOnce)
+{
+    const Accuracy accuracy = Compare({PointAt(0, 100.2, 50, 0.0), PointAt(0, 99.8, 50, 0.0)});
+    EXPECT_EQ(accuracy.seenCrossings, 2U);
+    EXPECT_EQ(accuracy.coverage, 0.5);
+}
+
+TEST_F(AccuracyFigures, DoNotCountHiddenCrossingsAsCovered)
+{
+    const Accuracy accuracy = Compare({PointAt(1, 100.0, 50, 0.0)});
+    EXPECT_EQ(accuracy.coverage, 0.0);
+    EXPECT_EQ(accuracy.wrongCodeFraction, 0.0);
+}
+
+TEST_F(AccuracyFigures, CallACodeWrongWhereTheNearestEdgeIsAnotherOrFar)
+{
+    const Accuracy accuracy =
+        Compare({PointAt(0, 100.0, 51, 2.0), PointAt(0, 200.0, 50, 1.0), PointAt(0, 105.0, 51, 0.01)});
+    EXPECT_NEAR(accuracy.wrongCodeFraction, 2.0 / 3.0, 1e-12);
+    EXPECT_NEAR(accuracy.rmsMm, 0.01, kRounding);
+    EXPECT_NEAR(accuracy.rmsAllMm, std::sqrt((4.0 + 1.0 + 0.0001) / 3.0), kRounding);
+}
+
+TEST_F(AccuracyFigures, AreZeroWithoutPoints)
+{
+    const Accuracy accuracy = Compare({});
+    EXPECT_EQ(accuracy.points, 0U);
+    EXPECT_EQ(accuracy.coverage, 0.0);
+    EXPECT_EQ(accuracy.rmsMm, 0.0);
+    EXPECT_EQ(accuracy.p95Mm, 0.0);
+}
+
+} // namespace
+} // namespace app

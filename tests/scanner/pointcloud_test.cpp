@@ -1,0 +1,74 @@
+#include "scanner/app/pointcloud.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace app {
+namespace {
+
+CloudPoint PointAt(double z, int column = 0, double row = 0.0)
+{
+    return {{1.5, -2.25, z}, column, row, {10, 20, 30}};
+}
+
+TEST(WritePly, WritesOneRecordAPoint)
+{
+    const std::filesystem::path file = std::filesystem::temp_directory_path() / "lxcv_pointcloud_test.ply";
+    WritePly(file, std::vector<CloudPoint>{PointAt(33.5), PointAt(34.0)});
+    std::ifstream stream(file, std::ios::binary);
+    const std::string bytes(std::istreambuf_iterator<char>(stream), {});
+    std::filesystem::remove(file);
+
+    const std::string end = "end_header\n";
+    const std::size_t header = bytes.find(end) + end.size();
+    EXPECT_NE(bytes.find("element vertex 2\n"), std::string::npos);
+    ASSERT_EQ(bytes.size(), header + 2 * 15); // three floats and three bytes each
+    float values[3];
+    std::memcpy(values, bytes.data() + header, sizeof values);
+    EXPECT_EQ(values[0], 1.5F);
+    EXPECT_EQ(values[1], -2.25F);
+    EXPECT_EQ(values[2], 33.5F);
+    EXPECT_EQ(bytes.substr(header + 12, 3), "\x0a\x14\x1e");
+}
+
+TEST(WritePly, NamesTheFileThatItCannotWrite)
+{
+    EXPECT_THROW(WritePly("/nonexistent-folder/cloud.ply", {}), std::runtime_error);
+}
+
+TEST(DepthRange, LeavesOutOnePercentAtEitherEnd)
+{
+    std::vector<CloudPoint> points;
+    for (int i = 0; i < 200; ++i) {
+        points.push_back(PointAt(i));
+    }
+    EXPECT_EQ(DepthRange(points), (std::array<double, 2>{2.0, 197.0}));
+    EXPECT_EQ(DepthRange({}), (std::array<double, 2>{0.0, 0.0}));
+}
+
+TEST(PaintDepth, PaintsNearPointsRedAndFarPointsBlue)
+{
+    const std::vector<CloudPoint> points = {PointAt(30.0, 1, 5.0), PointAt(36.0, 3, 5.0)};
+    const ColourImage image = PaintDepth(5, 11, points, 30.0, 36.0);
+    EXPECT_GT(image.At(1, 5)[0], image.At(1, 5)[2]);
+    EXPECT_LT(image.At(3, 5)[0], image.At(3, 5)[2]);
+    EXPECT_EQ(image.At(2, 5), image.At(0, 0)) << "a column without points stays dark";
+}
+
+TEST(PaintDepth, GivesEachRowToItsNearestPoint)
+{
+    const std::vector<CloudPoint> points = {PointAt(30.0, 0, 2.0), PointAt(36.0, 0, 6.0)};
+    const ColourImage image = PaintDepth(1, 9, points, 30.0, 36.0);
+    EXPECT_EQ(image.At(0, 3), image.At(0, 2));
+    EXPECT_EQ(image.At(0, 5), image.At(0, 6));
+    EXPECT_NE(image.At(0, 3), image.At(0, 5));
+}
+
+} // namespace
+} // namespace app
