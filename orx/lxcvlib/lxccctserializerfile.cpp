@@ -6,6 +6,7 @@
 #include "stringutils.h"
 
 #include <array>
+#include <filesystem>
 
 namespace LxCV {
 
@@ -13,6 +14,13 @@ namespace {
 
 // The channel of the base class, which readers of the log know for all serializers.
 const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCCCTSerializer");
+
+/// Whether loading may open the file: a pipe or a device could keep it waiting, or never end.
+bool IsRegularFile(const std::filesystem::path& path)
+{
+    std::error_code failure;
+    return std::filesystem::is_regular_file(path, failure);
+}
 
 /// The rest of an open file. Blockwise, since a read error is then a state of the stream and no exception.
 std::string ReadRest(std::istream& file)
@@ -41,8 +49,10 @@ bool LxCCCTSerializerFile::Init(const std::string& path, bool storing)
     SetStoring(storing);
     m_File.close();
     m_File.clear();
-    m_File.open(platform::NativePath(path),
-                std::ios_base::binary | (storing ? std::ios_base::out : std::ios_base::in));
+    const std::filesystem::path native = platform::NativePath(path);
+    if (storing || IsRegularFile(native)) {
+        m_File.open(native, std::ios_base::binary | (storing ? std::ios_base::out : std::ios_base::in));
+    }
     std::string text;
     if (!storing && m_File.is_open()) {
         text = ReadRest(m_File);

@@ -24,7 +24,7 @@ public:
     /// Opens a file and, when loading, reads it whole. Either separator may stand between folders.
     /// @param path must hold a '.', be it in the name of a folder
     /// @return false, without a message, for a path without '.'; false, with an info line, for a file that cannot
-    /// be opened or read; false for a file without any line when loading
+    /// be opened or read, or that is no regular file when loading; false for a file without any line when loading
     bool Init(const std::string& path, bool storing);
     bool Init(const std::wstring& path, bool storing);
     bool Init(const char* path, bool storing) { return Init(std::string(path), storing); }

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <utility>
 
 namespace LxCV {
@@ -109,6 +110,21 @@ TEST(LxCCCTSerializerFile, LogsAFileThatCannotBeOpened)
                             L"CCCTSerializer::Init: could not open '" + folderPath + L"' for reading!\n"),
               1);
     EXPECT_EQ(capture.GetRecords().size(), 3U);
+}
+
+TEST(LxCCCTSerializerFile, LoadsNoPipeAndNoDevice)
+{
+    const CTemporaryFolder folder;
+    const std::string pipe = folder / "a.ini";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& path : {pipe, std::string("/dev/./null")}) {
+        const Logging::CCapture capture;
+        LxCCCTSerializerFile serializer;
+        EXPECT_FALSE(serializer.Init(path, false));
+        EXPECT_EQ(capture.Count(ELevel::eInfo, L"ORX.Lumorad.LxCCCTSerializer",
+                                L"CCCTSerializer::Init: could not open '" + s2ws(path) + L"' for reading!\n"),
+                  1);
+    }
 }
 
 TEST(LxCCCTSerializerFile, FailsToLoadAFileWithoutLines)
