@@ -28,6 +28,8 @@ constexpr int c_iVersionPlain = 1;
 constexpr int c_iVersionEncrypted = 2;
 constexpr int c_iKeyBits = 256;
 constexpr std::size_t c_uiDeviceStorageSize = 0xFFF3; // bytes; a compressed text must be shorter
+/// Bytes. No text that is written is longer, as deflate spends at least two bits on 258 bytes.
+constexpr std::size_t c_uiLargestText = c_uiDeviceStorageSize * 1032;
 constexpr std::size_t c_uiReadStep = 64 * 1024;
 
 /// The sizes in the head of a container.
@@ -164,6 +166,9 @@ bool UnpackText(std::ostream& text, std::istream& source, const auto& getKey)
     Sizes sizes{};
     sizes.uncompressed = ReadUInt32(source);
     sizes.compressed = ReadUInt32(source);
+    if (sizes.uncompressed > c_uiLargestText) {
+        throw std::runtime_error("the container claims too long a text");
+    }
     Bytes compressed;
     if (version == c_iVersionPlain) {
         compressed = ReadBytes(source, sizes.compressed);

@@ -20,6 +20,7 @@ using Logging::ELevel;
 const std::wstring c_sChannel = L"ORX.Lumorad.LxCCCTEncryptionUtils";
 const std::wstring c_sDiagnosticsChannel = L"Diagnostics.Lumorad";
 const std::wstring c_sPrefix = L"LxCMatrixFrameGrabber::decryptAndDecompress: ";
+constexpr std::uint32_t c_uiLargestText = 65523 * 1032; // the device's storage area at deflate's best ratio
 const std::string c_sText = "::A\nk=1\n";
 
 std::string UInt32(std::uint32_t value)
@@ -249,8 +250,11 @@ TEST_F(LxCCCTEncryptionUtilsTest, RefusesSizesThatLie)
     ExpectRefused(with(container, 9, 0));
     const std::string plain = PlainContainer(c_sText);
     for (const std::string& bytes : {container, plain}) {
-        for (const std::uint32_t size : {0U, 7U, 9U, 1000U, 100000U, 0xFFFFFFFFU}) {
+        for (const std::uint32_t size : {0U, 7U, 9U, 1000U, 100000U, c_uiLargestText}) {
             ExpectRefused(with(bytes, 1, size)); // the compressed bytes hold another number
+        }
+        for (const std::uint32_t size : {c_uiLargestText + 1, 0xFFFFFFFFU}) {
+            ExpectRefused(with(bytes, 1, size), c_sPrefix + L"the container claims too long a text\n");
         }
     }
     ExpectRefused(with(plain, 5, 0xFFFFFFFF), c_sPrefix + L"the container ends early\n");
