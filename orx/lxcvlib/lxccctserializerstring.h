@@ -16,7 +16,8 @@ public:
     using LxCCCTSerializer::Init;
 
     /// Copies `bytes`, the container to load; when storing, they are what `GetBuffer` gives before `Exit`.
-    /// @return false when loading bytes that are no container, or one without any line
+    /// @return false when loading bytes that are no container. The NUL behind the text of a container counts as a
+    /// line of its own, so that a container of an empty text loads
     bool Init(std::vector<char>& bytes, bool storing);
 
     /// When storing, replaces the byte vector by the container of the text; by no bytes where the text is too big
