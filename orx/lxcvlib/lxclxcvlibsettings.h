@@ -88,7 +88,8 @@ public:
     static constexpr double GetApertureYCam() { return c_dApertureYCam; }
     static constexpr float GetAnisotropy() { return c_fAnisotropy; }
 
-    /// Numbers and flags by value; texts by reference, until the value is set or invalidated.
+    /// Numbers and flags by value; texts by reference, which a getter's caller may use until the value is set or
+    /// invalidated.
     template <typename T>
     using Result = std::conditional_t<std::is_class_v<T>, const T&, T>;
 
@@ -101,7 +102,7 @@ public:
         return m_##letter##key.Get();                                                                        \
     }
 #define LXC_SETTER(type, letter, key, setter)                                                                \
-    static void setter(const type& value)                                                                    \
+    static void setter(Result<type> value)                                                                   \
     {                                                                                                        \
         m_##letter##key.Set(value);                                                                          \
     }

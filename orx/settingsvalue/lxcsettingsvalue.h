@@ -62,7 +62,8 @@ public:
         return m_Value;
     }
 
-    /// Stores the value; the changed flag is set if it differs from the present one.
+    /// Stores the value; the changed flag is set if it differs from the present one, which is fetched first where
+    /// this is the first use.
     void Set(const T& value)
     {
         if (!IsLoaded()) {

@@ -1,11 +1,11 @@
 #include "lxclxcvlibsettings.h"
 
-#include "lxccctserializer.h"
 #include "orx/logging/logger.h"
 #include "orx/parameter/lxcparametermanagercore.h"
 #include "orx/settingsvalue/defaultsettings.h"
 #include "orx/settingsvalue/settingsstore.h"
 #include "stringutils.h"
+#include "tests/lxcvlib/sectiontext.h"
 
 #include <gtest/gtest.h>
 
@@ -95,7 +95,7 @@ constexpr std::size_t c_alternative<int> = 2;
 template <>
 constexpr std::size_t c_alternative<std::wstring> = 4;
 
-template <typename T, typename Result, typename Argument = const T&>
+template <typename T, typename Result, typename Argument = T>
 Row Setting(const char* key, const char* textKey, Result (*getter)(), void (*setter)(Argument) = nullptr)
 {
     using Plain = std::remove_cvref_t<Result>;
@@ -314,18 +314,12 @@ std::vector<std::string> ReadAll(const std::vector<Row>& rows)
     return values;
 }
 
-class TextSerializer : public LxCCCTSerializer
-{
-public:
-    std::string Text() { return GetStream().str(); }
-};
-
 std::string Store(bool withComments)
 {
-    TextSerializer serializer;
+    TestSupport::CTextSerializer serializer;
     serializer.Init(true, withComments);
     Settings::SerializeNonIniFileParams(&serializer, ":Settings");
-    return serializer.Text();
+    return serializer.GetText();
 }
 
 void Load(const std::string& text)
