@@ -43,6 +43,30 @@ bool FileBecomes(const std::string& path, const std::string& content)
     return false;
 }
 
+/// Runs a shell that waits until `Open` and then ends with "done" in a file. It ends by itself far later.
+class CGatedProcess
+{
+public:
+    std::uint32_t Execute(std::uint32_t timeoutMs)
+    {
+        return ExecuteProcess("/bin/sh",
+                              "sh -c \"i=0; while [ ! -e gate ] && [ $i -lt 400 ]; do sleep 0.05; "
+                              "i=$((i + 1)); done; echo done > out\"",
+                              m_Folder.GetPath().string(), timeoutMs);
+    }
+
+    /// Whether the process was still running now, and has ended after the gate was opened.
+    bool RunsUntilOpen()
+    {
+        const bool wasRunning = ReadFile(m_Folder / "out").empty();
+        TestSupport::WriteFile(m_Folder / "gate", "");
+        return FileBecomes(m_Folder / "out", "done\n") && wasRunning;
+    }
+
+private:
+    CTemporaryFolder m_Folder;
+};
+
 /// Runs this test program, copied to a path of `length` bytes, for the one test that is running now.
 /// @return whether that test passed there
 bool PassesInProgramPathOfLength(std::size_t length)
@@ -126,24 +150,18 @@ TEST(ExecuteProcess, GivesZeroForAProcessThatEndsInTimeWhateverItsExitCode)
 
 TEST(ExecuteProcess, DoesNotWaitWithoutTimeout)
 {
-    const CTemporaryFolder folder;
-    const auto begin = Clock::now();
-    EXPECT_EQ(ExecuteProcess("/bin/sh", "sh -c \"sleep 1; echo done > out\"", folder.GetPath().string(), 0),
-              0U);
-    EXPECT_LT(MillisecondsSince(begin), 900);
-    EXPECT_TRUE(FileBecomes(folder / "out", "done\n"));
+    CGatedProcess process;
+    EXPECT_EQ(process.Execute(0), 0U);
+    EXPECT_TRUE(process.RunsUntilOpen());
 }
 
 TEST(ExecuteProcess, Gives258AndLeavesTheProcessRunningAfterTheTimeout)
 {
-    const CTemporaryFolder folder;
+    CGatedProcess process;
     const auto begin = Clock::now();
-    EXPECT_EQ(ExecuteProcess("/bin/sh", "sh -c \"sleep 1; echo done > out\"", folder.GetPath().string(), 100),
-              258U);
+    EXPECT_EQ(process.Execute(100), 258U);
     EXPECT_GE(MillisecondsSince(begin), 200); // one round
-    EXPECT_LT(MillisecondsSince(begin), 900);
-    EXPECT_EQ(ReadFile(folder / "out"), "");
-    EXPECT_TRUE(FileBecomes(folder / "out", "done\n"));
+    EXPECT_TRUE(process.RunsUntilOpen());
     errno = 0;
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD); // no child is left, so no zombie
@@ -151,9 +169,11 @@ TEST(ExecuteProcess, Gives258AndLeavesTheProcessRunningAfterTheTimeout)
 
 TEST(ExecuteProcess, WaitsOneRoundMoreThanATimeoutOfWholeRounds)
 {
+    CGatedProcess process;
     const auto begin = Clock::now();
-    EXPECT_EQ(ExecuteProcess("/bin/sleep", "sleep 1", "", 200), 258U);
+    EXPECT_EQ(process.Execute(200), 258U);
     EXPECT_GE(MillisecondsSince(begin), 400);
+    EXPECT_TRUE(process.RunsUntilOpen());
 }
 
 TEST(ExecuteProcess, GivesErrnoWhereTheProcessCannotStart)
