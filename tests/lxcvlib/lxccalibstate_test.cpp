@@ -1,7 +1,7 @@
 #include "lxccalibstate.h"
 
-#include "lxccctserializer.h"
 #include "orx/platform/clock.h"
+#include "tests/lxcvlib/sectiontext.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <limits>
-#include <sstream>
 #include <string>
 
 namespace LxCV {
@@ -46,27 +45,14 @@ private:
     std::string m_sZone;
 };
 
-class TextSerializer : public LxCCCTSerializer
-{
-public:
-    std::string Text() { return GetStream().str(); }
-};
-
 std::string Store(LxCCalibState& state)
 {
-    TextSerializer serializer;
-    serializer.Init(true, false);
-    state.Serialize(serializer, ":State");
-    return serializer.Text();
+    return TestSupport::Store(state, ":State");
 }
 
 void Load(LxCCalibState& state, const std::string& text)
 {
-    std::stringstream source(text);
-    LxCCCTSerializer serializer;
-    serializer.ReadFromStringStream(source);
-    serializer.Init(false, false);
-    state.Serialize(serializer, ":State");
+    TestSupport::Load(state, ":State", text);
 }
 
 TEST_F(LxCCalibStateTest, NewStateIsNotCalibratedAndEmpty)

@@ -183,8 +183,8 @@ TEST(LxCCCTSerializer, ReadsOnlyKeysAtTheirPlaces)
 
 TEST(LxCCCTSerializer, StripsLinesAndDropsCommentsAndEmptyOnes)
 {
-    CTextSerializer serializer =
-        Loaded("\r\n# comment\r\n \t::A \r\n\t\t# k=1\r\n\t k=2 \t\r\n\r\nno pair\r\n  j=#3\r\n");
+    CTextSerializer serializer = Loaded(
+        "\r\n# comment\r\n \t::A \r\n\t\t# k=1\r\n\t k=2 \t\r\n\r\n  # between\r\nno pair\r\n  j=#3\r\n");
     EXPECT_TRUE(serializer.FindExtractSection("::A"));
     EXPECT_THAT(serializer.GetSectionData(), ElementsAre("::A", "k", "2", "j", "#3"));
 }

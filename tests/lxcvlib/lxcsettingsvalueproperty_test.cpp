@@ -1,6 +1,7 @@
 #include "lxcpropertybag.h"
 
 #include "orx/settingsvalue/settingsstore.h"
+#include "tests/lxcvlib/sectiontext.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +12,8 @@
 namespace LxCV {
 namespace {
 
-class TextSerializer : public LxCCCTSerializer
+/// In the section ":S" of a text, or with comments at the beginning of a new one.
+class TextSerializer : public TestSupport::CTextSerializer
 {
 public:
     explicit TextSerializer(const std::string& text)
@@ -22,8 +24,6 @@ public:
         FindExtractSection(":S");
     }
     TextSerializer() { Init(true, true); }
-
-    std::string Text() { return GetStream().str(); }
 };
 
 class LxCSettingsValuePropertyTest : public testing::Test
@@ -44,7 +44,7 @@ TEST_F(LxCSettingsValuePropertyTest, WriteFetchesTheValue)
 {
     TextSerializer serializer;
     EXPECT_TRUE(LxCSettingsValueProperty<int>(&m_iNumber, 0, "Key", "comment").write(serializer));
-    EXPECT_EQ(serializer.Text(), "# comment\nKey=5\n");
+    EXPECT_EQ(serializer.GetText(), "# comment\nKey=5\n");
     EXPECT_TRUE(m_iNumber.IsLoaded());
     EXPECT_FALSE(m_iNumber.IsChanged());
 }
@@ -54,7 +54,7 @@ TEST_F(LxCSettingsValuePropertyTest, WriteUsesTheFormat)
     LxCSettingsStore::Instance().SetHostText("Test = { Number = 255 }");
     TextSerializer serializer;
     LxCSettingsValueProperty<int>(&m_iNumber, 0, "Key", "", c_iFormatHexadecimal).write(serializer);
-    EXPECT_EQ(serializer.Text(), "Key=0xff\n");
+    EXPECT_EQ(serializer.GetText(), "Key=0xff\n");
 }
 
 TEST_F(LxCSettingsValuePropertyTest, WriteServesEveryType)
@@ -66,7 +66,7 @@ TEST_F(LxCSettingsValuePropertyTest, WriteServesEveryType)
     LxCSettingsValueProperty<bool>(&flag, false, "Flag").write(serializer);
     LxCSettingsValueProperty<float>(&real, 0.0F, "Real").write(serializer);
     LxCSettingsValueProperty<std::wstring>(&text, L"", "Text").write(serializer);
-    EXPECT_EQ(serializer.Text(), "Flag=1\nReal=0.25000000000000000000\nText=host\n");
+    EXPECT_EQ(serializer.GetText(), "Flag=1\nReal=0.25000000000000000000\nText=host\n");
 }
 
 TEST_F(LxCSettingsValuePropertyTest, ReadOfADifferentValueMarksTheChange)
