@@ -22,7 +22,7 @@ constexpr double c_dMaxDistToRange = 100.0;   ///< mm; a stripe edge as far from
 // Bounds far above any device, since a model from outside can tell any number. Stripe edges end below the
 // number that stands for none; rows times edges bound the points that are computed for an unwrap table.
 constexpr int c_iMaxStripeEdges = LxCPinholeFramework::sc_iInvalidStripeEdge;
-constexpr std::int64_t c_iMaxUnwrapSize = 1 << 17;
+constexpr std::int64_t c_iMaxUnwrapSize = 1 << 16;
 
 /// The stripe edges that one id can mean at one place of the image, and the best of them so far.
 class CEdgeChoice
