@@ -41,7 +41,7 @@ public:
     void ClearPolynomials();
 
     /// Corrects a point in camera coordinates, millimetres, in place; leaves it bit for bit while switched off.
-    /// A correction that is not a number counts as -MaxDelta.
+    /// A correction that is not a number counts as -MaxDelta. The pointers must not be null.
     void CorrectPoint(double* x, double* y, double* z) const;
 
     /// Coefficient c0 to c9 of an axis. The term of x^i y^j z^k gives mm^(1-i-j-k).

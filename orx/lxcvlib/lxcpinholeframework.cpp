@@ -38,8 +38,7 @@ std::size_t CountRegions(LxCCCTSerializer& serializer, const std::string& sectio
     while (told > 0 && serializer.FindExtractSection(RegionSection(section, found), data)) {
         ++found;
     }
-    s_Logger.Error(L"LxCPinholeFramework::Serialize: %i ignored regions are not "
-                   L"possible, %i are read\n",
+    s_Logger.Error(L"LxCPinholeFramework::Serialize: %i ignored regions are not possible, %i are read\n",
                    told, found);
     return found;
 }
@@ -138,8 +137,7 @@ void LxCPinholeFramework::CalibStatusChanged(int minEdge, int maxEdge, bool intr
     if (PrepareLightPlanes(minEdge, maxEdge) && (!rebuildUnwrap || InitIdUnwrapLUTCC())) {
         return;
     }
-    s_Logger.Info(L"Error while computing LUTs for the camera. System will be "
-                  L"regarded as uncalibrated!\n");
+    s_Logger.Info(L"Error while computing LUTs for the camera. System will be regarded as uncalibrated!\n");
     m_bCalibrated = false;
 }
 

@@ -57,9 +57,10 @@ public:
 
     /// Reads or writes the whole model below `section`: "::MV3DCamBase" (working space), "::Cams[0]",
     /// "::Projector", "::PolynomKoma", "::RoiIgnore" with a "::RoiIgnore::Roi[i]" for each region. Missing
-    /// sections and keys leave what the object holds. Reading makes the camera the projector's master and
-    /// rebuilds the tables; it must not overlap with measuring. A count of regions that the text cannot hold
-    /// is logged and replaced by the number of regions that are there.
+    /// sections and keys leave what the object holds, but for placements, which become the identity, and the
+    /// pattern, which takes its defaults and is invalid without a size. Reading makes the camera the projector's
+    /// master and rebuilds the tables; it must not overlap with measuring. A count of regions that the text
+    /// cannot hold is logged and replaced by the number of regions that are there.
     /// @throws std::out_of_range for a row of edge positions that is longer than the pattern has edges; the
     ///     model is uncalibrated then
     virtual void Serialize(LxCCCTSerializer& serializer, const std::string& section);
@@ -98,6 +99,7 @@ public:
     /// @param col, row pixel in the distorted camera image
     /// @param stripeEdge number of the stripe edge on the slide, from 0 to the pattern's number of edges - 1
     /// @param camCoords whether X, Y and Z are in camera coordinates; otherwise in world coordinates
+    /// @param X, Y, Z receive the point; must not be null
     void ComputeEdgeXYZ(double col, double row, int stripeEdge, bool camCoords, double* X, double* Y,
                         double* Z, bool skipNearMarks) const;
 
@@ -156,8 +158,8 @@ protected:
     double AuxComputeDepth(const LxC3DCoordsCCT& p0, const LxC3DCoordsCCT& d1, const LxC3DCoordsCCT& d2,
                            double ux, double uy, double f) const;
 
-    /// The point of a device's ray at depth z of that device, in another device's frame; in the world for a
-    /// null `to` and a `from` without master.
+    /// The point of a device's ray at depth z of that device, mm, in another device's frame; in the world for a
+    /// null `to`.
     /// @param u, v image coordinates of `from`
     void AuxTrafoProjImgToCamCoords(const LxCPinholeCamera* from, const LxCPinholeCamera* to, double u,
                                     double v, double z, double* x, double* y, double* zOut) const;

@@ -19,9 +19,8 @@ constexpr double c_dLightPlaneDepth = 1000.0; ///< mm, projector frame; where a 
 constexpr int c_iMiddleEdge = 70;             ///< a request for light planes is widened to reach it
 constexpr double c_dMaxDistToRange = 100.0;   ///< mm; a stripe edge as far from the depth range fits no more
 
-// Bounds far above any device, since a model from outside can tell any number. Stripe edges end below the
-// number that stands for none; rows times edges bound the points that are computed for an unwrap table.
-constexpr int c_iMaxStripeEdges = LxCPinholeFramework::sc_iInvalidStripeEdge;
+// Rows times edges, hence the points that are computed for an unwrap table: far above any device, since a model
+// from outside can tell any number.
 constexpr std::int64_t c_iMaxUnwrapSize = 1 << 16;
 
 /// The stripe edges that one id can mean at one place of the image, and the best of them so far.
@@ -63,13 +62,12 @@ private:
     double m_dMax;
     double m_dMid;
     int m_iInside = c_iNone;
-    double m_dOffset = std::numeric_limits<double>::max(); ///< mm; of the edge inside from the
-                                                           // /< middle
+    double m_dOffset = std::numeric_limits<double>::max(); ///< mm; from the middle to the edge inside
     int m_iOutside = c_iNone;
-    double m_dDistance = c_dMaxDistToRange; ///< mm; of the edge outside from the range
+    double m_dDistance = c_dMaxDistToRange; ///< mm; from the range to the edge outside
 };
 
-/// Image rows below `height` that have a row of the table, with the index of that row.
+/// Calls `function` with each image row below `height` for which the table has a row of its own.
 template <typename Function>
 void ForEachTableRow(int height, int step, const Function& function)
 {
@@ -86,14 +84,8 @@ bool LxCPinholeFramework::PrepareLightPlanes(int minEdge, int maxEdge)
     const std::vector<double>& nominal = pattern.GetNominalEdgePositions();
     const int numEdges = pattern.GetNrOfStripeEdges();
     if (numEdges < 0 || nominal.size() != static_cast<std::size_t>(numEdges)) {
-        s_Logger.Error(L"PrepareLightPlanes error: Number of stripe edges differs "
-                       L"from number of known "
+        s_Logger.Error(L"PrepareLightPlanes error: Number of stripe edges differs from number of known "
                        L"positions!\n");
-        return false;
-    }
-    if (numEdges > c_iMaxStripeEdges) {
-        s_Logger.Error(L"PrepareLightPlanes error: %i stripe edges are more than %i!\n", numEdges,
-                       c_iMaxStripeEdges);
         return false;
     }
     const int first = std::clamp(minEdge, 0, c_iMiddleEdge);
