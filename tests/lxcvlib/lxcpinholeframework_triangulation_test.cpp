@@ -6,7 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <random>
 #include <thread>
@@ -114,40 +117,129 @@ TEST(Triangulation, IsExactForAHandMadeGeometry)
     EXPECT_NEAR(framework.ComputeEdgeDepth(220.0, 290.0, 121, false, false), 47.0, tolerance);
 }
 
-TEST(Triangulation, OfAKnownSlidePlaceIsTheSecondHalfOfTheWhole)
+/// Which lens the camera and the projector have.
+enum class ELens
 {
-    // The slide place that the whole computation finds is that of the first estimate, which the projector's own
-    // mapping gives from the nominal plane's depth.
+    eTsai,
+    eTangential, ///< undistorted by iteration
+    eRadial      ///< undistorted by table
+};
+
+class CFrameworkOfLens : public CFrameworkProbe
+{
+public:
+    CFrameworkOfLens(const CCameraModel& model, ELens lens) : CFrameworkProbe(model)
+    {
+        GetCamera()->GetIntrinsicParams()->SetUseTau(lens != ELens::eRadial);
+        GetProjector()->GetIntrinsicParams()->SetUseTau(lens != ELens::eRadial);
+        CalibStatusChanged(0, std::numeric_limits<int>::max(), true, true, true);
+    }
+};
+
+struct CSlidePlace
+{
+    double col;
+    double row;
+    double slideRow; ///< where the edge lies at this place
+};
+
+/// Where on the slide the ray of a pixel meets the nominal plane of an edge, and the edge's row there: one call of
+/// camera, projector or pattern at a time.
+CSlidePlace SlidePlaceStepByStep(const LxCPinholeFramework& framework, double col, double row, int edge)
+{
+    const LxCPinholeCamera& camera = *framework.GetCamera();
+    const LxCPatternProjector& projector = *framework.GetProjector();
+    const LxCStripePattern& pattern = *framework.GetCLPattern();
+    const auto index = static_cast<std::size_t>(edge);
+    double ux = 0.0;
+    double uy = 0.0;
+    camera.DisImageToUndisSensorCoords(col, row, &ux, &uy);
+    const double z0 = std::abs(framework.GetEdgePlanes()[index].Intersect(ux, uy));
+    const double inverse = camera.GetIntrinsicParams()->GetFocalLengthInvers();
+    double wx = 0.0;
+    double wy = 0.0;
+    double wz = 0.0;
+    camera.LocalToWorldCoords(z0 * ux * inverse, z0 * uy * inverse, z0, &wx, &wy, &wz);
+    double px = 0.0;
+    double py = 0.0;
+    double pz = 0.0;
+    projector.WorldToLocalCoords(wx, wy, wz, &px, &py, &pz);
+    CSlidePlace place{};
+    projector.CameraToDisImageCoords(px, py, pz, &place.col, &place.row);
+    place.slideRow = pattern.GetNumPatches() > 0 ? pattern.GetCalibratetPosition(edge, place.col, pz)
+                                                 : pattern.GetNominalEdgePositions()[index];
+    return place;
+}
+
+/// The point of a pixel in the plane through the projector's centre and two columns of a slide row, one call of
+/// camera or projector at a time.
+CXYZ PointStepByStep(const LxCPinholeFramework& framework, double col, double row, const CSlidePlace& place,
+                     bool camCoords)
+{
+    const LxCPinholeCamera& camera = *framework.GetCamera();
+    const LxCPatternProjector& projector = *framework.GetProjector();
+    const LxCIntrinsicParams& intrinsics = *camera.GetIntrinsicParams();
+    double ux = 0.0;
+    double uy = 0.0;
+    camera.DisImageToUndisSensorCoords(col, row, &ux, &uy);
+    LxC3DCoordsCCT p0;
+    projector.LocalToLocalCoords(&camera, 0.0, 0.0, 0.0, &p0.x, &p0.y, &p0.z);
+    const auto spanTo = [&](double projCol) {
+        double x = 0.0;
+        double y = 0.0;
+        projector.DisImageToCameraCoords(projCol, place.slideRow, 30.0, &x, &y);
+        LxC3DCoordsCCT p;
+        projector.LocalToLocalCoords(&camera, x, y, 30.0, &p.x, &p.y, &p.z);
+        return LxC3DCoordsCCT(p.x - p0.x, p.y - p0.y, p.z - p0.z);
+    };
+    const LxC3DCoordsCCT d1 = spanTo(place.col - 1.0);
+    const LxC3DCoordsCCT d2 = spanTo(place.col + 1.0);
+    const double det = d1.x * d2.z - d2.x * d1.z;
+    const double m = (d1.y * d2.z - d2.y * d1.z) / det;
+    const double n = -(d1.y * d2.x - d2.y * d1.x) / det;
+    const double f = intrinsics.GetFocalLength();
+    const double z = (p0.y - m * p0.x - n * p0.z) * f / (uy - m * ux - n * f);
+    CXYZ p{z * intrinsics.GetFocalLengthInvers() * ux, z * intrinsics.GetFocalLengthInvers() * uy, z};
+    framework.GetPolynomKoma()->CorrectPoint(&p.x, &p.y, &p.z);
+    if (!camCoords) {
+        camera.LocalToWorldCoords(p.x, p.y, p.z, &p.x, &p.y, &p.z);
+    }
+    return p;
+}
+
+bool IsSameBitForBit(const CXYZ& a, const CXYZ& b)
+{
+    const auto bits = [](double value) { return std::bit_cast<std::uint64_t>(value); };
+    return bits(a.x) == bits(b.x) && bits(a.y) == bits(b.y) && bits(a.z) == bits(b.z);
+}
+
+TEST(Triangulation, EqualsItsStepsOneByOneBitForBit)
+{
     std::mt19937_64 random(5);
-    for (int trial = 0; trial < 20; ++trial) {
-        CCameraModel model = TestSupport::RandomModel(random, trial % 2 == 0);
-        model.numPatches = model.numPatchesDepth = 0;
-        model.rows.clear();
-        const CFrameworkProbe framework(model);
-        const LxCPinholeCamera& camera = *framework.GetCamera();
-        const LxCPatternProjector& projector = *framework.GetProjector();
+    for (int trial = 0; trial < 24; ++trial) {
+        const ELens lens = std::array{ELens::eTsai, ELens::eTangential, ELens::eRadial}[trial % 3];
+        CCameraModel model = TestSupport::RandomModel(random, lens == ELens::eTsai);
+        if (trial % 4 == 0) {
+            model.numPatches = model.numPatchesDepth = 0;
+            model.rows.clear();
+        }
+        const CFrameworkOfLens framework(model, lens);
+        ASSERT_TRUE(framework.IsCalibrated());
         for (int point = 0; point < 200; ++point) {
-            const double col = static_cast<double>(random() % 6580) / 10.0;
-            const double row = static_cast<double>(random() % 4940) / 10.0;
+            const double col =
+                static_cast<double>(random() % 42112) / 64.0; // pixels in steps of an edge word
+            const double row = static_cast<double>(random() % 31616) / 64.0;
             const int edge = static_cast<int>(random() % 140U);
-            double ux = 0.0;
-            double uy = 0.0;
-            camera.DisImageToUndisSensorCoords(col, row, &ux, &uy);
-            const double z =
-                std::abs(framework.GetEdgePlanes()[static_cast<std::size_t>(edge)].Intersect(ux, uy));
-            const double inverse = camera.GetIntrinsicParams()->GetFocalLengthInvers();
-            double x = z * ux * inverse;
-            double y = z * uy * inverse;
-            double depth = z;
-            camera.LocalToWorldCoords(x, y, depth, &x, &y, &depth);
-            projector.WorldToLocalCoords(x, y, depth, &x, &y, &depth);
-            double projCol = 0.0;
-            double projRow = 0.0;
-            projector.CameraToDisImageCoords(x, y, depth, &projCol, &projRow);
-            CXYZ expected{};
-            framework.ComputeEdgeXYZSubEdge(col, row, projCol, projRow, (edge - 1) * 50.0, true, &expected.x,
-                                            &expected.y, &expected.z, false);
-            ExpectSame(EdgeXYZ(framework, col, row, edge, true), expected);
+            const bool camCoords = point % 2 == 0;
+            const CSlidePlace place = SlidePlaceStepByStep(framework, col, row, edge);
+            const CXYZ expected = PointStepByStep(framework, col, row, place, camCoords);
+            CXYZ ofPlace{};
+            framework.ComputeEdgeXYZSubEdge(col, row, place.col, place.row, place.slideRow, camCoords,
+                                            &ofPlace.x, &ofPlace.y, &ofPlace.z, false);
+            ASSERT_TRUE(IsSameBitForBit(ofPlace, expected))
+                << trial << " " << col << " " << row << " " << edge;
+            ASSERT_TRUE(IsSameBitForBit(EdgeXYZ(framework, col, row, edge, camCoords), expected))
+                << trial << " " << col << " " << row << " " << edge;
         }
     }
 }
@@ -313,7 +405,12 @@ TEST(Triangulation, BringsARayOfOneDeviceIntoAnotherFrameOrTheWorld)
     EXPECT_NEAR(x, static_cast<double>(expected[0]), tolerance);
     EXPECT_NEAR(y, static_cast<double>(expected[1]), tolerance);
     EXPECT_NEAR(z, static_cast<double>(expected[2]), tolerance);
-    // The camera is a root, so nothing stands for the world.
+    // Null stands for the world, from the camera, which is a root, as from the projector: the world is the camera's
+    // frame moved by (-1, -2, -3).
+    framework.AuxTrafoProjImgToCamCoords(framework.GetProjector(), nullptr, 1000.0, 2000.0, 30.0, &x, &y, &z);
+    EXPECT_NEAR(x, static_cast<double>(expected[0]) - 1.0, tolerance);
+    EXPECT_NEAR(y, static_cast<double>(expected[1]) - 2.0, tolerance);
+    EXPECT_NEAR(z, static_cast<double>(expected[2]) - 3.0, tolerance);
     framework.AuxTrafoProjImgToCamCoords(framework.GetCamera(), nullptr, 331.0, 245.0, 30.0, &x, &y, &z);
     EXPECT_NEAR(x, -1.0, tolerance);
     EXPECT_NEAR(y, -2.0, tolerance);
