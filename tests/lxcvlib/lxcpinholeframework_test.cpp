@@ -297,6 +297,48 @@ TEST(InitIdUnwrapLUT, ChoosesTheEdgeNearestToTheMiddleOfTheRange)
     }
 }
 
+// The plain model has 140 edges with light planes; all others have depth 0.
+
+TEST(InitIdUnwrapLUT, TakesTheFirstOfEquallyGoodEdges)
+{
+    CFrameworkProbe framework(PlainModel());
+    // Depth 0 is in the middle of the first range and 1 mm from the second; edges with planes are far from both.
+    for (const auto& [zMin, zMax] : {std::pair{-1.0, 1.0}, {1.0, 2.0}, {-2.0, -1.0}}) {
+        Table table;
+        ASSERT_TRUE(framework.InitIdUnwrapLUTGeneric(zMin, zMax, 16, 200, table));
+        for (int id = 0; id < 16; ++id) {
+            const int first = id < 12 ? 144 + id : 128 + id; // from 140 on
+            EXPECT_EQ(table[30][static_cast<std::size_t>(id)], first) << zMin << " " << id;
+        }
+    }
+}
+
+TEST(InitIdUnwrapLUT, CountsTheBordersOfTheRangeInAndAHundredMillimetresOut)
+{
+    CFrameworkProbe framework(PlainModel());
+    const auto edgeAtDepthZero = [&framework](double zMin, double zMax) {
+        Table table;
+        EXPECT_TRUE(framework.InitIdUnwrapLUTGeneric(zMin, zMax, 150, 151, table));
+        return table[30][145]; // 145 is the only edge of this id
+    };
+    EXPECT_EQ(edgeAtDepthZero(0.0, 1e300), 145);
+    EXPECT_EQ(edgeAtDepthZero(-1e300, 0.0), 145);
+    EXPECT_EQ(edgeAtDepthZero(std::nextafter(100.0, 0.0), 200.0), 145);
+    EXPECT_EQ(edgeAtDepthZero(100.0, 200.0), c_iNoEdge);
+    EXPECT_EQ(edgeAtDepthZero(-200.0, -std::nextafter(100.0, 0.0)), 145);
+    EXPECT_EQ(edgeAtDepthZero(-200.0, -100.0), c_iNoEdge);
+}
+
+TEST(InitIdUnwrapLUT, NamesNoEdgeOfADepthThatIsNoNumber)
+{
+    CFrameworkProbe framework(PlainModel());
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    framework.GetCamera()->GetIntrinsicParams()->SetPrincipalPoint(nan, nan);
+    Table table;
+    ASSERT_TRUE(framework.InitIdUnwrapLUTGeneric(25.0, 41.0, 64, 140, table));
+    EXPECT_EQ(table, Table(62, std::vector<std::int32_t>(64, c_iNoEdge)));
+}
+
 TEST(InitIdUnwrapLUT, NamesNoEdgeFartherThanAHundredMillimetres)
 {
     CFrameworkProbe framework(PlainModel());
