@@ -152,10 +152,14 @@ TEST(ReadingAModel, BuildsTheTablesBeforeTheRegions)
             m_viArguments = {minEdge, maxEdge, intrinsicsChanged, rebuildUnwrap, workingSpaceChanged};
             m_uiRegions = GetRoiIgnore().size();
             m_bKomaRead = GetPolynomKoma()->GetUse();
+            LxCPinholeFramework::CalibStatusChanged(minEdge, maxEdge, intrinsicsChanged, rebuildUnwrap,
+                                                    workingSpaceChanged);
+            m_bCalibrated = IsCalibrated();
         }
         std::vector<int> m_viArguments;
         std::size_t m_uiRegions = 99;
         bool m_bKomaRead = false;
+        bool m_bCalibrated = false;
     };
     CCameraModel model = PlainModel();
     model.useKoma = true;
@@ -164,6 +168,7 @@ TEST(ReadingAModel, BuildsTheTablesBeforeTheRegions)
     EXPECT_EQ(recorder.m_viArguments, (std::vector<int>{0, 0x7FFFFFFF, 1, 1, 1}));
     EXPECT_EQ(recorder.m_uiRegions, 0U);
     EXPECT_TRUE(recorder.m_bKomaRead);
+    EXPECT_TRUE(recorder.m_bCalibrated);
     EXPECT_EQ(recorder.GetRoiIgnore().size(), 2U);
 }
 
@@ -218,6 +223,18 @@ TEST(ReadingAModel, KeepsWhatAMissingSectionLeavesOut)
     EXPECT_EQ(framework.GetMaxZc(), 41.0);
     EXPECT_TRUE(framework.GetCamera()->IsCalibrated());
     EXPECT_EQ(framework.GetCamera()->GetIntrinsicParams()->GetFocalLength(), PlainModel().camera.f);
+}
+
+TEST(ReadingAModel, ForgetsPlacementsAndPatternSizeThatTheTextLeavesOut)
+{
+    CCameraModel model = PlainModel();
+    model.camera.t = {1.0, 2.0, 3.0};
+    CFrameworkProbe framework(model);
+    Load(framework, c_sRoot, "::MV3DCam::MV3DCamBase\nMinDistCamCoords=26\n");
+    EXPECT_TRUE(framework.GetCamera()->IsIdentity());
+    EXPECT_TRUE(framework.GetProjector()->IsIdentity());
+    EXPECT_EQ(framework.GetCLPattern()->GetNrOfStripeEdges(), 0);
+    EXPECT_EQ(framework.GetStatus(658, 494), LxCPinholeFramework::eInvalidPattern);
 }
 
 TEST(ReadingAModel, CountsTheFirstOfTwoEqualSections)
