@@ -296,6 +296,7 @@ double LxCIntrinsicParams::GetMaxSensorRad() const
 bool LxCIntrinsicParams::ComputeInverseDistLUT(double safetyFactor) const
 {
     m_vInverseDist.clear();
+    m_dInverseDistFactor = safetyFactor;
     const double limit =
         BoundTableLimit(m_bUseTsai ? GetTableLimitTsai(safetyFactor) : GetTableLimitICV(safetyFactor));
     m_iInverseDistLength = 1 + TruncateTo<int>(msc_dInvDistLutResolutionInv * std::max(limit, 0.0));
@@ -313,6 +314,14 @@ bool LxCIntrinsicParams::ComputeInverseDistLUT(double safetyFactor) const
         m_vInverseDist.push_back(solved / radius);
     }
     return true;
+}
+
+void LxCIntrinsicParams::FinalizeInverseDistLUT() const
+{
+    if (m_vInverseDist.empty() || !(m_dInverseDistFactor >= c_dSafetyFactor)) {
+        ComputeInverseDistLUT(c_dSafetyFactor);
+    }
+    m_bInverseDistRetried = true;
 }
 
 void LxCIntrinsicParams::InvalidateInverseDistLUT()

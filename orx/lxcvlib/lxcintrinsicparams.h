@@ -34,7 +34,7 @@ class LxCCCTSerializer;
 /// `ComputeInverseDistLUT`. The table never has more than `sc_iMaxTableLength` entries, whatever the parameters.
 ///
 /// There is no lock. Mapping on many threads at once needs a table that is wide enough beforehand, which reading
-/// provides. Output pointers must not be null; they may point to the inputs' own variables.
+/// provides, or one that is final (`FinalizeInverseDistLUT`), whatever is mapped. Output pointers must not be null; they may point to the inputs' own variables.
 class ORX_EXPORT LxCIntrinsicParams
 {
 public:
@@ -142,6 +142,10 @@ public:
     /// @return true
     bool ComputeInverseDistLUT(double safetyFactor) const;
 
+    /// Makes mapping on many threads safe for any arguments: builds the table with safety factor 2 if the present
+    /// one is narrower, and spends the one rebuild by a lookup out of range.
+    void FinalizeInverseDistLUT() const;
+
     /// Drops the table and lets the next lookup out of range widen it again. The table length stays as it was.
     void InvalidateInverseDistLUT();
 
@@ -207,6 +211,7 @@ private:
     // Length 0 goes with an empty table and a clear flag, so that copies need no code of their own.
     mutable std::vector<double> m_vInverseDist; ///< empty when there is no table
     mutable int m_iInverseDistLength = 0;       ///< outlives an invalidated table
+    mutable double m_dInverseDistFactor = 0.0;  ///< safety factor of the last table
     mutable bool m_bInverseDistRetried = false; ///< whether the wider safety factor was tried
     double m_dKappa1 = 0.0;                     ///< 1/mm
     double m_dKappa2 = 0.0;                     ///< 1/mm²

@@ -135,6 +135,9 @@ void LxCPinholeFramework::CalibStatusChanged(int minEdge, int maxEdge, bool intr
         return;
     }
     if (PrepareLightPlanes(minEdge, maxEdge) && (!rebuildUnwrap || InitIdUnwrapLUTCC())) {
+        // From now on many threads may measure, and none of them may rebuild a lens's table under the others.
+        m_pCamera->GetIntrinsicParams()->FinalizeInverseDistLUT();
+        m_Projector.GetIntrinsicParams()->FinalizeInverseDistLUT();
         return;
     }
     s_Logger.Info(L"Error while computing LUTs for the camera. System will be regarded as uncalibrated!\n");

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <functional>
@@ -118,6 +119,25 @@ TEST(LxCIntrinsicParamsTable, ComputingItAnewLeavesTheRetrySpent)
     lens.ComputeInverseDistLUT(1.0);
     lens.LookupInverseDist(1e6);
     EXPECT_EQ(log.Count(Logging::ELevel::eInfo, kChannel, kRebuilt), 1);
+}
+
+TEST(LxCIntrinsicParamsTable, ThatIsFinalIsWideAndStaysWhateverIsLookedUp)
+{
+    for (const double factor : {0.0, 1.1, 2.0, 3.0}) {
+        const CLens lens = MakeTsaiLens(2e-3, 1e-5);
+        if (factor > 0.0) {
+            lens.ComputeInverseDistLUT(factor);
+        }
+        const CLens expected = MakeTsaiLens(2e-3, 1e-5);
+        expected.ComputeInverseDistLUT(std::max(factor, 2.0));
+        const Logging::CCapture log;
+        lens.FinalizeInverseDistLUT();
+        EXPECT_EQ(lens.GetInverseDistLUTLength(), expected.GetInverseDistLUTLength()) << factor;
+        EXPECT_EQ(lens.LookupInverseDist(1e6), 1e6);
+        EXPECT_EQ(lens.GetInverseDistLUTLength(), expected.GetInverseDistLUTLength()) << factor;
+        EXPECT_EQ(log.Count(Logging::ELevel::eInfo, kChannel, kRebuilt), 0);
+        EXPECT_EQ(log.Count(Logging::ELevel::eError, kChannel, kFailed), 1);
+    }
 }
 
 TEST(LxCIntrinsicParamsTable, OfLengthOneTriggersTheOneRebuild)

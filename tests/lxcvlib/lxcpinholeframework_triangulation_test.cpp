@@ -1,5 +1,6 @@
 #include "lxcpinholeframework.h"
 
+#include "orx/logging/logger.h"
 #include "tests/lxcvlib/allocationcount.h"
 #include "tests/lxcvlib/cameramodel.h"
 #include "tests/lxcvlib/frameworkprobe.h"
@@ -434,6 +435,23 @@ TEST(Triangulation, AllocatesNothing)
         EXPECT_EQ(allocations.Get(), 0U);
         EXPECT_TRUE(std::isfinite(sum));
     }
+}
+
+TEST(Triangulation, RebuildsNoTableOfALensOnceTheModelIsReady)
+{
+    // Far off the image and off the slide, where no table reaches; other threads may be reading it.
+    const CFrameworkOfLens framework(TestSupport::PlainModel(), ELens::eRadial);
+    ASSERT_TRUE(framework.IsCalibrated());
+    const Logging::CCapture log;
+    CXYZ p{};
+    framework.ComputeEdgeXYZSubEdge(1e6, 200.0, 1e6, 0.0, 3450.0, true, &p.x, &p.y, &p.z, false);
+    constexpr const wchar_t* channel = L"ORX.Lumorad.LxCIntrinsicParams";
+    EXPECT_EQ(log.Count(Logging::ELevel::eError, channel, L"LxCIntrinsicParams::LookupInverseDist failed"),
+              3);
+    EXPECT_EQ(log.Count(Logging::ELevel::eInfo, channel,
+                        L"LxCIntrinsicParams::LookupInverseDist: recalculate inverse dist lut with "
+                        L"c_dSafetyFactor = 2.0"),
+              0);
 }
 
 TEST(Triangulation, GivesTheSameOnTwoThreads)
