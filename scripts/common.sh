@@ -13,7 +13,10 @@ jobs() {
   echo $((cores < memory ? cores : memory))
 }
 
-# build PRESET [TARGET...]: configures build/PRESET and builds it.
+# sources FOLDER...: the C++ files in the folders, one a line, in whatever way the tree came here.
+sources() { find "$@" -name '*.h' -o -name '*.cpp' | sort; }
+
+# build PRESET [-DVARIABLE=VALUE...] [TARGET...]: configures build/PRESET and builds it.
 build() {
   local preset=$1
   shift
@@ -21,7 +24,11 @@ build() {
   if command -v ccache >/dev/null; then
     configure+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
   fi
-  "${configure[@]}" >"build-$preset.log" 2>&1 || { cat "build-$preset.log"; rm -f "build-$preset.log"; return 1; }
-  rm -f "build-$preset.log"
+  while [[ ${1:-} == -D* ]]; do
+    configure+=("$1")
+    shift
+  done
+  mkdir -p build
+  "${configure[@]}" >"build/$preset.log" 2>&1 || { cat "build/$preset.log" >&2; return 1; }
   cmake --build "build/$preset" -j "$(jobs)" ${@:+--target "$@"}
 }
