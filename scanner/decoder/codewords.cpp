@@ -7,6 +7,8 @@
 #include "lxcpinholeframework.h"
 #include "lxcstripepattern.h"
 
+#include <stdexcept>
+
 namespace decoder {
 
 using LxCV::CCTImage;
@@ -22,10 +24,27 @@ constexpr int kUnnamed = 0;             ///< as the code word table marks unknow
 constexpr int kContradicted = -1;       ///< two code words disagree
 constexpr int kLargestUntracedId = 255; ///< what the word's 8 bits hold
 
+/// Whether a code word table is one for code words of four digits, which is what three edges make: its size is the
+/// largest code word, a number of as many digits, plus one.
+bool IsForFourDigits(const std::vector<int>& table)
+{
+    constexpr std::size_t kLeast = 1000;
+    constexpr std::size_t kMost = 10000;
+    return table.size() > kLeast && table.size() <= kMost;
+}
+
 } // namespace
 
 void CodeWordReader::Read(CCTImage& words, std::vector<EdgePixel>& edges)
 {
+    if (words.IsValid() && words.GetDataType() != LxCV::CCTImage::eIDT_INT32) {
+        throw std::invalid_argument("code words are read from an image of edge words");
+    }
+    const LxCV::LxCStripePattern& pattern = *m_model.GetCLPattern();
+    m_cycle = pattern.GetNrOfUniqueStripeIds();
+    if (!words.IsValid() || m_cycle < 1 || !IsForFourDigits(pattern.GetCWToStripeEdgeNrLUT())) {
+        return;
+    }
     for (int column = 0; column < words.GetWidth(); ++column) {
         CollectColumn(words, column);
         ReadCodeWords();
@@ -85,17 +104,16 @@ void CodeWordReader::ReadCodeWords()
 
 void CodeWordReader::NameEdges()
 {
-    const int cycle = m_model.GetCLPattern()->GetNrOfUniqueStripeIds();
-    const auto agree = [this, cycle](std::size_t upper) {
+    const auto agree = [this](std::size_t upper) {
         return upper + 1 < m_lastIds.size() && m_lastIds[upper] != kUnnamed &&
-               m_lastIds[upper + 1] == m_lastIds[upper] % cycle + 1;
+               m_lastIds[upper + 1] == m_lastIds[upper] % m_cycle + 1;
     };
     for (std::size_t last = kWindow - 1; last < m_column.size(); ++last) {
         if (m_lastIds[last] == kUnnamed || !(agree(last) || agree(last - 1))) {
             continue;
         }
         for (std::size_t back = 0; back < kWindow; ++back) {
-            const int id = (m_lastIds[last] - static_cast<int>(back) + cycle - 1) % cycle + 1;
+            const int id = (m_lastIds[last] - static_cast<int>(back) + m_cycle - 1) % m_cycle + 1;
             int& named = m_column[last - back].cyclicId;
             named = named == kUnnamed || named == id ? id : kContradicted;
         }

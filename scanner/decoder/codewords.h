@@ -30,14 +30,16 @@ struct EdgePixel
 class CodeWordReader
 {
 public:
-    /// @param model calibrated, with its pattern's tables; must outlive the reader
+    /// @param model calibrated, with its pattern's tables for code words of four digits; must outlive the reader
     CodeWordReader(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config)
         : m_model(model), m_config(config)
     {}
 
     /// Appends the named edges of all columns, by ascending column and row, and writes the stripe edge number
-    /// as untraced id into their words where it fits the 8 bits.
-    /// @param words image of type INT32
+    /// as untraced id into their words where it fits the 8 bits. A model whose pattern has no table, or one for
+    /// code words of another length, names nothing.
+    /// @param words image of type INT32; one without pixels holds no edges
+    /// @throws std::invalid_argument for pixels of another type
     void Read(LxCV::CCTImage& words, std::vector<EdgePixel>& edges);
 
 private:
@@ -57,6 +59,7 @@ private:
 
     const LxCV::LxCPinholeFramework& m_model;
     DecoderConfig m_config;
+    int m_cycle = 0; ///< how many cyclic numbers the pattern has
     std::vector<ColumnEdge> m_column;
     std::vector<int> m_lastIds; ///< per edge of the column: cyclic id by the code word that ends there, or 0
 };

@@ -38,7 +38,8 @@ void Decoder::Triangulate()
         LxC3DCoordsCCT position;
         m_model.ComputeEdgeXYZ(edge.column, edge.row, edge.stripeEdge, true, &position.x, &position.y,
                                &position.z, false);
-        if (position.z >= nearest && position.z <= farthest) {
+        // Depth 0 is the model's answer where there is no point, whatever its working range says.
+        if (position.z > 0.0 && position.z >= nearest && position.z <= farthest) {
             m_points.push_back({edge, position});
         }
     }

@@ -21,6 +21,9 @@ struct MeasuredPoint
 
 /// The decoding stage: signal, edge words, code words and points, one call for each, so that a caller can time
 /// and look at every step. The working buffers are kept from measurement to measurement.
+///
+/// Any pixel values will do, also infinite ones and such that are not numbers, and any model: what cannot be
+/// decoded gives no points.
 class Decoder
 {
 public:

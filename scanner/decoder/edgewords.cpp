@@ -39,7 +39,7 @@ unsigned int ChannelBits(LxCSymbol symbol)
 /// Number of steps from the front of `steps` that make one edge: close together, at most one a channel.
 std::size_t CountStepsOfOneEdge(std::span<const ChannelStep> steps, float maxSpread)
 {
-    const int limit = static_cast<int>(maxSpread * LxCSubpixel::m_scfSubpixFactor);
+    const int limit = LxCV::TruncateTo<int>(maxSpread * LxCSubpixel::m_scfSubpixFactor);
     unsigned int channels = ChannelBits(steps[0].symbol);
     std::size_t count = 1;
     while (count < steps.size() && steps[count].position.Subtract(steps[count - 1].position) <= limit &&
@@ -76,8 +76,10 @@ LxCSymbol SumOfSymbols(std::span<const ChannelStep> steps)
 
 void EdgeWordWriter::Write(const StripeSignal& signal, CCTImage& words)
 {
-    if (words.GetDataType() != LxCV::CCTImage::eIDT_INT32 || words.GetWidth() != signal.GetWidth() ||
-        words.GetHeight() != signal.GetHeight()) {
+    const bool fits = words.GetDataType() == LxCV::CCTImage::eIDT_INT32 &&
+                      words.GetWidth() == signal.GetWidth() && words.GetHeight() == signal.GetHeight() &&
+                      (words.IsValid() || words.GetSizeInPixels() == 0);
+    if (!fits) {
         throw std::invalid_argument("the image of edge words does not fit the stripe signal");
     }
     words.Clear();

@@ -18,14 +18,15 @@ class StripeSignal;
 ///
 /// Steps of different channels that lie within `maxChannelSpread` are one edge: its symbol is the sum of their
 /// symbols, its position their mean weighted by amplitude. The word stands at the pixel that holds the
-/// position's whole row, with the fraction of the row as sub-pixel offset and 0 as stripe edge id.
+/// position's whole row, with the fraction of the row as sub-pixel offset and 0 as stripe edge id. A pixel holds
+/// one word: of two edges within one row the lower one stands.
 class EdgeWordWriter
 {
 public:
     explicit EdgeWordWriter(const DecoderConfig& config) : m_config(config) {}
 
     /// @param words image of type INT32 and of the signal's size; cleared and filled
-    /// @throws std::invalid_argument if the sizes or the type differ
+    /// @throws std::invalid_argument if the sizes or the type differ, or if there are no pixels
     void Write(const StripeSignal& signal, LxCV::CCTImage& words);
 
 private:

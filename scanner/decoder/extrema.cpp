@@ -31,10 +31,11 @@ ChannelStep MakeStep(std::size_t row, float above, float centre, float below,
 void FindSteps(std::span<const float> signal, LxCColorValueFloat::EColor channel, float minGradient,
                std::vector<ChannelStep>& steps)
 {
+    const float least = std::max(minGradient, 0.0F); // a step has a height, which later is a weight
     const auto difference = [signal](std::size_t row) { return signal[row + 1] - signal[row - 1]; };
     for (std::size_t row = 2; row + 2 < signal.size(); ++row) {
         const float centre = difference(row);
-        if (!(std::abs(centre) > minGradient)) {
+        if (!(std::abs(centre) > least)) {
             continue;
         }
         const bool rising = centre > 0.0F;

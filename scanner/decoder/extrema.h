@@ -14,7 +14,7 @@ struct ChannelStep
 {
     LxCV::LxCEdgePosition position; ///< row of the step, in 1/64 rows; integer rows are pixel centres
     LxCV::LxCSymbol symbol;         ///< channel and direction
-    float amplitude;                ///< size of the step across two rows, signal units
+    float amplitude;                ///< size of the step across two rows, signal units; positive
 };
 
 /// Appends the extrema of the central difference of `signal` (one value a row) to `steps`, by ascending row.
@@ -23,6 +23,7 @@ struct ChannelStep
 /// difference. The difference across a blurred step is close to a Gaussian, whose logarithm is a parabola; the
 /// eighth root comes near the logarithm, and square roots are rounded alike on every machine. Rows next to a
 /// value that is not a number give no extremum.
+/// @param minGradient least size of a step, signal units; a negative one counts as 0
 void FindSteps(std::span<const float> signal, LxCV::LxCColorValueFloat::EColor channel, float minGradient,
                std::vector<ChannelStep>& steps);
 

@@ -2,13 +2,15 @@
 
 #include "cctimage.h"
 #include "lxcextremum.h"
+#include "lxcstripepattern.h"
 #include "tests/scanner/testmodel.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <map>
-#include <set>
+#include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -186,6 +188,33 @@ TEST_F(CodeWords, AreSilentOnAnEmptyImage)
 {
     CCTImage words = EmptyWords();
     EXPECT_TRUE(Read(words).empty());
+    CCTImage none;
+    EXPECT_TRUE(Read(none).empty());
+    CCTImage hollow(kWidth, kHeight, LxCV::CCTImage::eIDT_INT32, false, nullptr);
+    EXPECT_TRUE(Read(hollow).empty());
+}
+
+TEST_F(CodeWords, AreReadFromEdgeWordsOnly)
+{
+    CCTImage bytes(kWidth, kHeight, LxCV::CCTImage::eIDT_UINT8, true, nullptr);
+    std::vector<EdgePixel> edges;
+    EXPECT_THROW(CodeWordReader(*s_model, DecoderConfig()).Read(bytes, edges), std::invalid_argument);
+}
+
+TEST_F(CodeWords, OfAnyBitsNameEdgesOfTheSlide)
+{
+    std::mt19937 random(7);
+    for (int trial = 0; trial < 300; ++trial) {
+        CCTImage words = EmptyWords();
+        for (int row = 0; row < kHeight; ++row) {
+            const auto bits = static_cast<unsigned int>(random());
+            words.GetInt32PixelFast(kColumn, row) = bits % 4 == 0 ? static_cast<int>(random()) : 0;
+        }
+        for (const auto& [row, edge] : Read(words)) {
+            ASSERT_TRUE(row >= 0 && row < kHeight) << trial;
+            ASSERT_TRUE(edge >= 0 && edge <= s_model->GetCLPattern()->GetNrOfStripeEdges()) << trial;
+        }
+    }
 }
 
 } // namespace

@@ -73,6 +73,16 @@ TEST(FindSteps, IgnoresStepsBelowTheThreshold)
     EXPECT_TRUE(StepsOf(signal).empty());
 }
 
+TEST(FindSteps, GivesNoStepWithoutAHeight)
+{
+    const std::vector<float> flat(20, 0.5F);
+    for (const float minGradient : {0.0F, -1.0F, std::numeric_limits<float>::quiet_NaN()}) {
+        std::vector<ChannelStep> steps;
+        FindSteps(flat, LxCColorValueFloat::eBlue, minGradient, steps);
+        EXPECT_TRUE(steps.empty()) << minGradient;
+    }
+}
+
 TEST(FindSteps, GivesNoStepNextToUndecodableRows)
 {
     auto signal = BlurredStep(20.0, 1.0, 40, true);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 
 namespace decoder {
@@ -61,6 +62,59 @@ TEST(StripeSignal, IsUndecodableAtTheBorderAndInTheDark)
     EXPECT_TRUE(std::isnan(signal.Column(LxCColorValueFloat::eBlue, kWidth - 1)[1]));
     EXPECT_TRUE(std::isnan(signal.Column(LxCColorValueFloat::eGreen, 3)[2]));
     EXPECT_FALSE(std::isnan(signal.Column(LxCColorValueFloat::eBlue, 3)[2]));
+}
+
+TEST(StripeSignal, IsUndecodableWherePixelsAreNoGreyLevels)
+{
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    for (const float bad : {kInfinity, -kInfinity, std::numeric_limits<float>::quiet_NaN(), 1e30F}) {
+        const CCTImage reference(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F);
+        CCTImage pattern(reference);
+        pattern.GetFloat3Fast(2, 1) = LxCFloat3(bad, bad, bad);
+        StripeSignal signal;
+        signal.Compute(reference, pattern, DecoderConfig());
+        const auto blue = [&signal](int column) {
+            return signal.Column(LxCColorValueFloat::eBlue, column)[1];
+        };
+        EXPECT_TRUE(std::isnan(blue(1)) && std::isnan(blue(2)) && std::isnan(blue(3))) << bad;
+        EXPECT_EQ(blue(4), 1.0F) << bad;
+    }
+}
+
+/// More rows than are laid into columns at a time, and not a multiple of them.
+TEST(StripeSignal, PutsEveryRowAndChannelInItsPlace)
+{
+    constexpr int kTall = 37;
+    const CCTImage reference(kWidth, kTall, LxCV::CCTImage::eIDT_FLOAT32_3, 128.0F);
+    CCTImage pattern(reference);
+    const auto level = [](int channel, int row) { return static_cast<float>(64 * channel + row); };
+    for (int row = 0; row < kTall; ++row) {
+        for (int column = 0; column < kWidth; ++column) {
+            pattern.GetFloat3Fast(column, row) = LxCFloat3(level(0, row), level(1, row), level(2, row));
+        }
+    }
+    StripeSignal signal;
+    signal.Compute(reference, pattern, DecoderConfig());
+    for (int channel = 0; channel < 3; ++channel) {
+        for (int column = 1; column < kWidth - 1; ++column) {
+            const auto values = signal.Column(static_cast<LxCColorValueFloat::EColor>(channel), column);
+            ASSERT_EQ(values.size(), static_cast<std::size_t>(kTall));
+            for (int row = 0; row < kTall; ++row) {
+                // Sums of whole numbers over a power of two are exact.
+                ASSERT_EQ(values[static_cast<std::size_t>(row)], level(channel, row) / 128.0F);
+            }
+        }
+    }
+}
+
+TEST(StripeSignal, HasNoColumnsBesideTheImage)
+{
+    const CCTImage image(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F);
+    StripeSignal signal;
+    EXPECT_THROW(signal.Column(LxCColorValueFloat::eBlue, 0), std::out_of_range);
+    signal.Compute(image, image, DecoderConfig());
+    EXPECT_THROW(signal.Column(LxCColorValueFloat::eBlue, -1), std::out_of_range);
+    EXPECT_THROW(signal.Column(LxCColorValueFloat::eBlue, kWidth), std::out_of_range);
 }
 
 TEST(StripeSignal, RefusesImagesThatDoNotFit)

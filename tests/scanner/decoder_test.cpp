@@ -1,0 +1,324 @@
+#include "scanner/decoder/decoder.h"
+
+#include "lxcpinholeframework.h"
+#include "lxcstripepattern.h"
+#include "tests/scanner/testmodel.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace decoder {
+namespace {
+
+using LxCV::CCTImage;
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNotANumber = std::numeric_limits<float>::quiet_NaN();
+constexpr float kLargest = std::numeric_limits<float>::max();
+
+/// The default device with a strip of some columns cut out of its image.
+device::DeviceParameters Strip(int width)
+{
+    constexpr int kFirstColumn = 280;
+    device::DeviceParameters parameters;
+    parameters.camera.width = width;
+    parameters.camera.centreX -= kFirstColumn;
+    return parameters;
+}
+
+CCTImage Wrap(device::ImageF& image)
+{
+    return {image.width, image.height, CCTImage::eIDT_FLOAT32_3, false, image.data.data()};
+}
+
+void Decode(Decoder& decoder, const CCTImage& reference, const CCTImage& pattern)
+{
+    decoder.ComputeSignal(reference, pattern);
+    decoder.FindEdges();
+    decoder.ReadCodeWords();
+    decoder.Triangulate();
+}
+
+/// One noise-free pair of the molar and its model.
+class DecoderOnADevice : public ::testing::Test
+{
+protected:
+    static constexpr int kWidth = 40;
+
+    static void SetUpTestSuite()
+    {
+        s_device = new device::VirtualDevice(Strip(kWidth));
+        s_scene = device::MakeScene("molar").release();
+        device::RenderOptions options;
+        options.noise = 0.0;
+        s_pair = new device::RenderedPair(s_device->RenderPair(*s_scene, options));
+    }
+
+    static void TearDownTestSuite()
+    {
+        delete s_pair;
+        delete s_scene;
+        delete s_device;
+    }
+
+    /// The points of the pair by a decoder that has not worked before.
+    std::vector<MeasuredPoint> Measure(device::ImageF reference = s_pair->reference,
+                                       device::ImageF pattern = s_pair->pattern) const
+    {
+        Decoder decoder(*m_model);
+        Decode(decoder, Wrap(reference), Wrap(pattern));
+        return decoder.GetPoints();
+    }
+
+    static device::VirtualDevice* s_device;
+    static device::Scene* s_scene;
+    static device::RenderedPair* s_pair;
+
+    std::unique_ptr<LxCV::LxCPinholeFramework> m_model = scannertest::LoadModel(*s_device);
+};
+
+device::VirtualDevice* DecoderOnADevice::s_device = nullptr;
+device::Scene* DecoderOnADevice::s_scene = nullptr;
+device::RenderedPair* DecoderOnADevice::s_pair = nullptr;
+
+bool AreSame(const std::vector<MeasuredPoint>& a, const std::vector<MeasuredPoint>& b)
+{
+    const auto same = [](const MeasuredPoint& p, const MeasuredPoint& q) {
+        return p.edge.column == q.edge.column && p.edge.row == q.edge.row &&
+               p.edge.stripeEdge == q.edge.stripeEdge && p.position.x == q.position.x &&
+               p.position.y == q.position.y && p.position.z == q.position.z;
+    };
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
+}
+
+TEST_F(DecoderOnADevice, FindsTheTrueEdgeAndPointOfNearlyEveryCrossing)
+{
+    constexpr double kRowTolerance = 0.06;   // pixels; blur merges the steps of neighbouring edges a little
+    constexpr double kPointTolerance = 0.02; // mm; a stripe is 5 rows and at most 1 mm of depth: 0.2 mm a row
+    constexpr double kRmsTolerance = 0.003;  // mm
+    const auto points = Measure();
+    double squares = 0.0;
+    for (const MeasuredPoint& point : points) {
+        const device::Vec2 image{static_cast<double>(point.edge.column), point.edge.row};
+        const auto crossing = s_device->CrossingNear(*s_scene, image, point.edge.stripeEdge, kRowTolerance);
+        ASSERT_TRUE(crossing.has_value()) << image.x << " " << image.y;
+        const device::Vec3 measured{point.position.x, point.position.y, point.position.z};
+        const double error = device::Length(measured - *s_device->TruePointAt(*s_scene, image));
+        ASSERT_LT(error, kPointTolerance) << image.x << " " << image.y;
+        squares += error * error;
+    }
+    EXPECT_LT(std::sqrt(squares / static_cast<double>(points.size())), kRmsTolerance);
+    // The first and the last column are not decoded.
+    const double share = static_cast<double>(kWidth - 2) / kWidth;
+    EXPECT_GT(static_cast<double>(points.size()),
+              0.97 * share * static_cast<double>(s_pair->truth.CountSeenCrossings()));
+}
+
+TEST_F(DecoderOnADevice, PointsLieOnTheRayAndOnTheEdgeThatTheyAreNamedFor)
+{
+    constexpr double kPixels = 1e-6; // the library undistorts by iteration
+    constexpr double kUnits =
+        0.02; // slide units; the light sheet of an edge is taken as flat across two columns
+    const auto points = Measure();
+    ASSERT_FALSE(points.empty());
+    for (const MeasuredPoint& point : points) {
+        const device::Vec3 position{point.position.x, point.position.y, point.position.z};
+        const device::Vec2 image = s_device->ImageFromPoint(position);
+        ASSERT_NEAR(image.x, point.edge.column, kPixels);
+        ASSERT_NEAR(image.y, point.edge.row, kPixels);
+        ASSERT_NEAR(s_device->SlideFromPoint(position).y, s_device->EdgePosition(point.edge.stripeEdge),
+                    kUnits);
+    }
+}
+
+TEST_F(DecoderOnADevice, WorkingBuffersKeepNothingOfThePairBefore)
+{
+    const auto expected = Measure();
+    Decoder decoder(*m_model);
+    CCTImage large(kWidth + 7, 600, CCTImage::eIDT_FLOAT32_3, 200.0F);
+    Decode(decoder, large, large);
+    for (int run = 0; run < 2; ++run) {
+        Decode(decoder, Wrap(s_pair->reference), Wrap(s_pair->pattern));
+        EXPECT_TRUE(AreSame(decoder.GetPoints(), expected));
+    }
+    CCTImage small(3, 3, CCTImage::eIDT_FLOAT32_3, 200.0F);
+    Decode(decoder, small, small);
+    EXPECT_TRUE(decoder.GetPoints().empty());
+    EXPECT_EQ(decoder.GetEdgeWords().GetWidth(), 3);
+}
+
+TEST_F(DecoderOnADevice, BrokenPixelsCostTheirNeighbourhoodAlone)
+{
+    const auto expected = Measure();
+    // A bad pixel reaches one column to either side, and by code words a few edges up and down.
+    constexpr int kBadColumn = 20;
+    constexpr int kBadRow = 240;
+    constexpr int kReach = 1;
+    for (const float bad : {kInfinity, -kInfinity, kNotANumber, kLargest, -kLargest}) {
+        device::ImageF pattern = s_pair->pattern;
+        device::ImageF reference = s_pair->reference;
+        for (int channel = 0; channel < device::ImageF::channels; ++channel) {
+            pattern.At(kBadColumn, kBadRow, channel) = bad;
+            reference.At(kBadColumn, kBadRow + 10, channel) = bad;
+        }
+        const auto far = [](const MeasuredPoint& point) {
+            return std::abs(point.edge.column - kBadColumn) > kReach;
+        };
+        std::vector<MeasuredPoint> untouched;
+        std::vector<MeasuredPoint> found;
+        std::copy_if(expected.begin(), expected.end(), std::back_inserter(untouched), far);
+        const auto points = Measure(reference, pattern);
+        std::copy_if(points.begin(), points.end(), std::back_inserter(found), far);
+        EXPECT_TRUE(AreSame(found, untouched)) << bad;
+        EXPECT_GT(points.size() + 60, expected.size()) << bad;
+    }
+}
+
+TEST_F(DecoderOnADevice, AnUncalibratedModelGivesNoPoints)
+{
+    const LxCV::LxCPinholeFramework empty;
+    Decoder decoder(empty);
+    Decode(decoder, Wrap(s_pair->reference), Wrap(s_pair->pattern));
+    EXPECT_TRUE(decoder.GetEdgePixels().empty());
+    EXPECT_TRUE(decoder.GetPoints().empty());
+}
+
+TEST_F(DecoderOnADevice, APatternWithoutIdsNamesNothing)
+{
+    m_model->GetCLPattern()->SetPatternString(""); // the tables are those of the pattern before
+    ASSERT_EQ(m_model->GetCLPattern()->GetNrOfUniqueStripeIds(), 0);
+    EXPECT_TRUE(Measure().empty());
+}
+
+TEST_F(DecoderOnADevice, CodeWordsOfAnotherLengthNameNothing)
+{
+    for (const int length : {1, 2, 3, 5, 6}) {
+        m_model->GetCLPattern()->SetCodewordLen(length);
+        m_model->GetCLPattern()->ConstructLUTs();
+        EXPECT_TRUE(Measure().empty()) << length;
+    }
+    m_model->GetCLPattern()->SetCodewordLen(4);
+    m_model->GetCLPattern()->ConstructLUTs();
+    EXPECT_FALSE(Measure().empty());
+}
+
+TEST_F(DecoderOnADevice, TheAnswerForNoPointIsNoPointOfAWorkingRangeThatHoldsZero)
+{
+    m_model->SetWorkingSpace(-1.0, 41.0, true);
+    m_model->GetCamera()->GetCalibState()->ResetCalibState(); // every edge is answered by (0, 0, 0)
+    Decoder decoder(*m_model);
+    Decode(decoder, Wrap(s_pair->reference), Wrap(s_pair->pattern));
+    EXPECT_FALSE(decoder.GetEdgePixels().empty());
+    EXPECT_TRUE(decoder.GetPoints().empty());
+}
+
+TEST_F(DecoderOnADevice, PointsOutsideTheWorkingRangeAreLeftOut)
+{
+    const auto all = Measure();
+    double nearest = all.front().position.z;
+    double farthest = nearest;
+    for (const MeasuredPoint& point : all) {
+        nearest = std::min(nearest, point.position.z);
+        farthest = std::max(farthest, point.position.z);
+    }
+    const double limit = 0.5 * (nearest + farthest);
+    m_model->SetWorkingSpace(25.0, limit, true);
+    const auto front = Measure();
+    ASSERT_FALSE(front.empty());
+    EXPECT_LT(front.size(), all.size());
+    for (const MeasuredPoint& point : front) {
+        ASSERT_LE(point.position.z, limit);
+    }
+}
+
+TEST_F(DecoderOnADevice, StepsWithoutAnImageFindNothing)
+{
+    Decoder decoder(*m_model);
+    decoder.ReadCodeWords();
+    decoder.Triangulate();
+    EXPECT_TRUE(decoder.GetPoints().empty());
+    decoder.FindEdges();
+    decoder.ReadCodeWords();
+    decoder.Triangulate();
+    EXPECT_TRUE(decoder.GetPoints().empty());
+}
+
+TEST_F(DecoderOnADevice, RefusesImagesWithoutPixels)
+{
+    const CCTImage good(kWidth, 494, CCTImage::eIDT_FLOAT32_3, 100.0F);
+    const CCTImage hollow(kWidth, 494, CCTImage::eIDT_FLOAT32_3, false, nullptr);
+    Decoder decoder(*m_model);
+    EXPECT_THROW(decoder.ComputeSignal(good, hollow), std::invalid_argument);
+    EXPECT_THROW(decoder.ComputeSignal(hollow, good), std::invalid_argument);
+}
+
+TEST_F(DecoderOnADevice, UniformImagesOfAnySizeAndValueGiveNoPoints)
+{
+    const std::vector<float> values = {0.0F,  255.0F,    1e-45F,     kLargest,   -kLargest,
+                                       -1.0F, kInfinity, -kInfinity, kNotANumber};
+    for (const auto& [width, height] :
+         {std::pair{1, 1}, {1, 40}, {40, 1}, {2, 2}, {3, 3}, {4, 5}, {17, 33}}) {
+        for (const float white : values) {
+            for (const float striped : values) {
+                const CCTImage reference(width, height, CCTImage::eIDT_FLOAT32_3, white);
+                const CCTImage pattern(width, height, CCTImage::eIDT_FLOAT32_3, striped);
+                Decoder decoder(*m_model);
+                Decode(decoder, reference, pattern);
+                ASSERT_TRUE(decoder.GetPoints().empty())
+                    << width << " x " << height << ", " << white << " and " << striped;
+            }
+        }
+    }
+}
+
+/// Pixels that are mostly grey levels and here and there any bit pattern of a float.
+device::ImageF HostileImage(std::mt19937& random, int width, int height)
+{
+    device::ImageF image(width, height);
+    for (float& pixel : image.data) {
+        const std::uint32_t bits = random();
+        pixel = bits % 5 == 0 ? std::bit_cast<float>(static_cast<std::uint32_t>(random()))
+                              : static_cast<float>(bits % 256);
+    }
+    return image;
+}
+
+TEST_F(DecoderOnADevice, PixelsOfAnyBitsGivePointsWithinImageAndRangeOrNone)
+{
+    constexpr int kTrials = 300;
+    std::mt19937 random(20240607);
+    for (int trial = 0; trial < kTrials; ++trial) {
+        const int width = 1 + static_cast<int>(random() % 24);
+        const int height = 1 + static_cast<int>(random() % 80);
+        device::ImageF reference = HostileImage(random, width, height);
+        device::ImageF pattern = HostileImage(random, width, height);
+        DecoderConfig greedy;
+        greedy.minReference = trial % 2 == 0 ? greedy.minReference : -kInfinity;
+        greedy.minGradient = trial % 3 == 0 ? greedy.minGradient : -1.0F;
+        greedy.maxChannelSpread = trial % 5 == 0 ? kInfinity : greedy.maxChannelSpread;
+        greedy.maxStripeHeight = trial % 7 == 0 ? kNotANumber : greedy.maxStripeHeight;
+        Decoder decoder(*m_model, greedy);
+        Decode(decoder, Wrap(reference), Wrap(pattern));
+        for (const MeasuredPoint& point : decoder.GetPoints()) {
+            ASSERT_TRUE(point.edge.column >= 0 && point.edge.column < width) << trial;
+            ASSERT_TRUE(point.edge.row >= 0.0 && point.edge.row <= height - 1.0) << trial;
+            ASSERT_TRUE(std::isfinite(point.position.x) && std::isfinite(point.position.y)) << trial;
+            ASSERT_TRUE(point.position.z >= m_model->GetMinZc() && point.position.z <= m_model->GetMaxZc())
+                << trial;
+        }
+    }
+}
+
+} // namespace
+} // namespace decoder
