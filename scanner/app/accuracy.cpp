@@ -110,13 +110,13 @@ Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Sce
         const int column = point.edge.column;
         const auto& crossings = truth.crossings.at(static_cast<std::size_t>(column));
         const std::optional<std::size_t> nearest = NearestCrossing(crossings, point.edge.row);
-        const bool right = nearest && crossings[*nearest].edge == point.edge.stripeEdge;
-        if (right && crossings[*nearest].seenByProjector) {
-            delivered.Mark(column, *nearest);
-        }
         const auto truePoint = device.TruePointAt(scene, {static_cast<double>(column), point.edge.row});
         if (!truePoint) {
             continue;
+        }
+        const bool right = nearest && crossings[*nearest].edge == point.edge.stripeEdge;
+        if (right && crossings[*nearest].seenByProjector) {
+            delivered.Mark(column, *nearest);
         }
         allErrors.push_back(Distance(point.position, *truePoint));
         if (right) {
@@ -128,10 +128,10 @@ Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Sce
     accuracy.seenCrossings = truth.CountSeenCrossings();
     accuracy.coverage = Share(delivered.GetCount(), accuracy.seenCrossings);
     accuracy.wrongCodeFraction = Share(points.size() - rightErrors.size(), points.size());
-    accuracy.meanMm = Mean(rightErrors);
-    accuracy.rmsMm = RootMeanSquare(rightErrors);
-    accuracy.rmsAllMm = RootMeanSquare(allErrors);
-    accuracy.p95Mm = Percentile95(std::move(rightErrors));
+    accuracy.meanMm = Mean(allErrors);
+    accuracy.rmsMm = RootMeanSquare(allErrors);
+    accuracy.rmsRightCodeMm = RootMeanSquare(rightErrors);
+    accuracy.p95Mm = Percentile95(std::move(allErrors));
     return accuracy;
 }
 

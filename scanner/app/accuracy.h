@@ -9,18 +9,23 @@
 
 namespace app {
 
-/// Figures of one measurement. The error of a point is its distance from the point of the scene that the camera
-/// sees at the same image position.
+/// Figures of one measurement.
+///
+/// The error of a point is its distance from the point of the scene that the camera sees at the same image
+/// position. Its edge number is right if it is that of the nearest true crossing of a stripe edge in the point's
+/// image column, at most two rows away; a point with no crossing so near, or where the camera sees no surface, has
+/// a wrong one. The latter has no error.
 struct Accuracy
 {
-    std::size_t points = 0;         ///< delivered
-    std::size_t seenCrossings = 0;  ///< places where camera and projector both see a stripe edge
-    double coverage = 0.0;          ///< share of them that were delivered with the right edge number
-    double wrongCodeFraction = 0.0; ///< share of the points whose edge number is not that of the nearest edge
-    double meanMm = 0.0;            ///< over the points with the right edge number, like the next three
+    std::size_t points = 0;        ///< delivered
+    std::size_t seenCrossings = 0; ///< places where camera and projector both see a stripe edge
+    double coverage =
+        0.0; ///< share of them that were delivered with the right edge number; none counts twice
+    double wrongCodeFraction = 0.0; ///< share of the points with a wrong edge number
+    double meanMm = 0.0; ///< over all points, those with a wrong edge number too, like the next two
     double rmsMm = 0.0;
-    double p95Mm = 0.0;    ///< 95 percent of the errors lie at or below it
-    double rmsAllMm = 0.0; ///< over all points, those with a wrong edge number included
+    double p95Mm = 0.0;          ///< 95 percent of the errors lie at or below it
+    double rmsRightCodeMm = 0.0; ///< over the points with the right edge number
 };
 
 /// @param truth of the pair that was measured, with its crossings

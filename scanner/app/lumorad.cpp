@@ -7,35 +7,50 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cmath>
+#include <charconv>
 #include <exception>
 #include <iomanip>
 #include <ostream>
+#include <stdexcept>
+#include <system_error>
 
 namespace app {
 
 namespace {
 
-constexpr int kDemoStages = 8;
+constexpr int kDemoStages = 9;
 constexpr int kRenderStages = 2;
 constexpr double kLargestNoise = 100.0;
 
 using StageTimes = std::vector<std::pair<std::string, double>>;
 
-nlohmann::ordered_json ToJson(const SceneOptions& options, const Accuracy& accuracy, const StageTimes& times)
+/// What both commands tell of their arguments.
+nlohmann::ordered_json SceneToJson(const SceneOptions& options)
 {
     nlohmann::ordered_json json;
     json["scene"] = options.scene;
     json["seed"] = options.seed;
     json["noise"] = options.noise;
+    return json;
+}
+
+/// Paths may hold bytes that are no UTF-8, which JSON cannot; they become replacement characters.
+void PrintJson(std::ostream& out, const nlohmann::ordered_json& json)
+{
+    out << json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
+}
+
+nlohmann::ordered_json ToJson(const SceneOptions& options, const Accuracy& accuracy, const StageTimes& times)
+{
+    nlohmann::ordered_json json = SceneToJson(options);
     json["points"] = accuracy.points;
     json["crossings"] = accuracy.seenCrossings;
     json["coverage"] = accuracy.coverage;
     json["mean_mm"] = accuracy.meanMm;
     json["rms_mm"] = accuracy.rmsMm;
     json["p95_mm"] = accuracy.p95Mm;
-    json["rms_all_mm"] = accuracy.rmsAllMm;
     json["wrong_code_fraction"] = accuracy.wrongCodeFraction;
+    json["rms_right_code_mm"] = accuracy.rmsRightCodeMm;
     for (const auto& [stage, milliseconds] : times) {
         json["stages_ms"][stage] = milliseconds;
     }
@@ -60,7 +75,8 @@ void PrintReport(std::ostream& out, const SceneOptions& options, const Accuracy&
                          << " % of the points\n";
     out << std::setprecision(4);
     label("error, mean") << accuracy.meanMm << " mm\n";
-    label("error, RMS") << accuracy.rmsMm << " mm\n";
+    label("error, RMS") << accuracy.rmsMm << " mm (" << accuracy.rmsRightCodeMm
+                        << " mm without wrong codes)\n";
     label("error, 95 percent") << accuracy.p95Mm << " mm\n";
     out << "Stages\n" << std::setprecision(1);
     for (const auto& [stage, milliseconds] : times) {
@@ -71,18 +87,18 @@ void PrintReport(std::ostream& out, const SceneOptions& options, const Accuracy&
 
 void RunRender(const SceneOptions& options, bool json, std::ostream& out)
 {
-    Progress progress(kRenderStages);
+    CreateFolder(options.out);
     std::optional<Rendering> rendering;
-    progress.Run("render", [&] { rendering.emplace(Render(options)); });
-    progress.Run("write", [&] { WriteRendering(*rendering, options.out); });
+    {
+        Progress progress(kRenderStages);
+        progress.Run("render", [&] { rendering.emplace(Render(options)); });
+        progress.Run("write images", [&] { WriteRendering(*rendering, options.out); });
+    }
     if (json) {
-        nlohmann::ordered_json report;
-        report["scene"] = options.scene;
-        report["seed"] = options.seed;
-        report["noise"] = options.noise;
+        nlohmann::ordered_json report = SceneToJson(options);
         report["crossings"] = rendering->pair.truth.CountSeenCrossings();
         report["out"] = options.out.string();
-        out << report.dump(2) << "\n";
+        PrintJson(out, report);
     } else {
         out << "Wrote reference.png, pattern.png and model.txt to " << options.out.string() << "\n";
     }
@@ -90,34 +106,81 @@ void RunRender(const SceneOptions& options, bool json, std::ostream& out)
 
 void RunDemo(const SceneOptions& options, bool json, std::ostream& out)
 {
+    CreateFolder(options.out);
     StageTimes times;
     Measurement measurement;
     {
         Progress progress(kDemoStages);
         std::optional<Rendering> rendering;
         progress.Run("render", [&] { rendering.emplace(Render(options)); });
-        WriteRendering(*rendering, options.out);
+        progress.Run("write images", [&] { WriteRendering(*rendering, options.out); });
         measurement = Measure(*rendering, options.out / "model.txt", progress);
-        progress.Run("write", [&] { WriteMeasurement(*rendering, measurement, options.out); });
+        progress.Run("write results", [&] { WriteMeasurement(*rendering, measurement, options.out); });
         times = progress.GetTimes();
     }
     if (json) {
-        out << ToJson(options, measurement.accuracy, times).dump(2) << "\n";
+        PrintJson(out, ToJson(options, measurement.accuracy, times));
     } else {
         PrintReport(out, options, measurement.accuracy, times);
     }
 }
 
+/// Whether the whole text is one number, in the classic locale, that the type holds; for a floating-point one, "inf"
+/// and "nan" are numbers too.
+template <typename Number>
+bool ReadNumber(const std::string& text, Number& number)
+{
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end;
+}
+
+/// Takes whole numbers in decimal only, where the parser would also wrap negative and clip large ones.
+CLI::Validator IsSeed()
+{
+    return {[](std::string& text) {
+                std::uint64_t seed = 0;
+                if (!ReadNumber(text, seed)) {
+                    return "Value " + text + " is no whole number from 0 to 2^64 - 1";
+                }
+                text = std::to_string(seed);
+                return std::string();
+            },
+            "", ""};
+}
+
+/// Refuses what is no number, too, unlike `CLI::Range`.
+CLI::Validator IsNoise()
+{
+    return {[](std::string& text) {
+                double noise = 0.0;
+                const bool fits = ReadNumber(text, noise) && noise >= 0.0 && noise <= kLargestNoise;
+                return fits ? std::string() : "Value " + text + " is no number from 0 to 100";
+            },
+            "in [0 - 100]", ""};
+}
+
+CLI::Validator IsNotEmpty()
+{
+    return {[](std::string& text) { return text.empty() ? "The path is empty" : std::string(); }, "", ""};
+}
+
+/// Of an option that is given twice the last one counts, so that scripts can set defaults before their arguments.
 void AddSceneOptions(CLI::App& command, SceneOptions& options, bool& json)
 {
+    command.option_defaults()->take_last();
     command.add_option("--scene", options.scene, "What the camera looks at")
         ->check(CLI::IsMember(device::SceneNames()))
         ->capture_default_str();
-    command.add_option("--seed", options.seed, "Seed of the noise")->capture_default_str();
-    command.add_option("--noise", options.noise, "Factor on the sensor's noise; 0 for none")
-        ->check(CLI::Range(0.0, kLargestNoise))
+    command.add_option("--seed", options.seed, "Seed of the noise")
+        ->transform(IsSeed())
         ->capture_default_str();
-    command.add_option("--out", options.out, "Folder for the results")->capture_default_str();
+    command.add_option("--noise", options.noise, "Factor on the sensor's noise; 0 for none, and no rounding")
+        ->check(IsNoise())
+        ->capture_default_str();
+    command.add_option("--out", options.out, "Folder for the results, made where it is missing")
+        ->check(IsNotEmpty())
+        ->capture_default_str();
     command.add_flag("--json", json, "Print the figures as JSON");
 }
 
@@ -144,6 +207,9 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
             RunDemo(options, json, out);
         } else if (render->parsed()) {
             RunRender(options, json, out);
+        }
+        if (!out.flush()) {
+            throw std::runtime_error("cannot write the report");
         }
     } catch (const std::exception& error) {
         err << "lumorad: " << error.what() << "\n";

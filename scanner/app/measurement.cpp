@@ -2,12 +2,14 @@
 #include "scanner/app/measurement.h"
 
 #include "cctimage.h"
-#include "lxccctserializerfile.h"
+#include "lxccctserializer.h"
 #include "lxcpinholeframework.h"
 #include "scanner/decoder/decoder.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 namespace app {
@@ -17,15 +19,6 @@ namespace {
 ColourImage Picture(const device::ImageF& image)
 {
     return ColourImage::FromBgr(image.width, image.height, image.data);
-}
-
-void CreateFolder(const std::filesystem::path& folder)
-{
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error) {
-        throw std::runtime_error("cannot create the folder " + folder.string() + ": " + error.message());
-    }
 }
 
 void WriteText(const std::filesystem::path& file, const std::string& text)
@@ -38,10 +31,16 @@ void WriteText(const std::filesystem::path& file, const std::string& text)
     }
 }
 
+/// The library's path texts take a backslash for a separator, which is a letter in a path of this system; so the
+/// file is opened here.
 void LoadModel(const std::filesystem::path& file, LxCV::LxCPinholeFramework& model)
 {
-    LxCV::LxCCCTSerializerFile serializer;
-    if (!serializer.Init(file.string(), false)) {
+    std::stringstream text;
+    std::ifstream stream(file, std::ios::binary);
+    text << stream.rdbuf();
+    LxCV::LxCCCTSerializer serializer;
+    serializer.ReadFromStringStream(text);
+    if (!stream || !serializer.Init(false, false)) {
         throw std::runtime_error("cannot read the model " + file.string());
     }
     try {
@@ -49,7 +48,6 @@ void LoadModel(const std::filesystem::path& file, LxCV::LxCPinholeFramework& mod
     } catch (const std::exception& error) {
         throw std::runtime_error("the model " + file.string() + " is damaged: " + error.what());
     }
-    serializer.Exit();
 }
 
 /// A view of the device's image; the library does not change it.
@@ -61,7 +59,7 @@ LxCV::CCTImage Wrap(const device::ImageF& image)
 
 CloudPoint ToCloudPoint(const decoder::MeasuredPoint& point, const ColourImage& reference)
 {
-    const int row = static_cast<int>(std::lround(point.edge.row));
+    const int row = std::clamp(static_cast<int>(std::lround(point.edge.row)), 0, reference.GetHeight() - 1);
     return {{point.position.x, point.position.y, point.position.z},
             point.edge.column,
             point.edge.row,
@@ -69,6 +67,15 @@ CloudPoint ToCloudPoint(const decoder::MeasuredPoint& point, const ColourImage& 
 }
 
 } // namespace
+
+void CreateFolder(const std::filesystem::path& folder)
+{
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error) {
+        throw std::runtime_error("cannot create the folder " + folder.string() + ": " + error.message());
+    }
+}
 
 Rendering Render(const SceneOptions& options)
 {
@@ -82,7 +89,6 @@ Rendering Render(const SceneOptions& options)
 
 void WriteRendering(const Rendering& rendering, const std::filesystem::path& out)
 {
-    CreateFolder(out);
     Picture(rendering.pair.reference).WritePng(out / "reference.png");
     Picture(rendering.pair.pattern).WritePng(out / "pattern.png");
     WriteText(out / "model.txt", rendering.device.ParameterText(kModelRoot));

@@ -34,10 +34,14 @@ struct Rendering
     device::RenderedPair pair;
 };
 
+/// Makes the folder and those above it where they are missing.
+/// @throws std::runtime_error naming the folder that cannot be made
+void CreateFolder(const std::filesystem::path& folder);
+
 /// @throws std::invalid_argument for an unknown scene
 Rendering Render(const SceneOptions& options);
 
-/// Writes reference.png, pattern.png and the device's parameter set model.txt into `out`, which is created.
+/// Writes reference.png, pattern.png and the device's parameter set model.txt into the folder `out`.
 /// @throws std::runtime_error naming the file that cannot be written
 void WriteRendering(const Rendering& rendering, const std::filesystem::path& out);
 

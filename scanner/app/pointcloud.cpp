@@ -17,7 +17,8 @@ namespace {
 static_assert(std::endian::native == std::endian::little, "the PLY writer copies floats as they lie");
 
 constexpr Rgb kNoPoint = {24, 24, 28};
-constexpr int kHalfStripe = 3; ///< rows painted above and below a point
+constexpr int kHalfStripe = 3;       ///< rows painted above and below a point
+constexpr double kFarthestRow = 1e6; ///< beyond any picture, and well within an int
 
 /// Stops of the depth scale from far to near, interpolated linearly.
 constexpr std::array<Rgb, 6> kScale = {
@@ -84,6 +85,9 @@ ColourImage PaintDepth(int width, int height, std::span<const CloudPoint> points
                                kHalfStripe + 1);
     const double range = std::max(farthest - nearest, 1e-9);
     for (const CloudPoint& point : points) {
+        if (point.column < 0 || point.column >= width || !(std::abs(point.row) < kFarthestRow)) {
+            continue;
+        }
         const int centre = static_cast<int>(std::lround(point.row));
         const Rgb colour = ScaleColour((farthest - point.position[2]) / range);
         for (int row = std::max(0, centre - kHalfStripe); row <= std::min(height - 1, centre + kHalfStripe);

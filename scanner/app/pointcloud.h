@@ -23,7 +23,7 @@ struct CloudPoint
 void WritePly(const std::filesystem::path& file, std::span<const CloudPoint> points);
 
 /// Paints each point at its pixel, high enough to meet the next stripe edge, in a colour that runs from blue
-/// (far) over green to red (near). Pixels without a point stay dark.
+/// (far) over green to red (near). Pixels without a point stay dark; what lies beside the picture is left out.
 /// @param nearest, farthest depths of the two ends of the colour scale; mm
 ColourImage PaintDepth(int width, int height, std::span<const CloudPoint> points, double nearest,
                        double farthest);

@@ -81,8 +81,47 @@ TEST_F(AccuracyFigures, CallACodeWrongWhereTheNearestEdgeIsAnotherOrFar)
     const Accuracy accuracy =
         Compare({PointAt(0, 100.0, 51, 2.0), PointAt(0, 200.0, 50, 1.0), PointAt(0, 105.0, 51, 0.01)});
     EXPECT_NEAR(accuracy.wrongCodeFraction, 2.0 / 3.0, 1e-12);
-    EXPECT_NEAR(accuracy.rmsMm, 0.01, kRounding);
-    EXPECT_NEAR(accuracy.rmsAllMm, std::sqrt((4.0 + 1.0 + 0.0001) / 3.0), kRounding);
+}
+
+TEST_F(AccuracyFigures, CoverPointsWithWrongCodesToo)
+{
+    const Accuracy accuracy = Compare({PointAt(0, 100.0, 51, 2.0), PointAt(0, 105.0, 51, 0.01)});
+    EXPECT_NEAR(accuracy.meanMm, (2.0 + 0.01) / 2.0, kRounding);
+    EXPECT_NEAR(accuracy.rmsMm, std::sqrt((4.0 + 0.0001) / 2.0), kRounding);
+    EXPECT_NEAR(accuracy.p95Mm, 2.0, kRounding);
+    EXPECT_NEAR(accuracy.rmsRightCodeMm, 0.01, kRounding);
+}
+
+TEST_F(AccuracyFigures, TakeTheNearestCrossingWithinTwoRows)
+{
+    // The crossings are at rows 100 and 105.
+    EXPECT_EQ(Compare({PointAt(0, 98.01, 50, 0.0)}).wrongCodeFraction, 0.0);
+    EXPECT_EQ(Compare({PointAt(0, 97.99, 50, 0.0)}).wrongCodeFraction, 1.0);
+    EXPECT_EQ(Compare({PointAt(0, 101.99, 50, 0.0)}).wrongCodeFraction, 0.0);
+    EXPECT_EQ(Compare({PointAt(0, 102.5, 50, 0.0)}).wrongCodeFraction, 1.0);
+    EXPECT_EQ(Compare({PointAt(0, 106.99, 51, 0.0)}).wrongCodeFraction, 0.0);
+    EXPECT_EQ(Compare({PointAt(0, 107.01, 51, 0.0)}).wrongCodeFraction, 1.0);
+}
+
+TEST_F(AccuracyFigures, Count95PercentOfTheErrors)
+{
+    std::vector<decoder::MeasuredPoint> points;
+    for (int i = 100; i >= 1; --i) {
+        points.push_back(PointAt(0, 100.0, 50, 0.001 * i));
+    }
+    EXPECT_NEAR(Compare(points).p95Mm, 0.095, kRounding);
+    points.pop_back(); // of 99 points 94.05 are 95 percent, so 95 lie below; the smallest is now 0.002
+    EXPECT_NEAR(Compare(points).p95Mm, 0.096, kRounding);
+}
+
+TEST_F(AccuracyFigures, CallAPointWrongWhereThereIsNoSurface)
+{
+    const auto behind = device::MakePlane({0.0, 0.0, -5.0}, {0.0, 0.0, 1.0}, {0.8, 0.8, 0.8});
+    const std::vector<decoder::MeasuredPoint> points = {PointAt(0, 100.0, 50, 0.0)};
+    const Accuracy accuracy = CompareWithTruth(m_device, *behind, m_truth, points);
+    EXPECT_EQ(accuracy.wrongCodeFraction, 1.0);
+    EXPECT_EQ(accuracy.coverage, 0.0);
+    EXPECT_EQ(accuracy.rmsMm, 0.0);
 }
 
 TEST_F(AccuracyFigures, AreZeroWithoutPoints)

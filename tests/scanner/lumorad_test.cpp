@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <ostream>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -67,7 +69,14 @@ TEST_F(Lumorad, DemoMeasuresTheMolarWithinItsBounds)
     EXPECT_GT(report.at("coverage").get<double>(), 0.85);
     EXPECT_GT(report.at("mean_mm").get<double>(), 0.0);
     EXPECT_GE(report.at("p95_mm").get<double>(), report.at("mean_mm").get<double>());
-    EXPECT_GT(report.at("stages_ms").at("triangulate").get<double>(), 0.0);
+    std::set<std::string> stages;
+    for (const auto& [stage, milliseconds] : report.at("stages_ms").items()) {
+        EXPECT_GT(milliseconds.get<double>(), 0.0) << stage;
+        stages.insert(stage);
+    }
+    EXPECT_EQ(stages,
+              (std::set<std::string>{"render", "write images", "load model", "remove texture", "find edges",
+                                     "read code words", "triangulate", "compare", "write results"}));
     for (const char* file :
          {"reference.png", "pattern.png", "depth.png", "overview.png", "cloud.ply", "model.txt"}) {
         EXPECT_GT(std::filesystem::file_size(m_folder / "a" / file), 0U) << file;
@@ -83,43 +92,122 @@ TEST_F(Lumorad, DemoMeasuresANoiseFreePlaneToMicrometres)
     EXPECT_GT(report.at("coverage").get<double>(), 0.95);
 }
 
-TEST_F(Lumorad, DemoGivesTheSameCloudForTheSameSeed)
+TEST_F(Lumorad, DemoGivesTheSameCloudHoweverItReports)
 {
-    Demo("sphere", "1", "a");
-    Demo("sphere", "1", "b");
-    EXPECT_EQ(ReadFile(m_folder / "a" / "cloud.ply"), ReadFile(m_folder / "b" / "cloud.ply"));
+    Demo("plane", "1", "a");
+    // Any bytes but a slash and zero make a folder's name; a backslash is one of them.
+    const std::filesystem::path folder = m_folder / "a b" / "c\\d \xc3\xbc \xff";
+    const Outcome outcome = RunProgram({"demo", "--scene", "plane", "--seed", "1", "--out", folder.string()});
+    EXPECT_EQ(outcome.exitCode, kExitDone) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_TRUE(outcome.out.starts_with("Scene plane, seed 1, noise 1.00\n  points            6"))
+        << outcome.out;
+    EXPECT_NE(outcome.out.find(" edge crossings\n  wrong codes       0.000 % of the points\n"),
+              std::string::npos)
+        << outcome.out;
+    EXPECT_TRUE(outcome.out.ends_with("Files are in " + folder.string() + "\n")) << outcome.out;
+    const std::string cloud = ReadFile(m_folder / "a" / "cloud.ply");
+    EXPECT_FALSE(cloud.empty());
+    EXPECT_TRUE(ReadFile(folder / "cloud.ply") == cloud);
 }
 
 TEST_F(Lumorad, RenderWritesThePairAndTheModel)
 {
-    const Outcome outcome = RunProgram({"render", "--scene", "step", "--out", m_folder.string()});
+    const Outcome outcome = RunProgram({"render", "--scene", "plane", "--out", m_folder.string()});
     EXPECT_EQ(outcome.exitCode, kExitDone) << outcome.err;
     EXPECT_EQ(outcome.out, "Wrote reference.png, pattern.png and model.txt to " + m_folder.string() + "\n");
     EXPECT_NE(ReadFile(m_folder / "model.txt").find("::MV3DCamBase::Cams[0]"), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists(m_folder / "cloud.ply"));
 }
 
+TEST_F(Lumorad, RenderReportsAsJsonWhateverTheFolderIsCalled)
+{
+    const std::string folder = (m_folder / "no UTF-8: \xff").string();
+    const Outcome outcome =
+        RunProgram({"render", "--json", "--scene", "plane", "--seed", "18446744073709551615", "--seed", "007",
+                    "--noise", "0.25", "--out", folder});
+    EXPECT_EQ(outcome.exitCode, kExitDone) << outcome.err;
+    const nlohmann::json report = nlohmann::json::parse(outcome.out);
+    EXPECT_EQ(report.at("scene"), "plane");
+    EXPECT_EQ(report.at("seed"), 7U) << "the last one counts";
+    EXPECT_EQ(report.at("noise"), 0.25);
+    EXPECT_GT(report.at("crossings"), 50000);
+    EXPECT_TRUE(
+        report.at("out").get<std::string>().ends_with("no UTF-8: \xef\xbf\xbd")); // replacement character
+    EXPECT_TRUE(std::filesystem::exists(folder + "/pattern.png"));
+}
+
 TEST_F(Lumorad, RefusesArgumentsThatMakeNoSense)
 {
-    EXPECT_EQ(RunProgram({}).exitCode, kExitUsage);
-    EXPECT_EQ(RunProgram({"measure"}).exitCode, kExitUsage);
-    EXPECT_EQ(RunProgram({"demo", "--scene", "teapot"}).exitCode, kExitUsage);
-    EXPECT_EQ(RunProgram({"demo", "--noise", "-1"}).exitCode, kExitUsage);
-    EXPECT_EQ(RunProgram({"demo", "--seed", "x"}).exitCode, kExitUsage);
+    const std::vector<std::vector<std::string>> senseless = {
+        {},
+        {"measure"},
+        {"demo", "render"},
+        {"demo", "more"},
+        {"--json"},
+        {"demo", "--scene"},
+        {"demo", "--scene", "teapot"},
+        {"demo", "--scene", ""},
+        {"demo", "--noise", "-1"},
+        {"demo", "--noise", "100.1"},
+        {"demo", "--noise", "nan"},
+        {"demo", "--noise", "inf"},
+        {"demo", "--noise", "1,5"},
+        {"demo", "--noise", ""},
+        {"demo", "--seed", "x"},
+        {"demo", "--seed", "-1"},
+        {"demo", "--seed", "1.5"},
+        {"demo", "--seed", "18446744073709551616"},
+        {"render", "--out", ""},
+    };
+    for (const auto& arguments : senseless) {
+        const Outcome outcome = RunProgram(arguments);
+        EXPECT_EQ(outcome.exitCode, kExitUsage) << ::testing::PrintToString(arguments);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_NE(outcome.err, "");
+    }
 }
 
 TEST_F(Lumorad, ExplainsItself)
 {
-    const Outcome outcome = RunProgram({"demo", "--help"});
-    EXPECT_EQ(outcome.exitCode, kExitDone);
-    EXPECT_NE(outcome.out.find("--scene"), std::string::npos);
+    const Outcome program = RunProgram({"--help"});
+    EXPECT_EQ(program.exitCode, kExitDone);
+    EXPECT_NE(program.out.find("demo"), std::string::npos);
+    EXPECT_NE(program.out.find("render"), std::string::npos);
+    const Outcome demo = RunProgram({"demo", "--help"});
+    EXPECT_EQ(demo.exitCode, kExitDone);
+    for (const char* option :
+         {"--scene", "--seed", "--noise", "--out", "--json", "plane", "[0 - 100]", "out/demo"}) {
+        EXPECT_NE(demo.out.find(option), std::string::npos) << option;
+    }
 }
 
 TEST_F(Lumorad, NamesTheFolderThatItCannotCreate)
 {
-    const Outcome outcome = RunProgram({"render", "--scene", "plane", "--out", "/proc/lumorad"});
+    for (const char* command : {"demo", "render"}) {
+        const Outcome outcome = RunProgram({command, "--json", "--out", "/proc/lumorad"});
+        EXPECT_EQ(outcome.exitCode, kExitFailed);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_TRUE(outcome.err.starts_with("lumorad: cannot create the folder /proc/lumorad: "))
+            << outcome.err;
+    }
+}
+
+TEST_F(Lumorad, NamesTheFileThatItCannotWrite)
+{
+    std::filesystem::create_directories(m_folder / "pattern.png"); // a folder in the way of a file
+    const Outcome outcome = RunProgram({"render", "--scene", "plane", "--out", m_folder.string()});
     EXPECT_EQ(outcome.exitCode, kExitFailed);
-    EXPECT_NE(outcome.err.find("/proc/lumorad"), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find((m_folder / "pattern.png").string()), std::string::npos) << outcome.err;
+}
+
+TEST_F(Lumorad, FailsWhereTheReportCannotBeWritten)
+{
+    std::ostream closed(nullptr);
+    std::ostringstream err;
+    EXPECT_EQ(RunLumorad({"render", "--scene", "plane", "--out", m_folder.string()}, closed, err),
+              kExitFailed);
+    EXPECT_EQ(err.str(), "lumorad: cannot write the report\n");
 }
 
 } // namespace

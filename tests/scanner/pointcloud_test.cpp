@@ -5,6 +5,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -59,6 +60,21 @@ TEST(PaintDepth, PaintsNearPointsRedAndFarPointsBlue)
     EXPECT_GT(image.At(1, 5)[0], image.At(1, 5)[2]);
     EXPECT_LT(image.At(3, 5)[0], image.At(3, 5)[2]);
     EXPECT_EQ(image.At(2, 5), image.At(0, 0)) << "a column without points stays dark";
+}
+
+TEST(PaintDepth, LeavesOutWhatLiesBesideThePicture)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const std::vector<CloudPoint> points = {PointAt(30.0, -1, 2.0), PointAt(30.0, 3, 2.0),
+                                            PointAt(30.0, 1, -9.0), PointAt(30.0, 1, 1e300),
+                                            PointAt(30.0, 1, nan)};
+    const ColourImage image = PaintDepth(3, 4, points, 30.0, 36.0);
+    const ColourImage empty = PaintDepth(3, 4, {}, 30.0, 36.0);
+    for (int row = 0; row < 4; ++row) {
+        for (int column = 0; column < 3; ++column) {
+            EXPECT_EQ(image.At(column, row), empty.At(column, row));
+        }
+    }
 }
 
 TEST(PaintDepth, GivesEachRowToItsNearestPoint)
