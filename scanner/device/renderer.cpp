@@ -26,14 +26,18 @@ void AddScaled(Colour& sum, const Colour& colour, double factor)
     }
 }
 
-/// Samples of Gauss's bell at whole pixels, with sum 1; a single 1 for sigma 0.
+/// Samples of Gauss's bell at whole pixels, with sum 1; a single 1 where the bell is gone at the next pixel.
 std::vector<double> BlurKernel(double sigma)
 {
+    constexpr double c_sharp = 0.02; // pixels; exp(-0.5 / c_sharp^2) is 0 in double precision
+    if (sigma < c_sharp) {
+        return {1.0};
+    }
     const int reach = static_cast<int>(std::ceil(4.0 * sigma));
     std::vector<double> kernel;
     double sum = 0.0;
     for (int offset = -reach; offset <= reach; ++offset) {
-        kernel.push_back(sigma > 0.0 ? std::exp(-0.5 * offset * offset / (sigma * sigma)) : 1.0);
+        kernel.push_back(std::exp(-0.5 * offset * offset / (sigma * sigma)));
         sum += kernel.back();
     }
     for (double& weight : kernel) {

@@ -3,6 +3,7 @@
 #include "scanner/device/devicemodel.h"
 
 #include <algorithm>
+#include <cmath>
 #include <stdexcept>
 
 namespace device {
@@ -54,6 +55,10 @@ void Check(const LensParameters& lens)
             "the raster of a lens is empty or too large");
     Require(lens.pitchX > 0.0 && lens.pitchY > 0.0 && lens.focalLength > 0.0,
             "pitch and focal length of a lens must be positive");
+    for (const double value : {lens.pitchX, lens.pitchY, lens.focalLength, lens.centreX, lens.centreY,
+                               lens.k2, lens.k4, lens.k6, lens.tau1, lens.tau2}) {
+        Require(std::isfinite(value), "the numbers of a lens must be finite");
+    }
 }
 
 const DeviceParameters& Checked(const DeviceParameters& parameters)
@@ -61,7 +66,8 @@ const DeviceParameters& Checked(const DeviceParameters& parameters)
     Check(parameters.camera);
     Check(parameters.projector);
     const SlideParameters& slide = parameters.slide;
-    Require(slide.stripeWidth > 0, "the stripe width must be positive");
+    Require(slide.stripeWidth > 0 && slide.stripeWidth <= parameters.projector.height,
+            "the stripe width must be positive and fit on the slide");
     Require(slide.blur >= 1.0 && slide.blur <= slide.stripeWidth,
             "the projector's blur must lie between one slide unit and one stripe");
     Require(!slide.digits.empty() && std::all_of(slide.digits.begin(), slide.digits.end(),
@@ -73,6 +79,11 @@ const DeviceParameters& Checked(const DeviceParameters& parameters)
             "the full well must be positive and the read noise not negative");
     Require(parameters.minDepth > 0.0 && parameters.maxDepth > parameters.minDepth,
             "the working range must be positive and not empty");
+    Require(std::isfinite(parameters.maxDepth), "the working range must be finite");
+    constexpr int c_mostPatches = 256;
+    Require(parameters.patches >= 0 && parameters.patches <= c_mostPatches && parameters.depthPatches >= 0 &&
+                parameters.depthPatches <= c_mostPatches,
+            "a device has 0 to 256 patches either way");
     return parameters;
 }
 

@@ -77,11 +77,11 @@ struct DeviceParameters
 
 struct RenderOptions
 {
-    std::uint64_t seed = 1;
-    double noise = 1.0;   ///< factor on all noise; 0 gives grey levels that are not rounded
-    int supersamples = 4; ///< per pixel and axis, 1 to 16
-    int threads = 0;      ///< 0: as many as the machine runs at once. Has no effect on the result
-    bool truth = true;    ///< whether to fill the truth
+    std::uint64_t seed = 1; ///< of the noise; its highest bit does not count
+    double noise = 1.0;     ///< factor on all noise; 0 gives grey levels that are not rounded
+    int supersamples = 4;   ///< per pixel and axis, 1 to 16
+    int threads = 0;        ///< 0: as many as the machine runs at once. Has no effect on the result
+    bool truth = true;      ///< whether to fill the truth
 };
 
 /// What is true at the centre of one pixel.

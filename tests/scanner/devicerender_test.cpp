@@ -510,6 +510,18 @@ TEST(DeviceRender, TruthIsLeftOutWhereNotAskedFor)
     EXPECT_EQ(pair.pattern.data.size(), 20U * 20U * 3U);
 }
 
+TEST(DeviceRender, TheSmallestBlurIsNone)
+{
+    DeviceParameters parameters = SmallDevice(20, 40);
+    const auto scene = MakeScene("plane");
+    parameters.optics.cameraBlur = 0.0;
+    const ImageF sharp = VirtualDevice(parameters).RenderPair(*scene, NoiseFree()).pattern;
+    for (const double blur : {1e-300, 1e-160, 0.01, 0.03}) {
+        parameters.optics.cameraBlur = blur;
+        EXPECT_EQ(VirtualDevice(parameters).RenderPair(*scene, NoiseFree()).pattern.data, sharp.data) << blur;
+    }
+}
+
 TEST(DeviceRender, NothingInViewIsBlack)
 {
     const auto behind = MakePlane({0, 0, -5.0}, {0, 0, 1}, {0.5, 0.5, 0.5});

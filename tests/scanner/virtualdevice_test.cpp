@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <limits>
 #include <numbers>
 
 namespace device {
@@ -308,6 +310,12 @@ TEST(VirtualDevice, RefusesParametersThatDescribeNoDevice)
     refused([](DeviceParameters& p) { p.slide.digits = "0189"; });
     refused([](DeviceParameters& p) { p.slide.digits.clear(); });
     refused([](DeviceParameters& p) { p.slide.stripeWidth = 0; });
+    refused([](DeviceParameters& p) { p.slide.stripeWidth = p.projector.height + 1; });
+    refused([](DeviceParameters& p) { p.camera.k2 = std::nan(""); });
+    refused([](DeviceParameters& p) { p.projector.centreX = std::numeric_limits<double>::infinity(); });
+    refused([](DeviceParameters& p) { p.maxDepth = std::numeric_limits<double>::infinity(); });
+    refused([](DeviceParameters& p) { p.patches = -1; });
+    refused([](DeviceParameters& p) { p.depthPatches = 2000000000; });
     refused([](DeviceParameters& p) { p.slide.blur = 0.0; });
     refused([](DeviceParameters& p) { p.optics.cameraBlur = -1.0; });
     refused([](DeviceParameters& p) { p.sensor.fullWell = 0.0; });
