@@ -1,5 +1,7 @@
 #include "scanner/app/colourimage.h"
 
+#include "tests/support/temporaryfolder.h"
+
 #include <gtest/gtest.h>
 #include <png.h>
 
@@ -34,7 +36,8 @@ TEST(ColourImage, CutsWhatIsPastedOverTheBorder)
 
 TEST(ColourImage, WritesAPngThatReadsBackTheSame)
 {
-    const std::filesystem::path file = std::filesystem::temp_directory_path() / "lxcv_colourimage_test.png";
+    const TestSupport::CTemporaryFolder folder;
+    const std::string file = folder / "picture.png";
     ColourImage image(5, 4);
     for (int y = 0; y < 4; ++y) {
         for (int x = 0; x < 5; ++x) {
@@ -49,7 +52,6 @@ TEST(ColourImage, WritesAPngThatReadsBackTheSame)
     png.format = PNG_FORMAT_RGB;
     std::vector<std::uint8_t> bytes(PNG_IMAGE_SIZE(png));
     ASSERT_NE(png_image_finish_read(&png, nullptr, bytes.data(), 0, nullptr), 0);
-    std::filesystem::remove(file);
     ASSERT_EQ(png.width, 5U);
     ASSERT_EQ(png.height, 4U);
     for (int y = 0; y < 4; ++y) {

@@ -1,11 +1,11 @@
 #include "scanner/app/lumorad.h"
 
+#include "tests/support/temporaryfolder.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <ostream>
 #include <set>
 #include <sstream>
@@ -14,6 +14,8 @@
 
 namespace app {
 namespace {
+
+using TestSupport::ReadFile;
 
 struct Outcome
 {
@@ -30,24 +32,9 @@ Outcome RunProgram(const std::vector<std::string>& arguments)
     return {exitCode, out.str(), err.str()};
 }
 
-std::string ReadFile(const std::filesystem::path& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(stream), {});
-}
-
 class Lumorad : public ::testing::Test
 {
 protected:
-    Lumorad()
-        : m_folder(std::filesystem::temp_directory_path() /
-                   (std::string("lxcv_lumorad_") +
-                    ::testing::UnitTest::GetInstance()->current_test_info()->name()))
-    {
-        std::filesystem::remove_all(m_folder);
-    }
-    ~Lumorad() override { std::filesystem::remove_all(m_folder); }
-
     nlohmann::json Demo(const std::string& scene, const std::string& noise,
                         const std::string& folder = "a") const
     {
@@ -57,7 +44,8 @@ protected:
         return nlohmann::json::parse(outcome.out);
     }
 
-    std::filesystem::path m_folder;
+    TestSupport::CTemporaryFolder m_temporary;
+    std::filesystem::path m_folder = m_temporary.GetPath() / "made by the program";
 };
 
 TEST_F(Lumorad, DemoMeasuresTheMolarWithinItsBounds)
@@ -113,7 +101,8 @@ TEST_F(Lumorad, DemoGivesTheSameCloudHoweverItReports)
 
 TEST_F(Lumorad, RenderWritesThePairAndTheModel)
 {
-    const Outcome outcome = RunProgram({"render", "--scene", "plane", "--out", m_folder.string()});
+    const Outcome outcome =
+        RunProgram({"render", "--scene", "plane", "--noise", "0", "--out", m_folder.string()});
     EXPECT_EQ(outcome.exitCode, kExitDone) << outcome.err;
     EXPECT_EQ(outcome.out, "Wrote reference.png, pattern.png and model.txt to " + m_folder.string() + "\n");
     EXPECT_NE(ReadFile(m_folder / "model.txt").find("::MV3DCamBase::Cams[0]"), std::string::npos);
@@ -196,7 +185,8 @@ TEST_F(Lumorad, NamesTheFolderThatItCannotCreate)
 TEST_F(Lumorad, NamesTheFileThatItCannotWrite)
 {
     std::filesystem::create_directories(m_folder / "pattern.png"); // a folder in the way of a file
-    const Outcome outcome = RunProgram({"render", "--scene", "plane", "--out", m_folder.string()});
+    const Outcome outcome =
+        RunProgram({"render", "--scene", "plane", "--noise", "0", "--out", m_folder.string()});
     EXPECT_EQ(outcome.exitCode, kExitFailed);
     EXPECT_NE(outcome.err.find((m_folder / "pattern.png").string()), std::string::npos) << outcome.err;
 }
@@ -205,8 +195,9 @@ TEST_F(Lumorad, FailsWhereTheReportCannotBeWritten)
 {
     std::ostream closed(nullptr);
     std::ostringstream err;
-    EXPECT_EQ(RunLumorad({"render", "--scene", "plane", "--out", m_folder.string()}, closed, err),
-              kExitFailed);
+    EXPECT_EQ(
+        RunLumorad({"render", "--scene", "plane", "--noise", "0", "--out", m_folder.string()}, closed, err),
+        kExitFailed);
     EXPECT_EQ(err.str(), "lumorad: cannot write the report\n");
 }
 

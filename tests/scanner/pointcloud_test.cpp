@@ -1,10 +1,10 @@
 #include "scanner/app/pointcloud.h"
 
+#include "tests/support/temporaryfolder.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -20,11 +20,10 @@ CloudPoint PointAt(double z, int column = 0, double row = 0.0)
 
 TEST(WritePly, WritesOneRecordAPoint)
 {
-    const std::filesystem::path file = std::filesystem::temp_directory_path() / "lxcv_pointcloud_test.ply";
+    const TestSupport::CTemporaryFolder folder;
+    const std::string file = folder / "cloud.ply";
     WritePly(file, std::vector<CloudPoint>{PointAt(33.5), PointAt(34.0)});
-    std::ifstream stream(file, std::ios::binary);
-    const std::string bytes(std::istreambuf_iterator<char>(stream), {});
-    std::filesystem::remove(file);
+    const std::string bytes = TestSupport::ReadFile(file);
 
     const std::string end = "end_header\n";
     const std::size_t header = bytes.find(end) + end.size();

@@ -1,10 +1,9 @@
 #include "scanner/app/measurement.h"
 #include "scanner/device/virtualdevice.h"
+#include "tests/support/temporaryfolder.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
 namespace app {
@@ -12,9 +11,7 @@ namespace {
 
 TEST(ShippedModel, IsWhatTheVirtualDeviceWrites)
 {
-    std::ifstream file(LXCV_SOURCE_DIR "/data/virtualdevice.txt", std::ios::binary);
-    ASSERT_TRUE(file);
-    const std::string text(std::istreambuf_iterator<char>(file), {});
+    const std::string text = TestSupport::ReadFile(LXCV_SOURCE_DIR "/data/virtualdevice.txt");
     EXPECT_TRUE(text == device::VirtualDevice().ParameterText(kModelRoot))
         << "write it anew: lumorad render --out FOLDER, then copy FOLDER/model.txt";
 }

@@ -1,0 +1,101 @@
+#include "scanner/app/measurement.h"
+
+#include "tests/scanner/smalldevice.h"
+#include "tests/support/temporaryfolder.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace app {
+namespace {
+
+/// A small pair of a plane, and model files of all kinds for it.
+class MeasuredPair : public ::testing::Test
+{
+protected:
+    MeasuredPair()
+        : m_rendering{device::VirtualDevice(device::SmallDevice(40, 160)), device::MakeScene("plane"), {}}
+    {
+        m_rendering.pair = m_rendering.device.RenderPair(*m_rendering.scene, device::NoiseFree());
+    }
+
+    std::string ModelText() const { return m_rendering.device.ParameterText(kModelRoot); }
+
+    /// The model's text with the first `from` replaced.
+    std::string ModelWith(const std::string& from, const std::string& to) const
+    {
+        std::string text = ModelText();
+        const std::size_t at = text.find(from);
+        EXPECT_NE(at, std::string::npos) << from;
+        return text.replace(at, from.size(), to);
+    }
+
+    Measurement MeasureWith(const std::string& model)
+    {
+        TestSupport::WriteFile(File(), model);
+        Progress progress(1);
+        return Measure(m_rendering, File(), progress);
+    }
+
+    /// What the measurement with a model complains about; empty if it does not.
+    std::string Complaint(const std::string& model)
+    {
+        try {
+            MeasureWith(model);
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return {};
+    }
+
+    std::string File() const { return m_folder / "model.txt"; }
+
+    TestSupport::CTemporaryFolder m_folder;
+    Rendering m_rendering;
+};
+
+TEST_F(MeasuredPair, HasAColouredPointForEachEdge)
+{
+    const Measurement measurement = MeasureWith(ModelText());
+    EXPECT_EQ(measurement.cloud.size(), measurement.accuracy.points);
+    EXPECT_GT(measurement.accuracy.coverage, 0.8);
+    EXPECT_EQ(measurement.accuracy.wrongCodeFraction, 0.0);
+    constexpr double kDepth = 33.0;     // mm, of the plane
+    constexpr double kTolerance = 0.01; // mm
+    for (const CloudPoint& point : measurement.cloud) {
+        ASSERT_NEAR(point.position[2], kDepth, kTolerance);
+        ASSERT_GT(point.colour[1], 50);
+    }
+}
+
+TEST_F(MeasuredPair, NamesTheModelThatCannotBeRead)
+{
+    Progress progress(1);
+    try {
+        Measure(m_rendering, "/nonexistent-folder/model.txt", progress);
+        FAIL() << "no exception";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "cannot read the model /nonexistent-folder/model.txt");
+    }
+    EXPECT_EQ(Complaint(""), "cannot read the model " + File());
+}
+
+TEST_F(MeasuredPair, NamesTheModelThatIsDamaged)
+{
+    const std::string complaint =
+        Complaint(ModelWith("LUT[0][0]=", "LUT[0][0]=" + std::string(1000, '\x80')));
+    EXPECT_TRUE(complaint.starts_with("the model " + File() + " is damaged: ")) << complaint;
+}
+
+TEST_F(MeasuredPair, NamesTheModelThatDoesNotFit)
+{
+    const std::string expected = File() + " is no calibrated model for images of this size";
+    EXPECT_EQ(Complaint("no sections"), expected);
+    EXPECT_EQ(Complaint(ModelWith("Calibrated=1", "Calibrated=0")), expected);
+    EXPECT_EQ(Complaint(ModelWith("Nfx=40.", "Nfx=41.")), expected);
+}
+
+} // namespace
+} // namespace app
