@@ -14,7 +14,6 @@ namespace decoder {
 using LxCV::CCTImage;
 using LxCV::LxCExtremum;
 using LxCV::LxCPatternPosition;
-using LxCV::LxCSubpixel;
 using LxCV::LxCSymbol;
 
 namespace {
