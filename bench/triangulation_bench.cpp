@@ -7,10 +7,12 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #ifdef LXCV_HAVE_OPENCV
@@ -53,7 +55,8 @@ struct CEdgePixel
     int edge;
 };
 
-/// Pixels all over the image, each on an edge that lies in the working range there.
+/// Pixels all over the image, each on an edge that lies in the working range there, in the order in which edges are
+/// traced: edge by edge, along the columns.
 std::vector<CEdgePixel> MakePixels(const LxCPinholeFramework& framework)
 {
     std::mt19937_64 random(43);
@@ -67,6 +70,9 @@ std::vector<CEdgePixel> MakePixels(const LxCPinholeFramework& framework)
             pixels.push_back(pixel);
         }
     }
+    std::sort(pixels.begin(), pixels.end(), [](const CEdgePixel& a, const CEdgePixel& b) {
+        return std::tie(a.edge, a.col) < std::tie(b.edge, b.col);
+    });
     return pixels;
 }
 
