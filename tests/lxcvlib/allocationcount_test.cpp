@@ -13,6 +13,24 @@
 #include <thread>
 #include <vector>
 
+// The thread sanitizer brings operators of its own that cannot be replaced; the other builds count.
+#if defined(__SANITIZE_THREAD__)
+#define LXCV_THREAD_SANITIZER
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define LXCV_THREAD_SANITIZER
+#endif
+#endif
+
+#ifdef LXCV_THREAD_SANITIZER
+
+std::size_t LxCV::AllocationCount::GetTotal()
+{
+    return 0;
+}
+
+#else
+
 namespace {
 
 thread_local std::size_t s_Allocations = 0;
@@ -185,3 +203,5 @@ TEST(AllocationCount, CountsNothingWhereNothingIsAllocated)
 
 } // namespace
 } // namespace LxCV
+
+#endif
