@@ -67,7 +67,7 @@ void AddChanged(LxCSettingsGroup& group, LxCSettingsValue<T>& value)
 
 #define LXC_VALUE(type, letter, key)                                                                         \
     LxCSettingsValue<type> LxCLxCVLibSettings::m_##letter##key(c_sGroup, #key);
-#include "lxclxcvlibsettingstable.h"
+#include "lxclxcvlibsettingstable.inc"
 
 LxCLxCVLibSettings::ECalibrationVariant LxCLxCVLibSettings::GetCalibrationVariant()
 {
@@ -131,7 +131,7 @@ void LxCLxCVLibSettings::SerializeNonIniFileParams(LxCCCTSerializer* serializer,
     LxCPropertyBag bag;
 #define LXC_TEXT_KEY(type, letter, key, textKey) AddSetting(bag, m_##letter##key, textKey);
 #define LXC_BLOCK_COMMENT(text) bag.add(new LxCBlockComment(text));
-#include "lxclxcvlibsettingstable.h"
+#include "lxclxcvlibsettingstable.inc"
     bag.serialize(*serializer, sectionName, true);
 }
 
@@ -139,14 +139,14 @@ std::string LxCLxCVLibSettings::GetChangedSettings()
 {
     LxCSettingsGroup group;
 #define LXC_VALUE(type, letter, key) AddChanged(group, m_##letter##key);
-#include "lxclxcvlibsettingstable.h"
+#include "lxclxcvlibsettingstable.inc"
     return FormatSettings(c_sGroup, group);
 }
 
 void LxCLxCVLibSettings::Invalidate()
 {
 #define LXC_VALUE(type, letter, key) m_##letter##key.Invalidate();
-#include "lxclxcvlibsettingstable.h"
+#include "lxclxcvlibsettingstable.inc"
 }
 
 } // namespace LxCV

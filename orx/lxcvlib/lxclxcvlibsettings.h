@@ -13,7 +13,7 @@ class LxCCCTSerializer;
 
 /// Two kinds of values. Constants are fixed when the library is built. Settings values belong to the host, group
 /// "LxCVLib" of its settings file; each is fetched at its first use, and stays until it is set or invalidated.
-/// lxclxcvlibsettingstable.h lists them with their accessors, data/settings.lua tells units, readers and defaults.
+/// lxclxcvlibsettingstable.inc lists them with their accessors, data/settings.lua tells units, readers and defaults.
 ///
 /// Any number of threads may read. The host sets values while nobody measures; a setter marks its value as
 /// changed if it differs from the present one.
@@ -106,7 +106,7 @@ public:
     {                                                                                                        \
         m_##letter##key.Set(value);                                                                          \
     }
-#include "lxclxcvlibsettingstable.h"
+#include "lxclxcvlibsettingstable.inc"
 
     /// The setting in the range 0 to 2; 1, with an error logged at each call, for any other.
     static ECalibrationVariant GetCalibrationVariant();
@@ -136,7 +136,7 @@ public:
 
     // The values themselves, such as `m_bDump3DData`, for tools that look at their flags.
 #define LXC_VALUE(type, letter, key) static LxCSettingsValue<type> m_##letter##key;
-#include "lxclxcvlibsettingstable.h"
+#include "lxclxcvlibsettingstable.inc"
 };
 
 } // namespace LxCV

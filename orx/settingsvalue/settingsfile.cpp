@@ -330,7 +330,7 @@ std::string FormatSettings(const std::string& name, const LxCSettingsGroup& grou
     for (const auto& [key, entry] : group) {
         const std::string value = std::visit([](const auto& present) { return FormatValue(present); }, entry);
         if (!value.empty()) {
-            text += "    " + key + " = " + value + ",\n";
+            text.append("    ").append(key).append(" = ").append(value).append(",\n");
         }
     }
     return text + "}\n";
