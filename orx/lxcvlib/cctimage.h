@@ -244,6 +244,14 @@ public:
     /// @return 1 for a null pixel
     int ConvertPixToInt(const void* pixel, bool* converted = nullptr) const;
 
+    /// The pixel at a place between pixel centres, linear between its four neighbours, channel by channel.
+    /// Integers are rounded to the nearest, halves upwards.
+    /// @param x, y  pixels; 0 <= x <= width - 1, and so for y
+    /// @param pixel receives a pixel of this image's type; untouched on failure
+    /// @return 0; 11 outside the image and for a coordinate that is no number; 15 for a null `pixel`; 8 for an
+    ///         undefined type
+    EReturnCode GetSubPixelLinearInterpol(double x, double y, void* pixel) const;
+
     /// The pixel as text with two decimals, colours as red, green, blue. Types without a text form give
     /// "unsupported image type". @return 0, or 2 with "invalid coords" outside the image
     EReturnCode PrintPixel(int x, int y, std::string& out) const;
