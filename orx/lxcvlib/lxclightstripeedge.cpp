@@ -12,8 +12,8 @@ namespace LxCV {
 
 namespace {
 
-constexpr int c_iFirstCol = 2;            // pixels; no column before it is searched
-constexpr int c_iRightMargin = 2;         // pixels; nor are so many at the right border
+constexpr int c_iFirstCol = 2;            // pixels; an arm to the left goes no further
+constexpr int c_iRightMargin = 2;         // pixels; one to the right leaves so many out
 constexpr int c_iMaxSingleDistance = 2;   // rows; a lone extremum must be nearer
 constexpr int c_iLongestInterpolated = 2; // columns; longer gaps stay open
 constexpr int c_iPercent = 100;
@@ -36,7 +36,11 @@ struct LxCLightStripeEdge::SSearch
     int stepLimit;
     bool keepTails;
 
-    bool IsInReach(int col) const { return col >= c_iFirstCol && col < stride - c_iRightMargin; }
+    /// Only the border ahead ends an arm: a seed beyond the margins is followed back over them.
+    bool IsInReach(int col, int direction) const
+    {
+        return direction < 0 ? col >= c_iFirstCol : col < stride - c_iRightMargin;
+    }
 
     /// First and last row of the search around a row.
     int FirstRow(int row) const { return row > radius ? static_cast<int>(row - radius) : row; }
@@ -122,7 +126,8 @@ int LxCLightStripeEdge::FollowArm(const SSearch& search, int direction, int firs
     int gaps = 0;
     int steps = 0;
     for (int col = m_iSeedCol + direction;
-         steps < search.stepLimit && gaps <= search.maxGaps && search.IsInReach(col); col += direction) {
+         steps < search.stepLimit && gaps <= search.maxGaps && search.IsInReach(col, direction);
+         col += direction) {
         const int firstRow = search.FirstRow(row);
         const int count = search.LastRow(row) - firstRow + 1;
         ETraceQuality quality = eTraceNone;
