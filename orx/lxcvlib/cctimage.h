@@ -1,10 +1,12 @@
 // The image type of the library.
 #pragma once
 
+#include "lxccolorvaluefloat.h"
 #include "lxcfloat3.h"
 #include "orx/base/export.h"
 #include "orx/base/iimagedata2dsimple.h"
 
+#include <array>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -13,8 +15,15 @@
 #include <new>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace LxCV {
+
+class LxCRoi;
+
+namespace ImageKernels {
+struct SExtent;
+}
 
 /// A row-major, gapless, two-dimensional buffer of pixels whose type is chosen at run time.
 ///
@@ -84,6 +93,42 @@ public:
         eSM_None = 0,
         eSM_Gaussian = 1,
         eSM_Blur = 2
+    };
+
+    /// Which grey a colour becomes; b, g, r are the pixel's channels, and fractions are dropped.
+    enum EConversionMode : int
+    {
+        eCM_Blue = 0,
+        eCM_Green = 1,
+        eCM_Red = 2,
+        eCM_Weighted = 3, ///< (b + 2 * g + r) / 4
+        eCM_Mean = 4,     ///< (b + g + r) / 3
+        eCM_Luma = 5      ///< (29 * b + 150 * g + 77 * r + 128) / 256, the luma of ITU-R BT.601
+    };
+
+    /// What `MirrorChannel` does; the numbers are part of camera settings.
+    enum EMirrorMode : int
+    {
+        eMM_None = 0,
+        eMM_LeftRight = 1, ///< the first column becomes the last one
+        eMM_UpDown = 2     ///< the first row becomes the last one
+    };
+
+    /// Statistics of one channel within a region; pixels that are not a number are left out.
+    struct SChannelStatistics
+    {
+        double dMean = 0.0;
+        double dSigma = 0.0; ///< root of the mean squared difference from the mean
+        double dMin = 0.0;
+        double dMax = 0.0;
+        int iOvermodulated = 0; ///< pixels at full scale: 255 or more, for wider integers their largest value
+    };
+
+    /// Of a colour image three channels, in the order blue, green, red and without alpha; of another one one.
+    struct SStatistics
+    {
+        int iChannels = 0;
+        std::array<SChannelStatistics, 3> aChannels{};
     };
 
     static constexpr std::size_t sc_iAlignment = 64; ///< bytes; serves the widest vector loads
@@ -277,6 +322,140 @@ public:
     /// @return 0, 9 for another size, 15 for null data; then nothing is written
     EReturnCode CopyDataFrom(const void* data, int width, int height, int bytesPerPixel);
 
+    // Conversion, channels, thresholds, statistics and arithmetic. Unless said otherwise, they return 0; 1 for a
+    // null image, 8 for pixels of a type that they do not handle, 9 for an image of a size that does not fit, and
+    // 15 for one with a size but no memory; images are then left as they were. They write pixels, but neither
+    // image type nor timestamp and texts. A target may be this image; other images do not share memory in part.
+
+    /// Converts to the target's data type: as `ConvertToARGB8`, `ConvertToBGRU8` or `ConvertToFloat` with the
+    /// same flag. To `eIDT_UINT8` and `eIDT_GRAY8`, an `eIDT_ARGB8` image as `ConvertToGrayscale` with
+    /// `eCM_Weighted`, and an image of either of the two as `CopyFrom` without replicated border, exceptions and
+    /// data type included. Deliberately, any other image then returns 0 and leaves the target alone. Throws
+    /// std::exception "CCTImage::Convert - unsupported type" for a target of another type.
+    EReturnCode Convert(CCTImage* target, bool resize) const;
+
+    /// Greys of an `eIDT_ARGB8` or `eIDT_BGRU8` image in the upper left of an `eIDT_UINT8` or `eIDT_GRAY8`
+    /// target; what the target has more becomes 0.
+    /// @return also 12 for an image of another type, 2 for an unknown mode, 9 for a target that is smaller
+    EReturnCode ConvertToGrayscale(CCTImage* target, EConversionMode mode) const;
+
+    /// Converts `eIDT_ARGB8`, `eIDT_BGRU8`, `eIDT_UINT8`, `eIDT_GRAY8`, `eIDT_FLOAT32` and `eIDT_FLOAT32_3`
+    /// images to a colour of bytes. Grey goes to all channels; floats are rounded, halves upwards, and clamped to
+    /// 0 to 255; alpha becomes 0, but is kept from `eIDT_ARGB8` to `eIDT_ARGB8`. The image comes to lie in the
+    /// upper left of the target; what the target has more becomes 0.
+    /// @param resize gives the target this image's size and the result's type first, whatever it was, with the
+    ///        return codes of `Resize`
+    /// @return also 12 for an image of another type, 9 for a target that is smaller
+    /// Throws std::exception "CCTImage::ConvertToARGB8 -> wrong type of destination image", respectively
+    /// "CCTImage::ConvertToBGRU8 -> wrong type of destination image", for a target that keeps another type.
+    EReturnCode ConvertToARGB8(CCTImage* target, bool resize) const;
+    EReturnCode ConvertToBGRU8(CCTImage* target, bool resize) const;
+
+    /// The same to floats of equal value: colours and `eIDT_GRAY8` to `eIDT_FLOAT32_3`, all other types to
+    /// `eIDT_FLOAT32`. @return also 12 for a target that keeps the other one of these two types
+    /// Throws std::exception "CCTImage::ConvertToFloat -> wrong type of destination image" for a target that
+    /// keeps another type.
+    EReturnCode ConvertToFloat(CCTImage* target, bool resize) const;
+
+    /// A grey picture of one channel in a colour form: all channels of the target, `eIDT_ARGB8`, `eIDT_BGRU8` or
+    /// `eIDT_FLOAT32_3` of this image's size, take that channel of this image, of a grey image its only one.
+    /// Values are converted as by `ConvertToBGRU8` and `ConvertToFloat`; alpha becomes 0.
+    /// @return also 12 for an image that `ConvertToBGRU8` does not take, 2 for an unknown channel
+    EReturnCode CreateRGBFromSingleChannel(CCTImage* target, LxCColorValueFloat::EColor channel) const;
+
+    /// Copies an `eIDT_ARGB8` image to a target of the same type and size, with alpha 255.
+    /// @return also 12 for an image of another type
+    EReturnCode MakeOpaque(CCTImage* target) const;
+
+    /// Writes one channel of the target, an image of the same type and size, with that of this image, mirrored by
+    /// an `EMirrorMode`; the other channels stay. @param channel element of the pixel, counted from 0
+    /// @return also 12 for a target of another type, 2 for a channel that the pixels do not have, and for an
+    ///         unknown mode, with a line in the log
+    EReturnCode MirrorChannel(CCTImage* target, int channel, int mode) const;
+
+    /// Mirrors one channel in its place. The two other forms take only images of float elements, respectively of
+    /// unsigned bytes, and return 8 otherwise.
+    EReturnCode MirrorChannelInPlace(int channel, int mode);
+    EReturnCode MirrorChannelInPlaceFloat(int channel, int mode);
+    EReturnCode MirrorChannelInPlaceUInt8(int channel, int mode);
+
+    /// Shifts red and blue against green by whole pixels: target pixel (x, y) takes its red from pixel
+    /// (x + redCols, y + redRows) of this image, its blue likewise, and its green from (x, y). Places outside the
+    /// image take the nearest pixel. Images and targets are `eIDT_ARGB8` or `eIDT_BGRU8` of the same size; alpha
+    /// becomes 255.
+    EReturnCode ShiftImageChannels(CCTImage* target, int redCols, int redRows, int blueCols,
+                                   int blueRows) const;
+
+    /// The same for an image whose red channel is mirrored left to right first, and its green and blue channels
+    /// top to bottom, as cameras deliver them whose red sensor looks through one mirror more.
+    EReturnCode ShiftAndMirrorImageChannels(CCTImage* target, int redCols, int redRows, int blueCols,
+                                            int blueRows) const;
+
+    /// Raises saturation, 0 to 1, and value, 0 to 255 scaled to 1, of each pixel in HSV space to the powers
+    /// `sGamma` and `vGamma`, and keeps hue and alpha. Images are `eIDT_ARGB8`, `eIDT_BGRU8` or `eIDT_FLOAT32_3`,
+    /// targets of the same type and size. Channels that are negative or not a number count as 0.
+    /// @return also 12 for a target of another type, 2 for a gamma that is not above 0 and finite
+    EReturnCode CorrectGammaInHSV(CCTImage* target, float sGamma, float vGamma) const;
+
+    /// Joins each two by two pixels, channel by channel, into one; an odd last column or row is left out. The
+    /// target has half the width, half the height and the same pixel size, and takes the data type.
+    /// @param sum whether to add the four, clamped to what the type holds, or to take their mean, rounded with
+    ///        halves upwards
+    /// @return also 8 for a target of another size
+    EReturnCode Bin4To1(CCTImage* target, bool sum) const;
+
+    /// Writes each target pixel with the pixel at `highPixel` or at `lowPixel`, which are of the target's type.
+    /// Where `eIDT_UINT8` and `eIDT_GRAY8` images have targets of one byte a pixel, and `eIDT_UINT32` and
+    /// `eIDT_INT32` images targets of four, a value above the threshold is high, and one equal to it is low. For
+    /// all other pairs the value is that of `ConvertPixToInt`, and one equal to the threshold is, deliberately,
+    /// high. @return also 1 for a null pixel
+    EReturnCode ApplyThreshold(CCTImage* target, int threshold, const void* lowPixel,
+                               const void* highPixel) const;
+
+    /// The same, by `ConvertPixToInt`, with a threshold for each pixel: the mean of the window around it, as far
+    /// as that lies inside the image, plus `offset`; a value below it is low, any other high.
+    /// @param windowSize pixels of a side, odd
+    /// @return also 14 for a target of the same size and pixel size, as callers rely on: the target's pixels are
+    ///         of another size; 18 for a window that is not positive and odd
+    EReturnCode ApplyAdaptiveThreshold(CCTImage* target, const void* lowPixel, const void* highPixel,
+                                       int windowSize = 31, int offset = 0) const;
+
+    /// Sets all bytes of the pixels to zero where the pixel of `mask`, an image of any type and the same size, is
+    /// 0, or, with `invert`, where it is not. A mask pixel is 0 if all its channels but alpha are.
+    EReturnCode ApplyMask(const CCTImage* mask, bool invert);
+
+    /// Statistics of the part of the image within a region.
+    /// @return also 13 for a region without pixels, and where a channel has no pixel that is a number;
+    ///         `statistics` is written with 0 only
+    EReturnCode GetStats(const LxCRoi& roi, SStatistics& statistics) const;
+
+    /// The statistics as text with two decimals, such as
+    /// "Mean=100.25, Sigma=3.50, Overmodulated=0, Max=107.00, Min=93.00"; of a colour image three numbers each,
+    /// red, green and blue, joined by "/". `out` becomes empty where there are none.
+    /// @return as `GetStats`
+    EReturnCode PrintStatistics(const LxCRoi& roi, std::string& out) const;
+
+    /// The position of the greatest pixel value within a region, or of the `lowest`; the first one in memory order
+    /// among equals. The value of a colour is the sum of its channels but alpha; what is not a number is left out.
+    /// @return also 15 for a null argument, 13 where there is no value; `x` and `y` are written with 0 only
+    EReturnCode FindGlobalPeakPos(int* x, int* y, const LxCRoi& roi, bool lowest) const;
+
+    /// The mean of images of one size and type, element by element, integers rounded with halves upwards. The
+    /// result, which may be one of the images, takes size and type. Where the folder "../Results" exists, it is
+    /// also written to "../Results/mean_image.tif".
+    /// @return 0, or 17 with a line in the log for null images, no image, and ones that differ or have no pixels
+    static EReturnCode CalcMeanImage(const std::vector<CCTImage*>& images, CCTImage* result);
+
+    /// result = dividend / divisor * factor, element by element, for images of one size and type, alpha as in the
+    /// dividend; integers are rounded, halves upwards, and clamped to what the type holds, 0 / 0 giving 0. The
+    /// result, which may be one of the two, takes size and type. Where the folder "../Results" exists, the three
+    /// are also written to "../Results/tmp_image1_Source.tif", "../Results/tmp_image2_Divide.tif" and
+    /// "../Results/tmp_image3_Result.tif".
+    /// @param clip whether floating-point results are clamped to 0 to 255
+    /// @return also 12 for different types, with a line in the log as for different sizes
+    static EReturnCode DivideTwoImages(const CCTImage* dividend, const CCTImage* divisor, CCTImage* result,
+                                       float factor, bool clip);
+
     const std::string& GetPathname() const { return m_sPathname; }
     void SetPathname(const std::string& pathname) { m_sPathname = pathname; }
     const std::string& GetSourcePathname() const { return m_sSourcePathname; }
@@ -355,6 +534,13 @@ private:
     std::size_t ByteCount() const { return IsValid() ? static_cast<std::size_t>(GetSizeInBytes()) : 0; }
     std::span<std::byte> Bytes() { return {m_pBuffer, ByteCount()}; }
     std::span<const std::byte> Bytes() const { return {m_pBuffer, ByteCount()}; }
+    ImageKernels::SExtent Extent() const;
+    EReturnCode PrepareConversion(CCTImage* target, EImageDataType type, bool resize) const;
+    EReturnCode ConvertToColor8(CCTImage* target, EImageDataType type, bool resize) const;
+    EReturnCode CheckShift(const CCTImage* target) const;
+    EReturnCode ShiftChannels(CCTImage* target, int redCols, int redRows, int blueCols, int blueRows,
+                              bool mirror) const;
+    EReturnCode CheckThreshold(const CCTImage* target, const void* lowPixel, const void* highPixel) const;
     void StoreDataType(EImageDataType type);
     void Fill(const LxCFloat3& value);
     void WrapBufferOf(const CCTImage& source);

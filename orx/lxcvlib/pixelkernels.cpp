@@ -1,0 +1,160 @@
+// Greys and thresholds, with wider vectors where the processor has them.
+#include "pixelkernels.h"
+
+#include <cstdint>
+#include <limits>
+
+namespace LxCV::ImageKernels {
+
+namespace {
+
+// The bodies are compiled twice, for the basic vectors of the platform and for AVX2. They are integer
+// arithmetic per element, so both give the same bits.
+
+template <std::size_t stride, typename Mix>
+[[gnu::always_inline]] inline void MixBody(const std::uint8_t* __restrict pixels, std::size_t size,
+                                           std::uint8_t* __restrict gray, Mix mix)
+{
+    for (std::size_t i = 0; i < size; ++i) {
+        gray[i] = mix(pixels[stride * i], pixels[stride * i + 1], pixels[stride * i + 2]);
+    }
+}
+
+constexpr auto c_Weighted = [](unsigned blue, unsigned green, unsigned red) {
+    return static_cast<std::uint8_t>((blue + 2 * green + red) >> 2);
+};
+
+template <std::size_t stride>
+void MixWeighted(const std::uint8_t* pixels, std::size_t size, std::uint8_t* gray)
+{
+    MixBody<stride>(pixels, size, gray, c_Weighted);
+}
+
+[[gnu::always_inline]] inline void SelectBody(const std::uint8_t* source, std::size_t size,
+                                              std::uint8_t threshold, std::uint8_t low, std::uint8_t high,
+                                              std::uint8_t* target)
+{
+    for (std::size_t i = 0; i < size; ++i) {
+        target[i] = source[i] > threshold ? high : low;
+    }
+}
+
+void SelectBytes(const std::uint8_t* source, std::size_t size, std::uint8_t threshold, std::uint8_t low,
+                 std::uint8_t high, std::uint8_t* target)
+{
+    SelectBody(source, size, threshold, low, high, target);
+}
+
+#if defined(__x86_64__)
+template <std::size_t stride>
+[[gnu::target("avx2")]] void MixWeightedWide(const std::uint8_t* pixels, std::size_t size, std::uint8_t* gray)
+{
+    MixBody<stride>(pixels, size, gray, c_Weighted);
+}
+
+[[gnu::target("avx2")]] void SelectBytesWide(const std::uint8_t* source, std::size_t size,
+                                             std::uint8_t threshold, std::uint8_t low, std::uint8_t high,
+                                             std::uint8_t* target)
+{
+    SelectBody(source, size, threshold, low, high, target);
+}
+
+bool HasWideVectors()
+{
+    static const bool has = __builtin_cpu_supports("avx2") != 0;
+    return has;
+}
+
+template <std::size_t stride>
+auto WeightedKernel()
+{
+    return HasWideVectors() ? MixWeightedWide<stride> : MixWeighted<stride>;
+}
+
+auto SelectKernel()
+{
+    return HasWideVectors() ? SelectBytesWide : SelectBytes;
+}
+#else
+template <std::size_t stride>
+auto WeightedKernel()
+{
+    return MixWeighted<stride>;
+}
+
+auto SelectKernel()
+{
+    return SelectBytes;
+}
+#endif
+
+template <std::size_t stride>
+void MixToGray(std::span<const std::uint8_t> pixels, const SGrayMix& mix, std::span<std::uint8_t> gray)
+{
+    const std::size_t size = std::min(pixels.size() / stride, gray.size());
+    if (mix == c_MixWeighted) {
+        WeightedKernel<stride>()(pixels.data(), size, gray.data());
+        return;
+    }
+    MixBody<stride>(pixels.data(), size, gray.data(), [mix](unsigned blue, unsigned green, unsigned red) {
+        const std::uint32_t sum = mix.blue * blue + mix.green * green + mix.red * red + mix.offset;
+        return static_cast<std::uint8_t>(sum >> (mix.shift & 31U));
+    });
+}
+
+template <typename T>
+void SelectWords(std::span<const T> source, T threshold, std::uint32_t low, std::uint32_t high,
+                 std::span<std::uint32_t> target)
+{
+    const std::size_t size = std::min(source.size(), target.size());
+    for (std::size_t i = 0; i < size; ++i) {
+        target[i] = source[i] > threshold ? high : low;
+    }
+}
+
+} // namespace
+
+void MixBgrToGray(std::span<const std::uint8_t> bgr, const SGrayMix& mix, std::span<std::uint8_t> gray)
+{
+    MixToGray<3>(bgr, mix, gray);
+}
+
+void MixArgbToGray(std::span<const std::uint8_t> argb, const SGrayMix& mix, std::span<std::uint8_t> gray)
+{
+    MixToGray<4>(argb, mix, gray);
+}
+
+void SelectAbove(std::span<const std::uint8_t> source, int threshold, std::uint8_t low, std::uint8_t high,
+                 std::span<std::uint8_t> target)
+{
+    const std::size_t size = std::min(source.size(), target.size());
+    const bool allAbove = threshold < 0;
+    const int limit = std::clamp<int>(threshold, 0, std::numeric_limits<std::uint8_t>::max());
+    SelectKernel()(source.data(), size, static_cast<std::uint8_t>(limit), allAbove ? high : low, high,
+                   target.data());
+}
+
+void SelectAbove(std::span<const std::int32_t> source, int threshold, std::uint32_t low, std::uint32_t high,
+                 std::span<std::uint32_t> target)
+{
+    SelectWords<std::int32_t>(source, threshold, low, high, target);
+}
+
+void SelectAbove(std::span<const std::uint32_t> source, int threshold, std::uint32_t low, std::uint32_t high,
+                 std::span<std::uint32_t> target)
+{
+    const bool allAbove = threshold < 0;
+    SelectWords<std::uint32_t>(source, allAbove ? 0U : static_cast<std::uint32_t>(threshold),
+                               allAbove ? high : low, high, target);
+}
+
+void SetOpaque(std::span<const std::uint32_t> argb, std::span<std::uint32_t> target)
+{
+    constexpr std::uint32_t opaque = 0xFF000000U;
+    const std::size_t size = std::min(argb.size(), target.size());
+    for (std::size_t i = 0; i < size; ++i) {
+        target[i] = argb[i] | opaque;
+    }
+}
+
+} // namespace LxCV::ImageKernels
