@@ -25,8 +25,8 @@ constexpr double c_dSumNoise = 1e-12;
 using Vector6 = std::array<double, c_uiTerms>;
 using Matrix6 = std::array<double, c_uiTerms * c_uiTerms>; ///< by rows
 
-/// The map x -> (x - centerX) / scale, y -> (y - centerY) / scale to coordinates about the centre of gravity whose
-/// root mean square distance from it is 1.
+/// The map x -> (x - centerX) / scale, y -> (y - centerY) / scale to coordinates about the centre of gravity
+/// whose root mean square distance from it is 1.
 struct Frame
 {
     double centerX = 0.0;
@@ -76,8 +76,8 @@ Matrix6 BuildScatter(const double* xs, const double* ys, int count, const Frame&
 /// The inverse L⁻¹ of the scatter matrix's triangular factor.
 std::optional<Matrix6> InvertFactor(Matrix6 scatter)
 {
-    // The last pivot vanishes where all points lie exactly on one conic, and rounding takes it below zero. Raised by
-    // what rounding can take, it is positive, and moves no other solution.
+    // The last pivot vanishes where all points lie exactly on one conic, and rounding takes it below zero.
+    // Raised by what rounding can take, it is positive, and moves no other solution.
     scatter.back() *= 1.0 + c_dSumNoise;
     Matrix6 factor;
     if (!DecomposeCholesky(scatter.data(), c_iTerms, factor.data())) {
@@ -92,7 +92,8 @@ std::optional<Matrix6> InvertFactor(Matrix6 scatter)
     return InvertLowerTriangle(factor.data(), c_iTerms) ? std::optional(factor) : std::nullopt;
 }
 
-/// L⁻¹·C·L⁻ᵀ for the constraint matrix C, which holds b² - 4·a·c of a conic: 1 at (1, 1), -2 at (0, 2) and (2, 0).
+/// L⁻¹·C·L⁻ᵀ for the constraint matrix C, which holds b² - 4·a·c of a conic: 1 at (1, 1), -2 at (0, 2) and
+/// (2, 0).
 Matrix6 TransformConstraint(const Matrix6& inverse)
 {
     Matrix6 product;
@@ -127,8 +128,9 @@ std::optional<Vector6> TurnBack(const Matrix6& inverse, const Matrix6& eigenvect
     return conic;
 }
 
-/// The conic of the points in the coordinates of `frame`: the eigenvector of the last negative eigenvalue. As they
-/// descend, that is the most negative one, and the noise around the zero eigenvalues cannot take its place.
+/// The conic of the points in the coordinates of `frame`: the eigenvector of the last negative eigenvalue. As
+/// they descend, that is the most negative one, and the noise around the zero eigenvalues cannot take its
+/// place.
 std::optional<Vector6> FindConic(const Matrix6& scatter, const Frame& frame)
 {
     const std::optional<Matrix6> inverse = InvertFactor(scatter);

@@ -55,18 +55,21 @@ bool SampleProfile(const CCTImage& image, const Ray& ray, std::span<std::int64_t
 {
     const int reach = static_cast<int>(samples.size()) / 2;
     alignas(double) std::array<std::byte, sizeof(LxCFloat3)> pixel{};
-    for (int i = -reach; i <= reach; ++i) {
-        if (image.GetSubPixelLinearInterpol(ray.x + i * ray.ux, ray.y + i * ray.uy, pixel.data()) !=
-            CCTImage::eRC_OK) {
+    int offset = -reach;
+    for (std::int64_t& sample : samples) {
+        const double x = ray.x + offset * ray.ux;
+        const double y = ray.y + offset * ray.uy;
+        if (image.GetSubPixelLinearInterpol(x, y, pixel.data()) != CCTImage::eRC_OK) {
             return false;
         }
-        samples[static_cast<std::size_t>(i + reach)] = image.ConvertPixToInt(pixel.data());
+        sample = image.ConvertPixToInt(pixel.data());
+        ++offset;
     }
     return true;
 }
 
-/// The place of the steepest rise, or fall, of a profile relative to its middle sample, by a parabola through the
-/// gradient. None where the steepest place is at an end, or the parabola is flat.
+/// The place of the steepest rise, or fall, of a profile relative to its middle sample, by a parabola through
+/// the gradient. None where the steepest place is at an end, or the parabola is flat.
 std::optional<double> FindEdge(std::span<const std::int64_t> samples, bool rising)
 {
     std::array<std::int64_t, c_uiMaxSamples - 2> gradients{};

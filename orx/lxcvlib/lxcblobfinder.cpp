@@ -17,7 +17,8 @@ namespace {
 constexpr int c_iFirstLabel = 2;
 constexpr int c_iTableSize = 20000;
 
-/// For each provisional label a smaller one of the same object, or itself; after `Resolve` the number of the blob.
+/// For each provisional label a smaller one of the same object, or itself; after `Resolve` the number of the
+/// blob.
 class LabelTable
 {
 public:
@@ -106,8 +107,8 @@ int LabelRun(int* row, const int* above, int x, LabelTable& table)
         return -1;
     }
     row[x] = label;
-    // From here on the two neighbours above have met the left one's label when that was found, and lead to it. Only
-    // the one to the right brings news.
+    // From here on the two neighbours above have met the left one's label when that was found, and lead to
+    // it. Only the one to the right brings news.
     for (++x; row[x] != 0; ++x) {
         const int northEast = above[x + 1];
         if (northEast != 0 && northEast != label) {

@@ -1,4 +1,5 @@
-// Gauss-Jordan elimination, decompositions of symmetric matrices, linear least squares, and closed-form roots.
+// Gauss-Jordan elimination, decompositions of symmetric matrices, linear least squares, and closed-form
+// roots.
 #include "matrixroutines.h"
 
 #include "orx/btservices/btcriticalsection.h"
@@ -20,7 +21,8 @@ namespace LxCV {
 
 namespace {
 
-/// Up to this size the bookkeeping of the elimination stays on the stack: rigid transforms are inverted often.
+/// Up to this size the bookkeeping of the elimination stays on the stack: rigid transforms are inverted
+/// often.
 constexpr std::size_t c_uiStackSize = 6;
 
 /// Where each pivot was found, and which columns have had theirs.
@@ -165,8 +167,8 @@ void RotateToZero(double* matrix, std::size_t n, std::size_t p, std::size_t q, d
     }
 }
 
-/// One pass over the upper triangle. An element below the last digits of both its diagonal elements becomes zero as it
-/// is.
+/// One pass over the upper triangle. An element below the last digits of both its diagonal elements becomes
+/// zero as it is.
 /// @return whether there was anything to rotate
 bool JacobiSweep(double* matrix, std::size_t n, double* vectors)
 {
@@ -233,7 +235,8 @@ private:
     std::unique_ptr<double[]> m_Values;
 };
 
-/// The map x -> (x - center) / halfWidth of the abscissae's range to -1 ... 1, where powers keep their digits.
+/// The map x -> (x - center) / halfWidth of the abscissae's range to -1 ... 1, where powers keep their
+/// digits.
 struct UnitRange
 {
     double center;
@@ -273,8 +276,8 @@ void AddMultiple(std::span<double> sum, double factor, std::span<const double> a
     }
 }
 
-/// Fits by polynomials that are orthogonal over the abscissae t (Forsythe): p[k + 1] = (t - alpha) p[k] - beta
-/// p[k - 1]. Each coefficient then is a quotient of two sums, and no ill-conditioned system is solved.
+/// Fits by polynomials that are orthogonal over the abscissae t (Forsythe): p[k + 1] = (t - alpha) p[k] -
+/// beta p[k - 1]. Each coefficient then is a quotient of two sums, and no ill-conditioned system is solved.
 class OrthogonalFit
 {
 public:
@@ -385,7 +388,8 @@ double EvaluateDerivative(const Cubic& c, double x)
     return (3.0 * c[3] * x + 2.0 * c[2]) * x + c[1];
 }
 
-/// One Newton step. Next to a double root both values are rounding noise; a step that leads away is not taken.
+/// One Newton step. Next to a double root both values are rounding noise; a step that leads away is not
+/// taken.
 double Polish(const Cubic& c, double x)
 {
     const double residual = Evaluate(c, x);
@@ -415,8 +419,8 @@ int SolveProperCubic(const Cubic& c, double* roots)
     return 1;
 }
 
-/// The closed form loses the roots that are small against the largest one. So a polynomial with a small leading
-/// coefficient, where one root is about to leave for infinity, is solved for 1/x.
+/// The closed form loses the roots that are small against the largest one. So a polynomial with a small
+/// leading coefficient, where one root is about to leave for infinity, is solved for 1/x.
 int SolveScaledCubic(const Cubic& c, double* roots)
 {
     if (std::abs(c[3]) >= std::abs(c[0])) {

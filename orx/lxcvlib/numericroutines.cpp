@@ -14,8 +14,8 @@ namespace LxCV {
 
 namespace {
 
-/// Puts the median of the first, the middle and the last value first, the smallest second and the largest last, where
-/// they end the scans of the partition.
+/// Puts the median of the first, the middle and the last value first, the smallest second and the largest
+/// last, where they end the scans of the partition.
 template <typename T>
 void PlacePivot(T* values, int low, int high)
 {
@@ -32,8 +32,9 @@ void PlacePivot(T* values, int low, int high)
     ELEM_SWAP(values[middle], values[low + 1]);
 }
 
-/// Parts low + 2 ... high - 1 by the pivot at `low` and puts that between the parts. No value, NaN included, is above
-/// itself, and `PlacePivot` leaves none at `high` that the pivot is above, so both scans end inside the array.
+/// Parts low + 2 ... high - 1 by the pivot at `low` and puts that between the parts. No value, NaN included,
+/// is above itself, and `PlacePivot` leaves none at `high` that the pivot is above, so both scans end inside
+/// the array.
 /// @return the pivot's place
 template <typename T>
 int Partition(T* values, int low, int high)
@@ -57,8 +58,8 @@ int Partition(T* values, int low, int high)
     return right;
 }
 
-/// The median, as `FitLineMinAbsDev` needs it: for an even count the mean of the two in the middle. Reorders `values`,
-/// which must be free of NaN.
+/// The median, as `FitLineMinAbsDev` needs it: for an even count the mean of the two in the middle. Reorders
+/// `values`, which must be free of NaN.
 double MedianOf(double* values, std::size_t count)
 {
     double* const middle = values + count / 2;
@@ -66,7 +67,8 @@ double MedianOf(double* values, std::size_t count)
     return count % 2 != 0 ? *middle : 0.5 * (*std::max_element(values, middle) + *middle);
 }
 
-/// The sum of absolute deviations of the best line of a given slope, and its derivative by the slope up to sign.
+/// The sum of absolute deviations of the best line of a given slope, and its derivative by the slope up to
+/// sign.
 class AbsoluteDeviation
 {
 public:
@@ -122,8 +124,8 @@ private:
     double m_dSum = 0.0;
 };
 
-/// Goes from slope `b1`, with derivative `f1`, over the derivative's sign change and closes in on it. Both loops end
-/// where a comparison with NaN fails, which a slope that leaves the range of double leads to.
+/// Goes from slope `b1`, with derivative `f1`, over the derivative's sign change and closes in on it. Both
+/// loops end where a comparison with NaN fails, which a slope that leaves the range of double leads to.
 void SearchSlope(AbsoluteDeviation& deviation, double b1, double f1, double s)
 {
     double b2 = b1 + std::copysign(3.0 * s, f1);

@@ -89,8 +89,8 @@ TEST(FitEllipseDirect, FindsTheCentreWithin005PixelsAtNoiseOf01Pixels)
     std::normal_distribution<double> noise(0.0, 0.1);
     for (int trial = 0; trial < 1000; ++trial) {
         const LxCEllipse expected = RandomEllipse(random);
-        // As many points as pixels along the edge, and at least as many as bring the mean of the noise, with a
-        // standard deviation of 0.1·√(2/200) = 0.01 on an axis, well below the bound.
+        // As many points as pixels along the edge, and at least as many as bring the mean of the noise, with
+        // a standard deviation of 0.1·√(2/200) = 0.01 on an axis, well below the bound.
         Points points = PointsOn(expected, 200);
         for (int i = 0; i < points.Count(); ++i) {
             points.x[i] += noise(random);

@@ -140,8 +140,8 @@ Contour ContourOf(double cx, double cy, double a, double b, int maxPoints = 1000
 
 TEST(ArtificialContour, StoresBothPointsOfAColumnWhereTheUpperEntersAnotherPixel)
 {
-    // Columns 9, 9.25, ... 11 with h = 0, 0.66, 0.87, 0.97, 1, 0.97, 0.87, 0.66, 0 about y = 20.5: the pixels of the
-    // first points are (9, 20), then (9, 21) thrice, (10, 21) four times and (11, 20).
+    // Columns 9, 9.25, ... 11 with h = 0, 0.66, 0.87, 0.97, 1, 0.97, 0.87, 0.66, 0 about y = 20.5: the pixels
+    // of the first points are (9, 20), then (9, 21) thrice, (10, 21) four times and (11, 20).
     const Contour contour = ContourOf(10.0, 20.5, 1.0, 1.0);
     const double h = std::sqrt(1.0 - 0.75 * 0.75);
     ASSERT_EQ(contour.count, 6);
@@ -254,8 +254,8 @@ CCTImage Render(const LxCEllipse& e, CCTImage::EImageDataType type, int inside, 
     return image;
 }
 
-// An edge that is blurred by a standard deviation of about one pixel moves inwards by 1/(2R) where its radius of
-// curvature is R, 10 pixels and more in these tests; the rays meet it off the normal.
+// An edge that is blurred by a standard deviation of about one pixel moves inwards by 1/(2R) where its radius
+// of curvature is R, 10 pixels and more in these tests; the rays meet it off the normal.
 constexpr double c_dEdgeTolerance = 0.05; // pixels
 // A single point has the roundings of three grey values of about 1 in 100 in its parabola.
 constexpr double c_dPointTolerance = 0.1; // pixels
@@ -303,9 +303,9 @@ TEST(EllipseFitEx, SeesNoEdgeOfTheOtherDirection)
 
 TEST(EllipseFitEx, PutsTheEdgeOfAVerticalStepWhereTheParabolaPeaks)
 {
-    // Along x grey is 0 up to column 49, 60 at 50 and 100 from 51. From the centre (40, y) a point at (50, y) sees
-    // s(-3 ... 3) = 0, 0, 0, 60, 100, 100, 100, so g = 0, 60, 100, 40, 0 and k = 2, between g = 60 and 40:
-    // d = 40 + 60 - 200 = -100, t = (60 - 40)/(-100)/2 + 3 - 3 = -0.1.
+    // Along x grey is 0 up to column 49, 60 at 50 and 100 from 51. From the centre (40, y) a point at (50, y)
+    // sees s(-3 ... 3) = 0, 0, 0, 60, 100, 100, 100, so g = 0, 60, 100, 40, 0 and k = 2, between g = 60 and
+    // 40: d = 40 + 60 - 200 = -100, t = (60 - 40)/(-100)/2 + 3 - 3 = -0.1.
     CCTImage image(100, 80, CCTImage::eIDT_UINT8, true, nullptr);
     image.Clear();
     for (int y = 0; y < 80; ++y) {
@@ -327,8 +327,8 @@ TEST(EllipseFitEx, PutsTheEdgeOfAVerticalStepWhereTheParabolaPeaks)
 TEST(EllipseFitEx, RefinedPointsMoveToTheFrontAndAreMarked)
 {
     CCTImage image = Render({50.0, 40.0, 20.0, 15.0, 0.0}, CCTImage::eIDT_UINT8, 20, 220);
-    // The centre itself, a point whose profile leaves the image, one on a flat stretch and one that is no number are
-    // skipped; the last one stays.
+    // The centre itself, a point whose profile leaves the image, one on a flat stretch and one that is no
+    // number are skipped; the last one stays.
     double xs[6] = {50.0, 98.0, 55.0, c_dNaN, c_dInfinity, 70.2};
     double ys[6] = {40.0, 40.0, 40.0, 40.0, 40.0, 40.0};
     LxCEllipse ellipse(50.0, 40.0, 0.0, 0.0, 0.0);
@@ -354,7 +354,8 @@ TEST(EllipseFitEx, ErrorIsTheRootMeanSquareDistanceOfTheRefinedPoints)
     ASSERT_GT(error, 0.0);
     double squares = 0.0;
     int refined = 0;
-    // Refined points lie within a pixel of the true edge, points left over behind them do not come back to it.
+    // Refined points lie within a pixel of the true edge, points left over behind them do not come back to
+    // it.
     for (; refined < contour.count && ellipse.Distance(contour.x[refined], contour.y[refined]) < 0.5;
          ++refined) {
         squares += std::pow(ellipse.Distance(contour.x[refined], contour.y[refined]), 2.0);
@@ -472,7 +473,8 @@ TEST(FitEllipseToBlob, GivesMinusOneWithoutContourEdgeOrArguments)
 
 TEST(FitEllipseToBlob, RefusesAnEllipseThatStraysFromTheBlob)
 {
-    // Only the right flank of a large disc lies within reach of the blob's contour, and what fits there is the disc.
+    // Only the right flank of a large disc lies within reach of the blob's contour, and what fits there is
+    // the disc.
     const LxCEllipse disc(20.0, 40.0, 30.0, 30.0, 0.0);
     CCTImage image = Render(disc, CCTImage::eIDT_UINT8, 30, 230);
     LxCEllipse ellipse;

@@ -89,7 +89,8 @@ Grid FloodFill(const Grid& grid)
     return labels;
 }
 
-/// The labelling pixel by pixel, with all four neighbours looked at each time. Empty above `maxLabels` labels.
+/// The labelling pixel by pixel, with all four neighbours looked at each time. Empty above `maxLabels`
+/// labels.
 std::vector<int> LabelByPixels(const Grid& grid, int maxLabels)
 {
     Grid labels(grid.width, grid.height);

@@ -280,8 +280,8 @@ TEST(SolveCubic, SmallRootsKeepTheirDigitsWhenTheLeadingCoefficientAlmostVanishe
     }
 }
 
-/// Rounding of the coefficients and of the evaluation moves a root by some eps times the sum of the magnitudes of
-/// the polynomial's terms, over its slope there.
+/// Rounding of the coefficients and of the evaluation moves a root by some eps times the sum of the
+/// magnitudes of the polynomial's terms, over its slope there.
 double RootTolerance(const std::array<double, 3>& roots, std::size_t i)
 {
     double terms = 1.0;
@@ -563,7 +563,8 @@ TEST(JacobiEigen, RefusesNaNInfinityAndArgumentsThatHoldNoMatrix)
 
 TEST(FitLineLeastSquares, FitsByHandWithTheResidualOverCountMinusOne)
 {
-    // means 1.5 and 2.5; slope (1.5·1.5 + 0.5·0.5 + 0.5·1.5 + 1.5·0.5 = 4)/5 = 0.8; residuals -0.3, 0.9, -0.9, 0.3
+    // means 1.5 and 2.5; slope (1.5·1.5 + 0.5·0.5 + 0.5·1.5 + 1.5·0.5 = 4)/5 = 0.8; residuals -0.3, 0.9,
+    // -0.9, 0.3
     const double x[4] = {0, 1, 2, 3};
     const double y[4] = {1, 3, 2, 4};
     double slope = 0.0;
@@ -671,7 +672,8 @@ TEST(FitPolynomial, RecoversPolynomialsOverAllColumnsOfAnImage)
         std::vector<double> found(expected.size());
         ASSERT_TRUE(FitPolynomial(x.data(), y.data(), static_cast<int>(x.size()), degree, found.data()));
         for (std::size_t i = 0; i < x.size(); ++i) {
-            // Powers of up to 640/300 five times cancel; each fit is good to some hundred of their last digits.
+            // Powers of up to 640/300 five times cancel; each fit is good to some hundred of their last
+            // digits.
             EXPECT_NEAR(EvaluateAt(found, x[i]), y[i], 1e-9) << "trial " << trial;
         }
     }

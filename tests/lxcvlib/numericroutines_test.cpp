@@ -117,7 +117,8 @@ TYPED_TEST(QuickSelect, FourValuesAverageOnTheTwoElementExitOnly)
 
 TYPED_TEST(QuickSelect, AnOddCountIsAveragedToo)
 {
-    // Where a first pivot of 1 ... 7 lands on rank 4 and a second on rank 1, ranks 2 and 3 are left: (4 + 5)/2.
+    // Where a first pivot of 1 ... 7 lands on rank 4 and a second on rank 1, ranks 2 and 3 are left: (4 +
+    // 5)/2.
     std::array<TypeParam, 7> order;
     std::iota(order.begin(), order.end(), TypeParam{1});
     int lower = 0;
@@ -260,8 +261,8 @@ Points RandomKnots(int count, std::mt19937& random)
     return points;
 }
 
-/// The second derivatives by the full system h[i-1]·M[i-1] + 2(h[i-1] + h[i])·M[i] + h[i]·M[i+1] = 6·(difference of
-/// slopes), solved by elimination with full pivoting.
+/// The second derivatives by the full system h[i-1]·M[i-1] + 2(h[i-1] + h[i])·M[i] + h[i]·M[i+1] =
+/// 6·(difference of slopes), solved by elimination with full pivoting.
 std::vector<double> SolveSpline(const Points& points)
 {
     const std::size_t n = points.x.size();
@@ -479,7 +480,8 @@ TEST(FitLineMinAbsDev, ComesWithinItsStepOfTheBestLineThroughTwoPoints)
         double leastSquaresIntercept = 0.0;
         const double s = FitLineLeastSquares(points.x.data(), points.y.data(), points.Count(),
                                              leastSquaresSlope, leastSquaresIntercept);
-        // The search ends within 0.01·s of the optimal slope, and the sum grows by at most |x| a point and slope.
+        // The search ends within 0.01·s of the optimal slope, and the sum grows by at most |x| a point and
+        // slope.
         double reach = 0.0;
         for (const double x : points.x) {
             reach += std::abs(x);
@@ -488,8 +490,8 @@ TEST(FitLineMinAbsDev, ComesWithinItsStepOfTheBestLineThroughTwoPoints)
         missed += found <= best + 0.01 * s * reach + 1e-11 ? 0 : 1;
         EXPECT_LE(found, SumOfDeviations(points, leastSquaresSlope, leastSquaresIntercept) + 1e-11);
     }
-    // Where an ordinate near zero makes the rounding of the median point's own deviation count, the search can take
-    // the wrong half. It then still betters the least-squares line.
+    // Where an ordinate near zero makes the rounding of the median point's own deviation count, the search
+    // can take the wrong half. It then still betters the least-squares line.
     EXPECT_LE(missed, c_iTrials / 100);
 }
 
@@ -540,8 +542,8 @@ TEST(FitLineMinAbsDev, CollinearPointsOfPixelEdgesWithSixFractionalBitsGiveZero)
 
 TEST(FitLineMinAbsDev, WeighsDeviationsRelativeToTheOrdinates)
 {
-    // Powers of two change no digit, so ordinates of any scale give the same search, although all deviations of the
-    // small ones lie below the bound that counts as zero.
+    // Powers of two change no digit, so ordinates of any scale give the same search, although all deviations
+    // of the small ones lie below the bound that counts as zero.
     std::mt19937 random(9);
     const Points points = RandomLine(15, 0.3, random);
     double slope = 0.0;
@@ -565,7 +567,8 @@ TEST(FitLineMinAbsDev, WeighsDeviationsRelativeToTheOrdinates)
 
 TEST(FitLineMinAbsDev, OrdinatesOfZeroAreWeighedByTheDeviationItself)
 {
-    // As above, but zeros are not divided by: in the small scale they are within the bound and lose their weight.
+    // As above, but zeros are not divided by: in the small scale they are within the bound and lose their
+    // weight.
     const double x[5] = {0, 1, 2, 3, 4};
     const double y[5] = {0, 4, 0, 0, 0};
     double slope = 0.0;
@@ -575,8 +578,8 @@ TEST(FitLineMinAbsDev, OrdinatesOfZeroAreWeighedByTheDeviationItself)
     EXPECT_NEAR(slope, 0.0, 0.0167);
     const double scale = std::ldexp(1.0, -60);
     const double small[5] = {0, 4 * scale, 0, 0, 0};
-    // The one weight left drives the slope away, so that of least squares stays: y = 1.2 - 0.4·x, the median of
-    // y + 0.4·x being 1.2, with deviations of 1.2, 3.2, 0.4, 0 and 0.4.
+    // The one weight left drives the slope away, so that of least squares stays: y = 1.2 - 0.4·x, the median
+    // of y + 0.4·x being 1.2, with deviations of 1.2, 3.2, 0.4, 0 and 0.4.
     EXPECT_DOUBLE_EQ(FitLineMinAbsDev(x, small, 5, slope, intercept) / scale, 1.04);
     EXPECT_DOUBLE_EQ(slope / scale, -0.4);
     EXPECT_DOUBLE_EQ(intercept / scale, 1.2);
