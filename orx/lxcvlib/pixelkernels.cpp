@@ -8,7 +8,7 @@ namespace LxCV::ImageKernels {
 
 namespace {
 
-// The bodies are compiled twice, for the basic vectors of the platform and for AVX2. They are integer
+// The bodies are compiled twice, for the basic vectors of the platform and for AVX2. They are exact
 // arithmetic per element, so both give the same bits.
 
 template <std::size_t stride, typename Mix>
@@ -39,6 +39,19 @@ void MixWeighted(const std::uint8_t* pixels, std::size_t size, std::uint8_t* gra
     }
 }
 
+[[gnu::always_inline]] inline void FloatsBody(const std::uint8_t* __restrict source, std::size_t size,
+                                              float* __restrict target)
+{
+    for (std::size_t i = 0; i < size; ++i) {
+        target[i] = static_cast<float>(source[i]);
+    }
+}
+
+void Floats(const std::uint8_t* source, std::size_t size, float* target)
+{
+    FloatsBody(source, size, target);
+}
+
 void SelectBytes(const std::uint8_t* source, std::size_t size, std::uint8_t threshold, std::uint8_t low,
                  std::uint8_t high, std::uint8_t* target)
 {
@@ -50,6 +63,11 @@ template <std::size_t stride>
 [[gnu::target("avx2")]] void MixWeightedWide(const std::uint8_t* pixels, std::size_t size, std::uint8_t* gray)
 {
     MixBody<stride>(pixels, size, gray, c_Weighted);
+}
+
+[[gnu::target("avx2")]] void FloatsWide(const std::uint8_t* source, std::size_t size, float* target)
+{
+    FloatsBody(source, size, target);
 }
 
 [[gnu::target("avx2")]] void SelectBytesWide(const std::uint8_t* source, std::size_t size,
@@ -71,6 +89,11 @@ auto WeightedKernel()
     return HasWideVectors() ? MixWeightedWide<stride> : MixWeighted<stride>;
 }
 
+auto FloatsKernel()
+{
+    return HasWideVectors() ? FloatsWide : Floats;
+}
+
 auto SelectKernel()
 {
     return HasWideVectors() ? SelectBytesWide : SelectBytes;
@@ -80,6 +103,11 @@ template <std::size_t stride>
 auto WeightedKernel()
 {
     return MixWeighted<stride>;
+}
+
+auto FloatsKernel()
+{
+    return Floats;
 }
 
 auto SelectKernel()
@@ -113,6 +141,11 @@ void SelectWords(std::span<const T> source, T threshold, std::uint32_t low, std:
 }
 
 } // namespace
+
+void BytesToFloats(std::span<const std::uint8_t> source, std::span<float> target)
+{
+    FloatsKernel()(source.data(), std::min(source.size(), target.size()), target.data());
+}
 
 void MixBgrToGray(std::span<const std::uint8_t> bgr, const SGrayMix& mix, std::span<std::uint8_t> gray)
 {

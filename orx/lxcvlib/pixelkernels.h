@@ -5,9 +5,11 @@
 #include "orx/base/export.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <type_traits>
 
@@ -41,9 +43,15 @@ using BgrFloat = SPixelLayout<float, 3>;
 /// `value` rounded to the nearest integer, halves upwards, and clamped to 0 to 255; not a number becomes 0.
 constexpr std::uint8_t SaturateToByte(float value)
 {
-    const float positive = value > 0.0F ? value : 0.0F;
-    const float clamped = positive < 255.0F ? positive : 255.0F;
-    return static_cast<std::uint8_t>(static_cast<int>(clamped + 0.5F));
+    // The bits of floats from 0 upwards are ordered as integers; negative values have negative bits, and those
+    // above infinity are not numbers. Masks of integers, unlike branches on floats, become vector code.
+    constexpr auto c_iFull = std::bit_cast<std::int32_t>(255.0F);
+    constexpr auto c_iInfinite = std::bit_cast<std::int32_t>(std::numeric_limits<float>::infinity());
+    const auto bits = std::bit_cast<std::int32_t>(value);
+    const std::int32_t isNumber = -static_cast<std::int32_t>(bits <= c_iInfinite);
+    const std::int32_t isPositive = ~(bits >> 31);
+    const std::int32_t clamped = std::min(bits & isNumber & isPositive, c_iFull);
+    return static_cast<std::uint8_t>(static_cast<int>(std::bit_cast<float>(clamped) + 0.5F));
 }
 
 /// `value` rounded to the nearest integer, halves upwards, and clamped to the range of T, not a number becoming 0;
@@ -69,6 +77,9 @@ constexpr Target ConvertElement(Source value)
     }
 }
 
+/// target[i] = source[i]. The shorter span rules; the two do not overlap.
+ORX_EXPORT void BytesToFloats(std::span<const std::uint8_t> source, std::span<float> target);
+
 /// Converts as many pixels as both spans hold. Grey goes to all three channels. Alpha becomes 0, but is kept
 /// from `Argb8` to `Argb8`. A colour does not become grey here.
 template <typename Source, typename Target>
@@ -80,7 +91,10 @@ void ConvertPixels(std::span<const typename Source::Element> source,
     constexpr std::size_t to = Target::c_iStride;
     using Element = typename Target::Element;
     const std::size_t pixels = std::min(source.size() / from, target.size() / to);
-    if constexpr (from == to) {
+    if constexpr (from == to && std::is_same_v<typename Source::Element, std::uint8_t> &&
+                  std::is_same_v<Element, float>) {
+        BytesToFloats(source, target);
+    } else if constexpr (from == to) {
         // Element by element, which compilers turn into vector code.
         for (std::size_t i = 0; i < pixels * to; ++i) {
             target[i] = ConvertElement<Element>(source[i]);
