@@ -199,6 +199,9 @@ void GatherChannel(std::span<const T> source, std::size_t sourceStride, std::spa
                    std::size_t targetStride)
 {
     const std::size_t width = columns.size();
+    if (width == 0) {
+        return;
+    }
     for (std::size_t y = 0; y < rows.size(); ++y) {
         const T* const from = source.data() + rows[y] * width * sourceStride + channel;
         T* const to = target.data() + y * width * targetStride + channel;
