@@ -289,12 +289,12 @@ LxCWThreadAlgo::EReturnCode LxCWThreadAlgo::WaitForThreadPaused(unsigned long ti
 
 bool LxCWThreadAlgo::Exit()
 {
-    m_ExitRequestEvent.Set();
-    m_StartEvent.Set();
     if (IsOwnThread()) {
         s_Logger.Error(L"%s cannot wait for its own end\n", GetName());
         return false;
     }
+    m_ExitRequestEvent.Set();
+    m_StartEvent.Set();
     m_LeftLoopEvent.Wait();
     s_Logger.Debug(L"%s has left the work loop!\n", GetName());
     s_Logger.Debug(L"%s may exit now\n", GetName());

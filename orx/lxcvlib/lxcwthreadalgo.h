@@ -105,6 +105,7 @@ public:
 
     /// Asks the worker to pause after its present cycle. Does nothing, with the result 0, unless it is
     /// running. After 5 and 8 the request stays, and the worker pauses when its cycle ends.
+    /// Without `wait` the worker itself may call it.
     /// @param wait       whether to wait for the pause, at most `timeoutMs`; 0xFFFFFFFF ms are no limit
     /// @return 0; with `wait` 5 after the time limit; without it 8 if the worker has not paused yet
     EReturnCode Pause(bool wait, unsigned long timeoutMs);
@@ -116,7 +117,7 @@ public:
 
     /// Ends the thread after its present cycle, and returns when it has ended. The worker leaves its loop,
     /// calls `OnExit` and then waits until this thread lets it go. Does nothing more once the thread is gone.
-    /// @return true; false on the worker's own thread, which then ends its loop but waits for another `Exit`
+    /// @return true; false, with nothing done, on the worker's own thread
     bool Exit();
 
     /// Counts the cycles from now on, and waits until `count` are complete and `minTimeMs` have passed. Looks

@@ -516,13 +516,15 @@ TEST_F(LxCWThreadAlgoTest, WaitsForItselfFailAtOnce)
     EXPECT_EQ(pause, 5);
     EXPECT_FALSE(cycles);
     EXPECT_FALSE(exit);
-    EXPECT_TRUE(worker.Exit());
+    EXPECT_EQ(worker.WaitForThreadPaused(c_ulLong), 0) << "the request to pause stands";
     for (const wchar_t* const text : {L"NamelessThread cannot be started: it is the calling thread\n",
                                       L"NamelessThread cannot wait for its own pause\n",
                                       L"NamelessThread cannot wait for its own cycles\n",
                                       L"NamelessThread cannot wait for its own end\n"}) {
         EXPECT_EQ(Logged(ELevel::eError, text), 1) << std::string(text, text + std::wcslen(text));
     }
+    EXPECT_EQ(worker.Start(), 0) << "no request to end was left behind";
+    EXPECT_TRUE(worker.IsRunning());
 }
 
 TEST_F(LxCWThreadAlgoTest, AWorkerMayAskForItsOwnPause)
