@@ -424,6 +424,35 @@ public:
     /// 0, or, with `invert`, where it is not. A mask pixel is 0 if all its channels but alpha are.
     EReturnCode ApplyMask(const CCTImage* mask, bool invert);
 
+    // Filters. What they share: the target is another image of this one's pixel size, width and height, and its
+    // pixels alone are written; a border repeats the nearest pixel. @return 0; 15 for a null target, one that is
+    // this image, and where an image has a size but no memory; 9 for another size; 8 for a type other than
+    // `eIDT_FLOAT32_3`; then nothing is written
+
+    /// Smooths with a Gaussian or a mean over a square of 3, 5, 7, 9 or 11 pixels; `eSM_None` copies by
+    /// `CopyFrom`, whatever the kernel and the type.
+    /// @return also 15 for another kernel or mode. What the kernel, the mode, the type or one image for two does
+    ///         not allow leaves a line in the log; so it does in `Sobel`
+    EReturnCode Smooth(CCTImage* target, ESmoothingMode mode, int kernelX, int kernelY) const;
+
+    /// Binomial weights along both axes, those of 3 pixels 1/4, 1/2, 1/4.
+    EReturnCode SmoothGauss3x3(CCTImage* target) const { return SmoothGauss(1, target); }
+    EReturnCode SmoothGauss5x5(CCTImage* target) const { return SmoothGauss(2, target); }
+    EReturnCode SmoothGauss7x7(CCTImage* target) const { return SmoothGauss(3, target); }
+    EReturnCode SmoothGauss9x9(CCTImage* target) const { return SmoothGauss(4, target); }
+    EReturnCode SmoothGauss11x11(CCTImage* target) const { return SmoothGauss(5, target); }
+
+    /// The mean over a square of `size` pixels.
+    /// @return also 18 for a size that is not positive and odd, or above `sc_iMaxBlurSize`
+    EReturnCode SmoothBlur(int size, CCTImage* target) const;
+
+    static constexpr int sc_iMaxBlurSize = 511; ///< pixels
+
+    /// Sobel's kernel over 4: the row -1/4, -1/2, -1/4 against the row 1/4, 1/2, 1/4.
+    /// @param rowsAlongX whether the kernel's rows lie along x, for differences along y (lower minus upper); else
+    ///                   they lie along y, for differences along x (right minus left)
+    EReturnCode Sobel(CCTImage* target, bool rowsAlongX) const;
+
     /// Statistics of the part of the image within a region.
     /// @return also 13 for a region without pixels, and where a channel has no pixel that is a number;
     ///         `statistics` is written with 0 only
@@ -486,6 +515,9 @@ protected:
     bool OwnsBuffer() const { return m_pAllocation != nullptr; }
 
 private:
+    EReturnCode SmoothGauss(int radius, CCTImage* target) const;
+    EReturnCode CheckFilter(const CCTImage* target) const;
+
     struct SFreeAligned
     {
         void operator()(std::byte* memory) const
