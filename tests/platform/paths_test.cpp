@@ -88,9 +88,9 @@ TEST(GetProgramDataDir, IsTheUsersWhereTheMachineWideFolderIsNotUsable)
     const CEnvironmentVariable home("HOME", "/home/somebody");
     CEnvironmentVariable data("XDG_DATA_HOME", "/data");
     EXPECT_EQ(GetProgramDataDir(folder / "file"), "/data/lxcvlib");
-    EXPECT_EQ(GetProgramDataDir("/nonexistent/machine"), "/data/lxcvlib");
+    EXPECT_EQ(GetProgramDataDir(folder / "file/machine"), "/data/lxcvlib");
     data.Set(std::nullopt);
-    EXPECT_EQ(GetProgramDataDir("/nonexistent/machine"), "/home/somebody/.local/share/lxcvlib");
+    EXPECT_EQ(GetProgramDataDir(folder / "file/machine"), "/home/somebody/.local/share/lxcvlib");
 }
 
 TEST(GetProgramDataDir, AsksTheUserDatabaseWithoutHome)
