@@ -1,0 +1,105 @@
+// Names of OpenCL's error codes.
+#include "orx/gpgpu/openclerror.h"
+
+#define CL_TARGET_OPENCL_VERSION 300
+#include <CL/cl.h>
+#include <CL/cl_ext.h>
+
+#include <algorithm>
+#include <array>
+
+namespace GPGPU {
+
+namespace {
+
+struct SName
+{
+    cl_int code;
+    const char* name;
+};
+
+#define LXCV_NAME(code)                                                                                      \
+    SName                                                                                                    \
+    {                                                                                                        \
+        code, #code                                                                                          \
+    }
+
+constexpr std::array c_names{
+    LXCV_NAME(CL_SUCCESS),
+    LXCV_NAME(CL_DEVICE_NOT_FOUND),
+    LXCV_NAME(CL_DEVICE_NOT_AVAILABLE),
+    LXCV_NAME(CL_COMPILER_NOT_AVAILABLE),
+    LXCV_NAME(CL_MEM_OBJECT_ALLOCATION_FAILURE),
+    LXCV_NAME(CL_OUT_OF_RESOURCES),
+    LXCV_NAME(CL_OUT_OF_HOST_MEMORY),
+    LXCV_NAME(CL_PROFILING_INFO_NOT_AVAILABLE),
+    LXCV_NAME(CL_MEM_COPY_OVERLAP),
+    LXCV_NAME(CL_IMAGE_FORMAT_MISMATCH),
+    LXCV_NAME(CL_IMAGE_FORMAT_NOT_SUPPORTED),
+    LXCV_NAME(CL_BUILD_PROGRAM_FAILURE),
+    LXCV_NAME(CL_MAP_FAILURE),
+    LXCV_NAME(CL_MISALIGNED_SUB_BUFFER_OFFSET),
+    LXCV_NAME(CL_EXEC_STATUS_ERROR_FOR_EVENTS_IN_WAIT_LIST),
+    LXCV_NAME(CL_COMPILE_PROGRAM_FAILURE),
+    LXCV_NAME(CL_LINKER_NOT_AVAILABLE),
+    LXCV_NAME(CL_LINK_PROGRAM_FAILURE),
+    LXCV_NAME(CL_DEVICE_PARTITION_FAILED),
+    LXCV_NAME(CL_KERNEL_ARG_INFO_NOT_AVAILABLE),
+    LXCV_NAME(CL_INVALID_VALUE),
+    LXCV_NAME(CL_INVALID_DEVICE_TYPE),
+    LXCV_NAME(CL_INVALID_PLATFORM),
+    LXCV_NAME(CL_INVALID_DEVICE),
+    LXCV_NAME(CL_INVALID_CONTEXT),
+    LXCV_NAME(CL_INVALID_QUEUE_PROPERTIES),
+    LXCV_NAME(CL_INVALID_COMMAND_QUEUE),
+    LXCV_NAME(CL_INVALID_HOST_PTR),
+    LXCV_NAME(CL_INVALID_MEM_OBJECT),
+    LXCV_NAME(CL_INVALID_IMAGE_FORMAT_DESCRIPTOR),
+    LXCV_NAME(CL_INVALID_IMAGE_SIZE),
+    LXCV_NAME(CL_INVALID_SAMPLER),
+    LXCV_NAME(CL_INVALID_BINARY),
+    LXCV_NAME(CL_INVALID_BUILD_OPTIONS),
+    LXCV_NAME(CL_INVALID_PROGRAM),
+    LXCV_NAME(CL_INVALID_PROGRAM_EXECUTABLE),
+    LXCV_NAME(CL_INVALID_KERNEL_NAME),
+    LXCV_NAME(CL_INVALID_KERNEL_DEFINITION),
+    LXCV_NAME(CL_INVALID_KERNEL),
+    LXCV_NAME(CL_INVALID_ARG_INDEX),
+    LXCV_NAME(CL_INVALID_ARG_VALUE),
+    LXCV_NAME(CL_INVALID_ARG_SIZE),
+    LXCV_NAME(CL_INVALID_KERNEL_ARGS),
+    LXCV_NAME(CL_INVALID_WORK_DIMENSION),
+    LXCV_NAME(CL_INVALID_WORK_GROUP_SIZE),
+    LXCV_NAME(CL_INVALID_WORK_ITEM_SIZE),
+    LXCV_NAME(CL_INVALID_GLOBAL_OFFSET),
+    LXCV_NAME(CL_INVALID_EVENT_WAIT_LIST),
+    LXCV_NAME(CL_INVALID_EVENT),
+    LXCV_NAME(CL_INVALID_OPERATION),
+    LXCV_NAME(CL_INVALID_GL_OBJECT),
+    LXCV_NAME(CL_INVALID_BUFFER_SIZE),
+    LXCV_NAME(CL_INVALID_MIP_LEVEL),
+    LXCV_NAME(CL_INVALID_GLOBAL_WORK_SIZE),
+    LXCV_NAME(CL_INVALID_PROPERTY),
+    LXCV_NAME(CL_INVALID_IMAGE_DESCRIPTOR),
+    LXCV_NAME(CL_INVALID_COMPILER_OPTIONS),
+    LXCV_NAME(CL_INVALID_LINKER_OPTIONS),
+    LXCV_NAME(CL_INVALID_DEVICE_PARTITION_COUNT),
+    LXCV_NAME(CL_INVALID_PIPE_SIZE),
+    LXCV_NAME(CL_INVALID_DEVICE_QUEUE),
+    LXCV_NAME(CL_INVALID_SPEC_ID),
+    LXCV_NAME(CL_MAX_SIZE_RESTRICTION_EXCEEDED),
+    LXCV_NAME(CL_PLATFORM_NOT_FOUND_KHR),
+};
+
+#undef LXCV_NAME
+
+} // namespace
+
+const char* GetOpenCLErrorName(int code)
+{
+    const auto* const found =
+        std::find_if(c_names.begin(), c_names.end(), [code](const SName& name) { return name.code == code; });
+    return found != c_names.end() ? found->name : "unknown error";
+}
+
+} // namespace GPGPU
