@@ -579,6 +579,19 @@ void CCTImage::WrapBufferOf(const CCTImage& source)
     m_pBuffer = source.m_pBuffer;
 }
 
+/// Takes size, type and buffer of an image that owns one, and leaves that without pixels.
+void CCTImage::TakePixelsOf(CCTImage& owner)
+{
+    m_iWidth = owner.m_iWidth;
+    m_iHeight = owner.m_iHeight;
+    m_iBytesPerPixel = owner.m_iBytesPerPixel;
+    StoreDataType(owner.m_eDataType);
+    m_iAllocatedBytes = owner.m_iAllocatedBytes;
+    m_pAllocation = std::move(owner.m_pAllocation);
+    m_pBuffer = std::exchange(owner.m_pBuffer, nullptr);
+    owner.deallocate();
+}
+
 void CCTImage::ThrowUnlessCenterFits(const CCTImage& source) const
 {
     if (m_iWidth < source.m_iWidth || m_iHeight < source.m_iHeight ||

@@ -155,6 +155,10 @@ public:
     /// also for a wrapped size that no int can tell.
     CCTImage(int width, int height, EImageDataType type, bool allocateMemory, void* data);
 
+    /// The image of a file, as `Load` reads it. Throws std::exception "failed to load image".
+    explicit CCTImage(const std::string& path);
+    explicit CCTImage(const std::wstring& path);
+
     /// A flag in the place of the fill value is a forgotten fifth argument.
     template <std::same_as<bool> Flag>
     CCTImage(int width, int height, EImageDataType type, Flag allocateMemory) = delete;
@@ -485,6 +489,43 @@ public:
     static EReturnCode DivideTwoImages(const CCTImage* dividend, const CCTImage* divisor, CCTImage* result,
                                        float factor, bool clip);
 
+    // Image files. Narrow paths are UTF-8; both separators count. Loading replaces pixels, data type and pathname,
+    // also of a wrapping image, which from then on owns its pixels; a failure leaves the image as it was. Failures
+    // write a line to the log.
+
+    /// Whether the last four characters of a path, as they stand, are those of an image file: ".tif", "tiff", ".png",
+    /// ".jpg", "jpeg", ".bmp", ".pfm" or ".pgm".
+    static bool IsValidFilename(const std::string& path);
+    static bool IsValidFilename(const std::wstring& path);
+
+    /// Reads a TIFF, PNG, JPEG, BMP, PGM or PFM file; its content tells the kind, not its name. Grey becomes the
+    /// grey type of the file's samples, 8-bit colours `eIDT_BGRU8`, with alpha `eIDT_ARGB8`, and float colours
+    /// `eIDT_FLOAT32_3`.
+    /// @return 0; 3 where there is no such file; 8 for what is no image that a data type can hold; 1 for a damaged
+    ///         file; 10
+    EReturnCode Load(const std::string& path);
+    EReturnCode Load(const std::wstring& path);
+
+    /// The same into `eIDT_ARGB8`: as `ConvertToARGB8` does, so that alpha is 0 unless the file has one.
+    /// @return also 8 for a type that `ConvertToARGB8` does not take
+    EReturnCode LoadARGB(const std::string& path);
+    EReturnCode LoadARGB(const std::wstring& path);
+
+    /// Writes a TIFF that `Load` reads with the same type and pixels, but `eIDT_GRAY8` as `eIDT_UINT8`.
+    /// @return 0; 6 for an undefined type or no pixels; 1 where the file cannot be written
+    EReturnCode SaveTif(const std::string& path) const;
+    EReturnCode SaveTif(const std::wstring& path) const;
+
+    /// The same as PNG, for `eIDT_UINT8`, `eIDT_GRAY8`, `eIDT_UINT16`, `eIDT_BGRU8` and `eIDT_ARGB8`.
+    /// @return also 6 for other types
+    EReturnCode SavePNG(const std::string& path) const;
+    EReturnCode SavePNG(const std::wstring& path) const;
+
+    /// The same as BMP, for `eIDT_UINT8`, `eIDT_GRAY8`, `eIDT_BGRU8` and `eIDT_ARGB8`.
+    /// @return also 6 for other types
+    EReturnCode SaveBmp(const std::string& path) const;
+    EReturnCode SaveBmp(const std::wstring& path) const;
+
     const std::string& GetPathname() const { return m_sPathname; }
     void SetPathname(const std::string& pathname) { m_sPathname = pathname; }
     const std::string& GetSourcePathname() const { return m_sSourcePathname; }
@@ -576,6 +617,7 @@ private:
     void StoreDataType(EImageDataType type);
     void Fill(const LxCFloat3& value);
     void WrapBufferOf(const CCTImage& source);
+    void TakePixelsOf(CCTImage& owner);
     void ThrowUnlessCenterFits(const CCTImage& source) const;
     void CopyToCenter(const CCTImage& source, bool replicateBorder);
     void TakeAttributesOf(const CCTImage& source);
@@ -601,5 +643,9 @@ private:
 ///         the log. `*image` is written with 0 only
 ORX_EXPORT CCTImage::EReturnCode CreateImage(CCTImage** image, int width, int height,
                                              CCTImage::EImageDataType type, bool allocateMemory, void* data);
+
+/// The same of a file; also a file that does not exist gives 10.
+ORX_EXPORT CCTImage::EReturnCode CreateImage(CCTImage** image, const std::string& path);
+ORX_EXPORT CCTImage::EReturnCode CreateImage(CCTImage** image, const std::wstring& path);
 
 } // namespace LxCV

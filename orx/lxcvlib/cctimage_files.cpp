@@ -1,0 +1,265 @@
+// Image files.
+#include "cctimage.h"
+#include "orx/logging/logger.h"
+#include "orx/platform/imagecodec.h"
+#include "orx/platform/paths.h"
+#include "stringutils.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+
+namespace LxCV {
+
+using platform::EPixelFormat;
+
+namespace {
+
+const Logging::CLogger s_Logger(L"ORX.Lumorad.CCTImage");
+
+struct SFileType
+{
+    CCTImage::EImageDataType type;
+    EPixelFormat format;
+};
+
+/// Of two types with the same format, the first one is what the format is read as.
+constexpr std::array<SFileType, 12> c_aFileTypes{{
+    {CCTImage::eIDT_ARGB8, EPixelFormat::eBgra8},
+    {CCTImage::eIDT_BGRU8, EPixelFormat::eBgr8},
+    {CCTImage::eIDT_UINT32, EPixelFormat::eGrayUInt32},
+    {CCTImage::eIDT_INT32, EPixelFormat::eGrayInt32},
+    {CCTImage::eIDT_UINT16, EPixelFormat::eGray16},
+    {CCTImage::eIDT_INT16, EPixelFormat::eGrayInt16},
+    {CCTImage::eIDT_UINT8, EPixelFormat::eGray8},
+    {CCTImage::eIDT_INT8, EPixelFormat::eGrayInt8},
+    {CCTImage::eIDT_FLOAT32, EPixelFormat::eGrayFloat},
+    {CCTImage::eIDT_FLOAT64, EPixelFormat::eGrayDouble},
+    {CCTImage::eIDT_FLOAT32_3, EPixelFormat::eBgrFloat},
+    {CCTImage::eIDT_GRAY8, EPixelFormat::eGray8},
+}};
+
+CCTImage::EImageDataType TypeOf(EPixelFormat format)
+{
+    const auto* const found = std::ranges::find(c_aFileTypes, format, &SFileType::format);
+    return found != c_aFileTypes.end() ? found->type : CCTImage::eIDT_Undefined;
+}
+
+/// The pixels of an image as a codec takes them; nothing for an image without pixels, and for one whose pixel size
+/// is not that of its type.
+std::optional<platform::CPixelsView> ViewOf(const CCTImage& image)
+{
+    const auto* const found = std::ranges::find(c_aFileTypes, image.GetDataType(), &SFileType::type);
+    const int bytesPerPixel = CCTImage::GetBytesPerPixel(image.GetDataType());
+    if (found == c_aFileTypes.end() || !image.IsValid() || image.GetBytesPerPixel() != bytesPerPixel) {
+        return std::nullopt;
+    }
+    return platform::CPixelsView{
+        image.GetWidth(),
+        image.GetHeight(),
+        found->format,
+        {static_cast<const std::byte*>(image.GetBuffer()), static_cast<std::size_t>(image.GetSizeInBytes())}};
+}
+
+using CWriter = bool (*)(const std::filesystem::path& path, const platform::CPixelsView& image);
+
+CCTImage::EReturnCode WriteWith(CWriter write, const std::string& path, const platform::CPixelsView& image)
+{
+    if (!write(platform::NativePath(path), image)) {
+        s_Logger.Error(L"the file %s could not be written!\n", path);
+        return CCTImage::eRC_Failed;
+    }
+    return CCTImage::eRC_OK;
+}
+
+/// Writes an image of one of the formats that the kind of file holds.
+CCTImage::EReturnCode WriteIfOneOf(std::initializer_list<EPixelFormat> formats, CWriter write,
+                                   const wchar_t* operation, const CCTImage& image, const std::string& path)
+{
+    const std::optional<platform::CPixelsView> view = ViewOf(image);
+    if (!view || std::ranges::find(formats, view->format) == formats.end()) {
+        s_Logger.Error(L"CCTImage::%s: An image of data type %i and %i by %i pixels cannot be written!\n",
+                       operation, image.GetDataType(), image.GetWidth(), image.GetHeight());
+        return CCTImage::eRC_FileTypeMismatch;
+    }
+    return WriteWith(write, path, *view);
+}
+
+void LogUnsupported(const std::string& description)
+{
+    s_Logger.Error(L"Der Datentyp des geladenen Bildes (%s) wird nicht unterstützt!\n", description);
+}
+
+/// Reads a file into an image without a size.
+CCTImage::EReturnCode ReadFile(const std::string& path, CCTImage& image, std::string& description)
+{
+    platform::CPixels pixels;
+    switch (platform::ReadImageFile(platform::NativePath(path), pixels, description)) {
+    case platform::EImageFileResult::eNotFound:
+        s_Logger.Error(L"the file %s could not be found or opened!\n", path);
+        return CCTImage::eRC_FileNotFound;
+    case platform::EImageFileResult::eUnsupported:
+        LogUnsupported(description);
+        return CCTImage::eRC_UnsupportedType;
+    case platform::EImageFileResult::eBroken:
+        s_Logger.Error(L"the file %s is damaged: %s\n", path, description);
+        return CCTImage::eRC_Failed;
+    case platform::EImageFileResult::eOk:
+        break;
+    }
+    const CCTImage::EReturnCode resized = image.Resize(pixels.width, pixels.height, TypeOf(pixels.format));
+    if (resized != CCTImage::eRC_OK) {
+        return resized;
+    }
+    return image.CopyDataFrom(pixels.bytes.data(), pixels.width, pixels.height,
+                              static_cast<int>(platform::BytesPerPixel(pixels.format)));
+}
+
+/// What `IsValidFilename` of both widths does.
+template <typename Char>
+bool EndsLikeAnImage(std::basic_string_view<Char> path)
+{
+    constexpr std::array<std::string_view, 8> c_aEndings{".tif", "tiff", ".png", ".jpg",
+                                                         "jpeg", ".bmp", ".pfm", ".pgm"};
+    return std::ranges::any_of(c_aEndings, [path](std::string_view ending) {
+        return path.size() >= ending.size() &&
+               std::ranges::equal(path.substr(path.size() - ending.size()), ending);
+    });
+}
+
+template <typename Text>
+CCTImage::EReturnCode CreateImageOfFile(CCTImage** image, const Text& path)
+{
+    if (image == nullptr) {
+        return CCTImage::eRC_Failed;
+    }
+    try {
+        *image = new CCTImage(path);
+    } catch (const std::exception& exception) {
+        s_Logger.Error(L"CreateImage: %s (%s)\n", exception.what(), path);
+        return CCTImage::eRC_OutOfMemory;
+    }
+    return CCTImage::eRC_OK;
+}
+
+} // namespace
+
+CCTImage::CCTImage(const std::string& path)
+{
+    if (Load(path) != eRC_OK) {
+        throw std::runtime_error("failed to load image");
+    }
+}
+
+CCTImage::CCTImage(const std::wstring& path) : CCTImage(ws2s(path)) {}
+
+bool CCTImage::IsValidFilename(const std::string& path)
+{
+    return EndsLikeAnImage<char>(path);
+}
+
+bool CCTImage::IsValidFilename(const std::wstring& path)
+{
+    return EndsLikeAnImage<wchar_t>(path);
+}
+
+CCTImage::EReturnCode CCTImage::Load(const std::string& path)
+{
+    CCTImage loaded;
+    std::string description;
+    const EReturnCode result = ReadFile(path, loaded, description);
+    if (result == eRC_OK) {
+        TakePixelsOf(loaded);
+        m_sPathname = path;
+    }
+    return result;
+}
+
+CCTImage::EReturnCode CCTImage::Load(const std::wstring& path)
+{
+    return Load(ws2s(path));
+}
+
+CCTImage::EReturnCode CCTImage::LoadARGB(const std::string& path)
+{
+    CCTImage loaded;
+    std::string description;
+    EReturnCode result = ReadFile(path, loaded, description);
+    if (result != eRC_OK) {
+        return result;
+    }
+    CCTImage converted;
+    if (loaded.m_eDataType == eIDT_ARGB8 || loaded.m_eDataType == eIDT_BGRU8) {
+        result = loaded.rearrangeFromBGR8ToARGB();
+        converted.TakePixelsOf(loaded);
+    } else {
+        result = loaded.ConvertToARGB8(&converted, true);
+    }
+    if (result == eRC_WrongFormat) {
+        LogUnsupported(description);
+        return eRC_UnsupportedType;
+    }
+    if (result == eRC_OK) {
+        TakePixelsOf(converted);
+        m_sPathname = path;
+    }
+    return result;
+}
+
+CCTImage::EReturnCode CCTImage::LoadARGB(const std::wstring& path)
+{
+    return LoadARGB(ws2s(path));
+}
+
+CCTImage::EReturnCode CCTImage::SaveTif(const std::string& path) const
+{
+    const std::optional<platform::CPixelsView> view = ViewOf(*this);
+    if (!view) {
+        s_Logger.Error(L"CCTImage::SaveTif: The temporary image for export could not be created.");
+        return eRC_FileTypeMismatch;
+    }
+    return WriteWith(platform::WriteTiff, path, *view);
+}
+
+CCTImage::EReturnCode CCTImage::SaveTif(const std::wstring& path) const
+{
+    return SaveTif(ws2s(path));
+}
+
+CCTImage::EReturnCode CCTImage::SavePNG(const std::string& path) const
+{
+    return WriteIfOneOf(
+        {EPixelFormat::eGray8, EPixelFormat::eGray16, EPixelFormat::eBgr8, EPixelFormat::eBgra8},
+        platform::WritePng, L"SavePNG", *this, path);
+}
+
+CCTImage::EReturnCode CCTImage::SavePNG(const std::wstring& path) const
+{
+    return SavePNG(ws2s(path));
+}
+
+CCTImage::EReturnCode CCTImage::SaveBmp(const std::string& path) const
+{
+    return WriteIfOneOf({EPixelFormat::eGray8, EPixelFormat::eBgr8, EPixelFormat::eBgra8}, platform::WriteBmp,
+                        L"SaveBmp", *this, path);
+}
+
+CCTImage::EReturnCode CCTImage::SaveBmp(const std::wstring& path) const
+{
+    return SaveBmp(ws2s(path));
+}
+
+CCTImage::EReturnCode CreateImage(CCTImage** image, const std::string& path)
+{
+    return CreateImageOfFile(image, path);
+}
+
+CCTImage::EReturnCode CreateImage(CCTImage** image, const std::wstring& path)
+{
+    return CreateImageOfFile(image, path);
+}
+
+} // namespace LxCV
