@@ -108,6 +108,7 @@ Measurement Measure(const Rendering& rendering, const std::filesystem::path& mod
     progress.Run("remove texture", [&] { decoder.ComputeSignal(reference, pattern); });
     progress.Run("find edges", [&] { decoder.FindEdges(); });
     progress.Run("read code words", [&] { decoder.ReadCodeWords(); });
+    progress.Run("trace edges", [&] { decoder.TraceEdges(); });
     progress.Run("triangulate", [&] { decoder.Triangulate(); });
 
     Measurement measurement;

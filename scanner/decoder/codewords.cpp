@@ -3,25 +3,24 @@
 
 #include "cctimage.h"
 #include "lxcextremum.h"
-#include "lxcpatternposition.h"
 #include "lxcpinholeframework.h"
 #include "lxcstripepattern.h"
 
+#include <cstdint>
+#include <numeric>
 #include <stdexcept>
 
 namespace decoder {
 
 using LxCV::CCTImage;
 using LxCV::LxCExtremum;
-using LxCV::LxCPatternPosition;
 using LxCV::LxCSymbol;
 
 namespace {
 
-constexpr std::size_t kWindow = 3;      ///< edges of a code word
-constexpr int kUnnamed = 0;             ///< as the code word table marks unknown code words
-constexpr int kContradicted = -1;       ///< two code words disagree
-constexpr int kLargestUntracedId = 255; ///< what the word's 8 bits hold
+constexpr std::size_t kWindow = 3; ///< edges of a code word
+constexpr int kUnnamed = 0;        ///< as the code word table marks unknown code words
+constexpr int kContradicted = -1;  ///< two code words disagree
 
 /// Whether a code word table is one for code words of four digits, which is what three edges make: its size is the
 /// largest code word, a number of as many digits, plus one.
@@ -32,9 +31,14 @@ bool IsForFourDigits(const std::vector<int>& table)
     return table.size() > kLeast && table.size() <= kMost;
 }
 
+LxCExtremum WordAt(const CCTImage& words, int column, int row)
+{
+    return LxCExtremum(static_cast<std::uint32_t>(words.GetInt32PixelFast(column, row)));
+}
+
 } // namespace
 
-void CodeWordReader::Read(CCTImage& words, std::vector<EdgePixel>& edges)
+void CodeWordReader::Read(CCTImage& words)
 {
     if (words.IsValid() && words.GetDataType() != LxCV::CCTImage::eIDT_INT32) {
         throw std::invalid_argument("code words are read from an image of edge words");
@@ -44,78 +48,101 @@ void CodeWordReader::Read(CCTImage& words, std::vector<EdgePixel>& edges)
     if (!words.IsValid() || m_cycle < 1 || !IsForFourDigits(pattern.GetCWToStripeEdgeNrLUT())) {
         return;
     }
-    for (int column = 0; column < words.GetWidth(); ++column) {
-        CollectColumn(words, column);
-        ReadCodeWords();
-        NameEdges();
-        for (const ColumnEdge& edge : m_column) {
-            if (edge.cyclicId <= kUnnamed) {
-                continue;
-            }
-            const int stripeEdge = m_model.UnwrapStripeId(edge.cyclicId, edge.row);
-            if (stripeEdge >= static_cast<int>(LxCPatternPosition::ms_uiInvalidPosition)) {
-                continue;
-            }
-            if (stripeEdge <= kLargestUntracedId) {
-                LxCExtremum word(static_cast<unsigned int>(words.GetInt32PixelFast(column, edge.pixelRow)));
-                word.SetUntracedId(stripeEdge);
-                words.GetInt32PixelFast(column, edge.pixelRow) = static_cast<int>(word.GetWord());
-            }
-            edges.push_back({column, edge.row, stripeEdge});
-        }
+    CollectColumns(words);
+    std::size_t begin = 0;
+    for (int index = 0; index < words.GetWidth(); ++index) {
+        const std::size_t end = m_ends[static_cast<std::size_t>(index)];
+        const Column column = Column(m_edges).subspan(begin, end - begin);
+        ReadCodeWords(column);
+        NameEdges(column);
+        WriteNames(column, index, words);
+        begin = end;
     }
 }
 
-void CodeWordReader::CollectColumn(const CCTImage& words, int column)
+/// Counts the edges of each column and then puts them into their places, both along the rows, as the words lie in
+/// memory.
+void CodeWordReader::CollectColumns(const CCTImage& words)
 {
-    m_column.clear();
-    for (int row = 0; row < words.GetHeight(); ++row) {
-        const LxCExtremum word(static_cast<unsigned int>(words.GetInt32PixelFast(column, row)));
-        if (word.HasEntry()) {
-            const double exactRow = row + static_cast<double>(word.GetSubpixelFloat());
-            m_column.push_back({row, exactRow, word.GetSymbolFromExt(), kUnnamed});
+    const auto width = static_cast<std::size_t>(words.GetWidth());
+    const std::span pixels(static_cast<const std::uint32_t*>(words.GetImageDataRaw()),
+                           static_cast<std::size_t>(words.GetSizeInPixels()));
+    m_ends.assign(width + 1, 0);
+    for (std::size_t line = 0; line < pixels.size(); line += width) {
+        for (std::size_t column = 0; column < width; ++column) {
+            m_ends[column + 1] += pixels[line + column] != 0 ? 1 : 0;
+        }
+    }
+    std::partial_sum(m_ends.begin(), m_ends.end(), m_ends.begin());
+    m_edges.resize(m_ends.back());
+    int row = 0;
+    for (std::size_t line = 0; line < pixels.size(); line += width, ++row) {
+        for (std::size_t column = 0; column < width; ++column) {
+            const LxCExtremum word(pixels[line + column]);
+            if (word.HasEntry()) {
+                const int position = (row << LxCExtremum::m_sciNrSubpixBits) + word.GetSubpixelInt();
+                m_edges[m_ends[column]++] = {row, position, word.GetSymbolFromExt(), kUnnamed, 0};
+            }
         }
     }
 }
 
 /// Cyclic id of the edge at `last` by the code word of it and the two edges above it; 0 if there is none.
-int CodeWordReader::CodeWordAt(std::size_t last) const
+int CodeWordReader::CodeWordAt(Column column, std::size_t last) const
 {
     for (std::size_t i = last; i > last - 2; --i) {
-        if (m_column[i].row - m_column[i - 1].row > static_cast<double>(m_config.maxStripeHeight)) {
+        const std::int64_t distance = column[i].position - column[i - 1].position;
+        if (distance > std::int64_t{m_maxDistance} << LxCExtremum::m_sciNrSubpixBits) {
             return kUnnamed;
         }
     }
-    const LxCSymbol symbols[kWindow] = {m_column[last].symbol, m_column[last - 1].symbol,
-                                        m_column[last - 2].symbol};
+    const LxCSymbol symbols[kWindow] = {column[last].symbol, column[last - 1].symbol,
+                                        column[last - 2].symbol};
     const std::vector<int>& table = m_model.GetCLPattern()->GetCWToStripeEdgeNrLUT();
     const auto codeWord = static_cast<std::size_t>(LxCSymbol::DetCodeWord(symbols));
     return codeWord < table.size() ? table[codeWord] : kUnnamed;
 }
 
-void CodeWordReader::ReadCodeWords()
+void CodeWordReader::ReadCodeWords(Column column)
 {
-    m_lastIds.assign(m_column.size(), kUnnamed);
-    for (std::size_t last = kWindow - 1; last < m_column.size(); ++last) {
-        m_lastIds[last] = CodeWordAt(last);
+    m_lastIds.assign(column.size(), kUnnamed);
+    for (std::size_t last = kWindow - 1; last < column.size(); ++last) {
+        m_lastIds[last] = CodeWordAt(column, last);
     }
 }
 
-void CodeWordReader::NameEdges()
+void CodeWordReader::NameEdges(Column column) const
 {
     const auto agree = [this](std::size_t upper) {
         return upper + 1 < m_lastIds.size() && m_lastIds[upper] != kUnnamed &&
                m_lastIds[upper + 1] == m_lastIds[upper] % m_cycle + 1;
     };
-    for (std::size_t last = kWindow - 1; last < m_column.size(); ++last) {
+    for (std::size_t last = kWindow - 1; last < column.size(); ++last) {
         if (m_lastIds[last] == kUnnamed || !(agree(last) || agree(last - 1))) {
             continue;
         }
         for (std::size_t back = 0; back < kWindow; ++back) {
             const int id = (m_lastIds[last] - static_cast<int>(back) + m_cycle - 1) % m_cycle + 1;
-            int& named = m_column[last - back].cyclicId;
-            named = named == kUnnamed || named == id ? id : kContradicted;
+            ColumnEdge& edge = column[last - back];
+            edge.cyclicId = edge.cyclicId == kUnnamed || edge.cyclicId == id ? id : kContradicted;
+            ++edge.codeWords;
         }
+    }
+}
+
+void CodeWordReader::WriteNames(Column column, int index, CCTImage& words)
+{
+    for (const ColumnEdge& edge : column) {
+        if (edge.cyclicId <= kUnnamed || edge.cyclicId > LxCExtremum::m_sciUint8Max) {
+            continue;
+        }
+        LxCExtremum word = WordAt(words, index, edge.row);
+        word.SetUntracedId(edge.cyclicId);
+        word.AddContFlag();
+        if (edge.codeWords == static_cast<int>(kWindow)) {
+            word.AddContFlag2();
+        }
+        words.GetInt32PixelFast(index, edge.row) = static_cast<int>(word.GetWord());
     }
 }
 

@@ -1,9 +1,11 @@
-// Reads code words along image columns and names the stripe edges.
+// Reads code words along image columns and names the pixels of stripe edges.
 #pragma once
 
 #include "lxcsymbol.h"
 #include "scanner/decoder/decoderconfig.h"
 
+#include <cstddef>
+#include <span>
 #include <vector>
 
 namespace LxCV {
@@ -13,55 +15,53 @@ class LxCPinholeFramework;
 
 namespace decoder {
 
-/// A stripe edge seen at one place of one image column.
-struct EdgePixel
-{
-    int column;     ///< pixels
-    double row;     ///< pixels, distorted image; integer rows are pixel centres
-    int stripeEdge; ///< number of the stripe edge on the slide
-};
-
-/// Names the stripe edges of an image of `LxCExtremum` words.
+/// Names the pixels of an image of `LxCExtremum` words by the code that they show.
 ///
 /// Three successive edges of a column give a code word, and the pattern's table gives the cyclic number of its
 /// last edge. A code word counts where the next or the previous code word of the column, which shares two of its
-/// edges, says the same of them; edges that two confirmed code words name differently are dropped. The model
-/// turns cyclic numbers into stripe edge numbers by the working range. Edge numbers grow with the image row.
+/// edges, says the same of them: a single wrong symbol makes another code word of the table too often to be
+/// believed alone. An edge that two code words name differently is not named.
+///
+/// The name goes into the word as untraced id. The continuation flag says that there is a name, the second one
+/// that all three code words that an edge can be part of agree.
 class CodeWordReader
 {
 public:
     /// @param model calibrated, with its pattern's tables for code words of four digits; must outlive the reader
     CodeWordReader(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config)
-        : m_model(model), m_config(config)
+        : m_model(model), m_maxDistance(config.edges.m_iMaxCodeLetterDist)
     {}
 
-    /// Appends the named edges of all columns, by ascending column and row, and writes the stripe edge number
-    /// as untraced id into their words where it fits the 8 bits. A model whose pattern has no table, or one for
-    /// code words of another length, names nothing.
+    /// Names the words of all columns. A model whose pattern has no table, or one for code words of another
+    /// length, names nothing; nor is a cyclic number given that the 8 bits of an id do not hold.
     /// @param words image of type INT32; one without pixels holds no edges
     /// @throws std::invalid_argument for pixels of another type
-    void Read(LxCV::CCTImage& words, std::vector<EdgePixel>& edges);
+    void Read(LxCV::CCTImage& words);
 
 private:
-    /// One word of the column that is being read.
+    /// One word of a column.
     struct ColumnEdge
     {
-        int pixelRow;
-        double row;
+        int row;      ///< of the pixel
+        int position; ///< 1/64 rows
         LxCV::LxCSymbol symbol;
-        int cyclicId; ///< 0: not named, -1: named differently by two code words
+        int cyclicId;  ///< 0: not named, -1: named differently by two code words
+        int codeWords; ///< that name it
     };
+    using Column = std::span<ColumnEdge>;
 
-    void CollectColumn(const LxCV::CCTImage& words, int column);
-    void ReadCodeWords();
-    int CodeWordAt(std::size_t last) const;
-    void NameEdges();
+    void CollectColumns(const LxCV::CCTImage& words);
+    void ReadCodeWords(Column column);
+    int CodeWordAt(Column column, std::size_t last) const;
+    void NameEdges(Column column) const;
+    static void WriteNames(Column column, int index, LxCV::CCTImage& words);
 
     const LxCV::LxCPinholeFramework& m_model;
-    DecoderConfig m_config;
-    int m_cycle = 0; ///< how many cyclic numbers the pattern has
-    std::vector<ColumnEdge> m_column;
-    std::vector<int> m_lastIds; ///< per edge of the column: cyclic id by the code word that ends there, or 0
+    int m_maxDistance;               ///< rows; edges further apart are not read as successive
+    int m_cycle = 0;                 ///< how many cyclic numbers the pattern has
+    std::vector<ColumnEdge> m_edges; ///< column after column
+    std::vector<std::size_t> m_ends; ///< per column: index behind its last edge
+    std::vector<int> m_lastIds; ///< per edge of a column: cyclic id by the code word that ends there, or 0
 };
 
 } // namespace decoder

@@ -9,7 +9,7 @@ using LxCV::CCTImage;
 using LxCV::LxC3DCoordsCCT;
 
 Decoder::Decoder(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config)
-    : m_model(model), m_config(config), m_writer(config), m_reader(model, config)
+    : m_model(model), m_config(config), m_writer(config), m_reader(model, config), m_tracer(model, config)
 {}
 
 void Decoder::ComputeSignal(const CCTImage& reference, const CCTImage& pattern)
@@ -25,13 +25,19 @@ void Decoder::FindEdges()
 
 void Decoder::ReadCodeWords()
 {
+    m_reader.Read(m_words);
+}
+
+void Decoder::TraceEdges()
+{
     m_edges.clear();
-    m_reader.Read(m_words, m_edges);
+    m_tracer.Trace(m_words, m_edges);
 }
 
 void Decoder::Triangulate()
 {
     m_points.clear();
+    m_points.reserve(m_edges.size());
     const double nearest = m_model.GetMinZc();
     const double farthest = m_model.GetMaxZc();
     for (const EdgePixel& edge : m_edges) {

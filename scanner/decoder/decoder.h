@@ -5,6 +5,7 @@
 #include "lxc3dcoordscct.h"
 #include "scanner/decoder/codewords.h"
 #include "scanner/decoder/decoderconfig.h"
+#include "scanner/decoder/edgetracer.h"
 #include "scanner/decoder/edgewords.h"
 #include "scanner/decoder/stripesignal.h"
 
@@ -19,8 +20,8 @@ struct MeasuredPoint
     LxCV::LxC3DCoordsCCT position; ///< mm, camera frame
 };
 
-/// The decoding stage: signal, edge words, code words and points, one call for each, so that a caller can time
-/// and look at every step. The working buffers are kept from measurement to measurement.
+/// The decoding stage: signal, edge words, code words, traced edges and points, one call for each, so that a caller
+/// can time and look at every step. The working buffers are kept from measurement to measurement.
 ///
 /// Any pixel values will do, also infinite ones and such that are not numbers, and any model: what cannot be
 /// decoded gives no points.
@@ -38,12 +39,16 @@ public:
     /// Finds the stripe edges of the signal.
     void FindEdges();
 
-    /// Names the stripe edges by their code words.
+    /// Names the pixels of stripe edges by their code words.
     void ReadCodeWords();
 
-    /// Triangulates the named edges; those outside the working range are left out.
+    /// Follows the named pixels along the image and numbers the stripe edges.
+    void TraceEdges();
+
+    /// Triangulates the traced edges; those outside the working range are left out.
     void Triangulate();
 
+    /// `LxCExtremum` words; after tracing, pixels of traced edges are `LxCLightStripeEdgeSinglePixel` words.
     const LxCV::CCTImage& GetEdgeWords() const { return m_words; }
     const std::vector<EdgePixel>& GetEdgePixels() const { return m_edges; }
     const std::vector<MeasuredPoint>& GetPoints() const { return m_points; }
@@ -54,7 +59,8 @@ private:
     StripeSignal m_signal;
     EdgeWordWriter m_writer;
     CodeWordReader m_reader;
-    LxCV::CCTImage m_words; ///< INT32, `LxCExtremum` words
+    EdgeTracer m_tracer;
+    LxCV::CCTImage m_words; ///< INT32
     std::vector<EdgePixel> m_edges;
     std::vector<MeasuredPoint> m_points;
 };

@@ -3,10 +3,10 @@
 
 #include "cctimage.h"
 #include "lxcextremum.h"
-#include "scanner/decoder/stripesignal.h"
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <span>
 #include <stdexcept>
 
@@ -84,16 +84,29 @@ void EdgeWordWriter::Write(const StripeSignal& signal, CCTImage& words)
     }
     words.Clear();
     for (int column = 0; column < signal.GetWidth(); ++column) {
-        m_steps.clear();
-        for (const auto channel :
-             {LxCColorValueFloat::eBlue, LxCColorValueFloat::eGreen, LxCColorValueFloat::eRed}) {
-            FindSteps(signal.Column(channel, column), channel, m_config.minGradient, m_steps);
-        }
-        std::stable_sort(m_steps.begin(), m_steps.end(), [](const ChannelStep& a, const ChannelStep& b) {
-            return a.position.IsSmallerThan(b.position);
-        });
+        FindSteps(signal, column);
         WriteColumn(column, words);
     }
+}
+
+/// Finds the steps of a column and brings those of the three channels, each in order already, into one order.
+void EdgeWordWriter::FindSteps(const StripeSignal& signal, int column)
+{
+    for (std::size_t i = 0; i < kChannels; ++i) {
+        const auto channel = static_cast<LxCColorValueFloat::EColor>(i);
+        m_channelSteps[i].clear();
+        decoder::FindSteps(signal.Column(channel, column), channel, m_config.minGradient, m_channelSteps[i]);
+    }
+    const auto isAbove = [](const ChannelStep& a, const ChannelStep& b) {
+        return a.position.IsSmallerThan(b.position);
+    };
+    const auto& [blue, green, red] = m_channelSteps;
+    m_twoChannels.clear();
+    std::merge(blue.begin(), blue.end(), green.begin(), green.end(), std::back_inserter(m_twoChannels),
+               isAbove);
+    m_steps.clear();
+    std::merge(m_twoChannels.begin(), m_twoChannels.end(), red.begin(), red.end(),
+               std::back_inserter(m_steps), isAbove);
 }
 
 void EdgeWordWriter::WriteColumn(int column, CCTImage& words) const

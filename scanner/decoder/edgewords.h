@@ -3,7 +3,9 @@
 
 #include "scanner/decoder/decoderconfig.h"
 #include "scanner/decoder/extrema.h"
+#include "scanner/decoder/stripesignal.h"
 
+#include <array>
 #include <vector>
 
 namespace LxCV {
@@ -11,8 +13,6 @@ class CCTImage;
 }
 
 namespace decoder {
-
-class StripeSignal;
 
 /// Writes the stripe edges of an image as `LxCExtremum` words.
 ///
@@ -30,10 +30,14 @@ public:
     void Write(const StripeSignal& signal, LxCV::CCTImage& words);
 
 private:
+    void FindSteps(const StripeSignal& signal, int column);
     void WriteColumn(int column, LxCV::CCTImage& words) const;
 
     DecoderConfig m_config;
-    std::vector<ChannelStep> m_steps; ///< of one column, by ascending position
+    std::array<std::vector<ChannelStep>, kChannels>
+        m_channelSteps;                     ///< of one column, each by ascending position
+    std::vector<ChannelStep> m_twoChannels; ///< blue and green, so too
+    std::vector<ChannelStep> m_steps;       ///< all, so too
 };
 
 } // namespace decoder

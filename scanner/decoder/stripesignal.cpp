@@ -1,11 +1,10 @@
-// Ratio of two images with horizontal smoothing.
+// Ratio of two images, smoothed.
 #include "scanner/decoder/stripesignal.h"
-
-#include "cctimage.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <new>
 #include <stdexcept>
 
 namespace decoder {
@@ -16,11 +15,25 @@ namespace {
 
 constexpr float kUndecodable = std::numeric_limits<float>::quiet_NaN();
 
-/// Rows that are computed before they are spread over the columns: as many floats as fill a cache line.
+/// Rows that are spread over the columns at a time: as many floats as fill a cache line.
 constexpr int kBlockRows = 16;
 
 /// Grey levels of 255 over the darkest reference that makes sense, one grey level, stay below this signal.
 constexpr float kLargestSignal = 256.0F;
+
+std::span<const float> FloatsOf(const CCTImage& image)
+{
+    return {static_cast<const float*>(image.GetImageDataRaw()),
+            kChannels * static_cast<std::size_t>(image.GetSizeInPixels())};
+}
+
+void FitSize(CCTImage& image, const CCTImage& model)
+{
+    if (!image.DoTypeAndDimMatchWith(model) &&
+        image.Resize(model.GetWidth(), model.GetHeight(), model.GetDataType()) != LxCV::CCTImage::eRC_OK) {
+        throw std::bad_alloc();
+    }
+}
 
 } // namespace
 
@@ -31,60 +44,71 @@ void StripeSignal::Compute(const CCTImage& reference, const CCTImage& pattern, c
         !reference.DoTypeAndDimMatchWith(pattern)) {
         throw std::invalid_argument("the stripe signal needs two float colour images of one size");
     }
+    m_width = 0;
+    m_height = 0;
+    FitSize(m_ratio, reference);
+    Divide(FloatsOf(reference), FloatsOf(pattern), config.minReference);
+    FitSize(m_smoothed, reference);
+    Smooth(config.edges);
     m_width = reference.GetWidth();
     m_height = reference.GetHeight();
-    const std::size_t stride = kChannels * static_cast<std::size_t>(m_width);
-    const std::size_t size = stride * static_cast<std::size_t>(m_height);
     for (std::vector<float>& plane : m_planes) {
-        plane.resize(size / kChannels);
+        plane.resize(static_cast<std::size_t>(reference.GetSizeInPixels()));
     }
-    const std::span referencePixels(static_cast<const float*>(reference.GetImageDataRaw()), size);
-    const std::span patternPixels(static_cast<const float*>(pattern.GetImageDataRaw()), size);
-    m_ratios.resize(kBlockRows * stride);
     for (int top = 0; top < m_height; top += kBlockRows) {
-        const int rows = std::min(kBlockRows, m_height - top);
-        for (int i = 0; i < rows; ++i) {
-            const std::size_t start = static_cast<std::size_t>(top + i) * stride;
-            ComputeRow(referencePixels.subspan(start, stride), patternPixels.subspan(start, stride),
-                       config.minReference,
-                       std::span(m_ratios).subspan(static_cast<std::size_t>(i) * stride, stride));
-        }
-        SpreadRows(top, rows);
+        SpreadRows(top, std::min(kBlockRows, m_height - top));
     }
 }
 
-/// Ratios of one image row, the channels of a pixel next to each other as in the images.
-void StripeSignal::ComputeRow(std::span<const float> reference, std::span<const float> pattern,
-                              float minReference, std::span<float> ratios)
+void StripeSignal::Divide(std::span<const float> reference, std::span<const float> pattern,
+                          float minReference)
 {
-    constexpr float kWeightSum = 4.0F;
-    const auto smooth = [](std::span<const float> row, std::size_t i) {
-        return row[i - kChannels] + 2.0F * row[i] + row[i + kChannels];
-    };
-    const float darkest = kWeightSum * minReference;
-    std::fill_n(ratios.begin(), kChannels, kUndecodable);
-    for (std::size_t i = kChannels; i + kChannels < ratios.size(); ++i) {
-        const float white = smooth(reference, i);
-        const float ratio = smooth(pattern, i) / white;
+    float* const ratios = static_cast<float*>(m_ratio.GetImageDataRaw());
+    for (std::size_t i = 0; i < reference.size(); ++i) {
+        const float white = reference[i];
+        const float ratio = pattern[i] / white;
         // Comparisons are joined without branches, so that the loop runs on vectors.
-        const bool decodable = (white >= darkest) & (std::abs(ratio) <= kLargestSignal);
+        const bool decodable = (white >= minReference) & (std::abs(ratio) <= kLargestSignal);
         ratios[i] = decodable ? ratio : kUndecodable;
     }
-    std::fill_n(ratios.end() - static_cast<std::ptrdiff_t>(kChannels), kChannels, kUndecodable);
 }
 
-/// Lays the `rows` image rows in `m_ratios`, of which the first is `top`, into the columns of the planes.
+void StripeSignal::Smooth(const LxCV::LxCEdgeDetectionConfig& config)
+{
+    const auto mode = static_cast<LxCV::CCTImage::ESmoothingMode>(config.m_iSmoothingMode);
+    if (m_ratio.Smooth(&m_smoothed, mode, config.m_iKernelSizeX, config.m_iKernelSizeY) !=
+        LxCV::CCTImage::eRC_OK) {
+        throw std::invalid_argument("the stripe signal cannot be smoothed like this");
+    }
+    if (mode != LxCV::CCTImage::eSM_None) {
+        BlankBorderRows(config.m_iKernelSizeY / 2 - 1);
+    }
+}
+
+/// Makes so many rows at the upper and at the lower border undecodable.
+void StripeSignal::BlankBorderRows(int rows)
+{
+    const auto stride = static_cast<std::ptrdiff_t>(kChannels) * m_smoothed.GetWidth();
+    const std::ptrdiff_t count = stride * std::min(rows, m_smoothed.GetHeight());
+    float* const begin = static_cast<float*>(m_smoothed.GetImageDataRaw());
+    float* const end = begin + stride * m_smoothed.GetHeight();
+    std::fill(begin, begin + count, kUndecodable);
+    std::fill(end - count, end, kUndecodable);
+}
+
+/// Lays `rows` rows of the smoothed image, of which the first is `top`, into the columns of the planes.
 void StripeSignal::SpreadRows(int top, int rows)
 {
     const std::size_t stride = kChannels * static_cast<std::size_t>(m_width);
+    const float* const block = FloatsOf(m_smoothed).data() + static_cast<std::size_t>(top) * stride;
     for (std::size_t column = 0; column < static_cast<std::size_t>(m_width); ++column) {
         const std::size_t target =
             column * static_cast<std::size_t>(m_height) + static_cast<std::size_t>(top);
         for (std::size_t channel = 0; channel < kChannels; ++channel) {
-            const float* ratio = m_ratios.data() + column * kChannels + channel;
+            const float* value = block + column * kChannels + channel;
             float* signal = m_planes[channel].data() + target;
-            for (int i = 0; i < rows; ++i, ratio += stride) {
-                signal[i] = *ratio;
+            for (int i = 0; i < rows; ++i, value += stride) {
+                signal[i] = *value;
             }
         }
     }

@@ -1,6 +1,7 @@
 // The stripe pattern freed of shading and texture, laid out column by column.
 #pragma once
 
+#include "cctimage.h"
 #include "lxccolorvaluefloat.h"
 #include "scanner/decoder/decoderconfig.h"
 
@@ -9,24 +10,23 @@
 #include <span>
 #include <vector>
 
-namespace LxCV {
-class CCTImage;
-}
-
 namespace decoder {
 
 inline constexpr std::size_t kChannels = 3;
 
-/// The ratio of pattern to reference image per colour channel, both smoothed along the row with the binomial
-/// weights 1 2 1: stripes run along the rows, so this takes noise out and leaves the edges.
+/// The ratio of pattern to reference image per colour channel, smoothed by `LxCV::CCTImage::Smooth` with mode and
+/// kernel of the edge detection's configuration.
 ///
-/// Columns are contiguous, since edges are searched along columns. The first and the last image column are not
-/// computed; they read as undecodable, as do dark places and those whose ratio no image of grey levels can have.
+/// Columns are contiguous, since edges are searched along columns. Dark places read as undecodable, as do those
+/// whose ratio no image of grey levels can have, and all that the smoothing kernel mixes with one of them. So do the
+/// rows whose kernel reaches over the upper or lower border by more than one row: the border row, which stands for
+/// what lies beyond, would shift their edges.
 class StripeSignal
 {
 public:
     /// @param reference, pattern images of one size and of type FLOAT32_3, grey levels 0 to 255
-    /// @throws std::invalid_argument for other sizes or types; the signal is unchanged then
+    /// @throws std::invalid_argument for other sizes or types; the signal is unchanged then. Also for a smoothing
+    ///         that the library does not know; the signal is empty then
     void Compute(const LxCV::CCTImage& reference, const LxCV::CCTImage& pattern, const DecoderConfig& config);
 
     int GetWidth() const { return m_width; }
@@ -37,14 +37,16 @@ public:
     std::span<const float> Column(LxCV::LxCColorValueFloat::EColor channel, int column) const;
 
 private:
-    static void ComputeRow(std::span<const float> reference, std::span<const float> pattern,
-                           float minReference, std::span<float> ratios);
+    void Divide(std::span<const float> reference, std::span<const float> pattern, float minReference);
+    void Smooth(const LxCV::LxCEdgeDetectionConfig& config);
+    void BlankBorderRows(int rows);
     void SpreadRows(int top, int rows);
 
     int m_width = 0;
     int m_height = 0;
+    LxCV::CCTImage m_ratio;                             ///< FLOAT32_3
+    LxCV::CCTImage m_smoothed;                          ///< FLOAT32_3
     std::array<std::vector<float>, kChannels> m_planes; ///< index: column * height + row
-    std::vector<float> m_ratios;                        ///< some image rows, before they are spread
 };
 
 } // namespace decoder

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <limits>
 #include <map>
 #include <random>
 #include <stdexcept>
@@ -96,26 +96,37 @@ protected:
         return words;
     }
 
-    /// Reads the words and gives the stripe edge found at each whole row.
+    /// Reads the words and gives the cyclic number found at each whole row.
     static std::map<int, int> Read(CCTImage& words)
     {
-        std::vector<EdgePixel> edges;
-        CodeWordReader(*s_model, DecoderConfig()).Read(words, edges);
+        CodeWordReader(*s_model, DecoderConfig()).Read(words);
         std::map<int, int> named;
-        for (const EdgePixel& edge : edges) {
-            EXPECT_EQ(edge.column, kColumn);
-            named[static_cast<int>(edge.row)] = edge.stripeEdge;
+        for (int row = 0; row < kHeight; ++row) {
+            if (WordAt(words, row).GetLSEdgeIdUntraced() != 0) {
+                named[row] = WordAt(words, row).GetLSEdgeIdUntraced();
+            }
         }
         return named;
     }
 
-    static std::map<int, int> TrueEdges(std::size_t first, std::size_t count)
+    static LxCExtremum WordAt(CCTImage& words, int row)
     {
-        std::map<int, int> edges;
+        return LxCExtremum(static_cast<unsigned int>(words.GetInt32PixelFast(kColumn, row)));
+    }
+
+    /// Numbers start again at 1 where the digits of the slide do.
+    static int CyclicId(int edge)
+    {
+        return (edge - 1) % static_cast<int>(s_device->Parameters().slide.digits.size()) + 1;
+    }
+
+    static std::map<int, int> TrueIds(std::size_t first, std::size_t count)
+    {
+        std::map<int, int> ids;
         for (std::size_t i = first; i < first + count; ++i) {
-            edges[static_cast<int>(s_crossings->at(i).row)] = s_crossings->at(i).edge;
+            ids[static_cast<int>(s_crossings->at(i).row)] = CyclicId(s_crossings->at(i).edge);
         }
-        return edges;
+        return ids;
     }
 
     static device::VirtualDevice* s_device;
@@ -131,7 +142,7 @@ TEST_F(CodeWords, NameEveryEdgeOfAPerfectColumn)
 {
     ASSERT_GT(s_crossings->size(), 80U);
     CCTImage words = WordsOf(0, s_crossings->size());
-    EXPECT_EQ(Read(words), TrueEdges(0, s_crossings->size()));
+    EXPECT_EQ(Read(words), TrueIds(0, s_crossings->size()));
 }
 
 TEST_F(CodeWords, AreNotBelievedWithoutANeighbour)
@@ -139,7 +150,7 @@ TEST_F(CodeWords, AreNotBelievedWithoutANeighbour)
     CCTImage three = WordsOf(20, 3);
     EXPECT_TRUE(Read(three).empty());
     CCTImage four = WordsOf(20, 4);
-    EXPECT_EQ(Read(four), TrueEdges(20, 4));
+    EXPECT_EQ(Read(four), TrueIds(20, 4));
 }
 
 TEST_F(CodeWords, DoNotReachOverAWideGap)
@@ -154,7 +165,7 @@ TEST_F(CodeWords, DoNotReachOverAWideGap)
 
 TEST_F(CodeWords, SurviveOneWrongSymbolWithoutAWrongName)
 {
-    const auto truth = TrueEdges(0, s_crossings->size());
+    const auto truth = TrueIds(0, s_crossings->size());
     // Closer to an end of the column fewer than four edges would remain, too few for two code words.
     for (std::size_t wrong = 4; wrong + 4 < s_crossings->size(); ++wrong) {
         for (unsigned int symbol = 1; symbol < 64; symbol += 3) {
@@ -172,15 +183,32 @@ TEST_F(CodeWords, SurviveOneWrongSymbolWithoutAWrongName)
     }
 }
 
-TEST_F(CodeWords, LeaveTheStripeEdgeInTheWord)
+TEST_F(CodeWords, LeaveTheirNameSymbolAndFractionInTheWord)
 {
     CCTImage words = WordsOf(0, s_crossings->size());
+    const CCTImage before(words);
     Read(words);
     for (const device::EdgeCrossing& crossing : *s_crossings) {
         const int row = static_cast<int>(crossing.row);
-        const LxCExtremum word(static_cast<unsigned int>(words.GetInt32PixelFast(kColumn, row)));
-        EXPECT_EQ(word.GetLSEdgeIdUntraced(), crossing.edge);
+        const LxCExtremum word = WordAt(words, row);
+        EXPECT_EQ(word.GetLSEdgeIdUntraced(), CyclicId(crossing.edge));
         EXPECT_EQ(word.GetSymbolFromExt().GetValue(), SymbolOfEdge(crossing.edge));
+        const LxCExtremum old(static_cast<unsigned int>(before.GetInt32PixelFast(kColumn, row)));
+        EXPECT_EQ(word.GetSubpixelInt(), old.GetSubpixelInt());
+    }
+}
+
+TEST_F(CodeWords, FlagNamedEdgesAndThoseThatThreeOfThemName)
+{
+    constexpr std::size_t kFirst = 20;
+    constexpr std::size_t kCount = 7;
+    CCTImage words = WordsOf(kFirst, kCount);
+    Read(words);
+    for (std::size_t i = 0; i < kCount; ++i) {
+        const LxCExtremum word = WordAt(words, static_cast<int>(s_crossings->at(kFirst + i).row));
+        EXPECT_TRUE(word.IsContFlag()) << i;
+        // The two edges at either end belong to one or two code words.
+        EXPECT_EQ(word.IsContFlag2(), i >= 2 && i < kCount - 2) << i;
     }
 }
 
@@ -189,31 +217,52 @@ TEST_F(CodeWords, AreSilentOnAnEmptyImage)
     CCTImage words = EmptyWords();
     EXPECT_TRUE(Read(words).empty());
     CCTImage none;
-    EXPECT_TRUE(Read(none).empty());
+    CodeWordReader(*s_model, DecoderConfig()).Read(none);
     CCTImage hollow(kWidth, kHeight, LxCV::CCTImage::eIDT_INT32, false, nullptr);
-    EXPECT_TRUE(Read(hollow).empty());
+    CodeWordReader(*s_model, DecoderConfig()).Read(hollow);
+    EXPECT_FALSE(hollow.IsValid());
 }
 
 TEST_F(CodeWords, AreReadFromEdgeWordsOnly)
 {
     CCTImage bytes(kWidth, kHeight, LxCV::CCTImage::eIDT_UINT8, true, nullptr);
-    std::vector<EdgePixel> edges;
-    EXPECT_THROW(CodeWordReader(*s_model, DecoderConfig()).Read(bytes, edges), std::invalid_argument);
+    EXPECT_THROW(CodeWordReader(*s_model, DecoderConfig()).Read(bytes), std::invalid_argument);
 }
 
 TEST_F(CodeWords, OfAnyBitsNameEdgesOfTheSlide)
 {
+    const int cycle = static_cast<int>(s_device->Parameters().slide.digits.size());
     std::mt19937 random(7);
     for (int trial = 0; trial < 300; ++trial) {
         CCTImage words = EmptyWords();
         for (int row = 0; row < kHeight; ++row) {
             const auto bits = static_cast<unsigned int>(random());
-            words.GetInt32PixelFast(kColumn, row) = bits % 4 == 0 ? static_cast<int>(random()) : 0;
+            words.GetInt32PixelFast(kColumn, row) = bits % 4 == 0 ? static_cast<int>(random() & 0xFFF) : 0;
         }
-        for (const auto& [row, edge] : Read(words)) {
-            ASSERT_TRUE(row >= 0 && row < kHeight) << trial;
-            ASSERT_TRUE(edge >= 0 && edge <= s_model->GetCLPattern()->GetNrOfStripeEdges()) << trial;
+        const CCTImage before(words);
+        for (const auto& [row, id] : Read(words)) {
+            ASSERT_NE(before.GetInt32PixelFast(kColumn, row), 0) << trial;
+            ASSERT_TRUE(id >= 1 && id <= cycle) << trial;
         }
+        for (int row = 0; row < kHeight; ++row) {
+            ASSERT_EQ(words.GetInt32PixelFast(kColumn, row) & 0xFFF, before.GetInt32PixelFast(kColumn, row));
+        }
+    }
+}
+
+TEST_F(CodeWords, SurviveWordsOfAllBits)
+{
+    std::mt19937 random(8);
+    CCTImage words = EmptyWords();
+    for (int row = 0; row < kHeight; ++row) {
+        words.GetInt32PixelFast(kColumn, row) = static_cast<int>(random());
+    }
+    for (const int distance : {std::numeric_limits<int>::min(), -1, 0, std::numeric_limits<int>::max()}) {
+        DecoderConfig config;
+        config.edges.m_iMaxCodeLetterDist = distance;
+        CCTImage copy(words);
+        CodeWordReader(*s_model, config).Read(copy);
+        EXPECT_EQ(copy.GetInt32PixelFast(kColumn, 0) & 0xFFF, words.GetInt32PixelFast(kColumn, 0) & 0xFFF);
     }
 }
 

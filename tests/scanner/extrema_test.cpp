@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -45,13 +46,47 @@ TEST(FindSteps, PlacesABlurredStepAtItsTrueRow)
     constexpr double kTolerance = 0.5 / 64.0 + 0.004;
     for (int i = 0; i < 200; ++i) {
         const double row = 20.0 + i * 0.05;
-        for (const double sigma : {0.8, 1.0, 1.3}) {
+        for (const double sigma : {1.0, 1.2, 1.5}) { // of lens and smoothing together
             const auto steps = StepsOf(BlurredStep(row, sigma, 60, i % 2 == 0));
             ASSERT_EQ(steps.size(), 1U) << "row " << row;
             EXPECT_NEAR(steps[0].position.GetPixelAndSubpixelPos() / 64.0, row, kTolerance)
                 << "sigma " << sigma;
         }
     }
+}
+
+TEST(FindSteps, FindsStepsAllAlongALongSignal)
+{
+    // Farther than the rows that are looked at together, and at both ends as near as three differences allow.
+    constexpr int kHeight = 300;
+    for (int row = 1; row < kHeight - 2; ++row) {
+        std::vector<float> signal(kHeight, 0.0F);
+        std::fill(signal.begin() + row + 1, signal.end(), 1.0F);
+        const auto steps = StepsOf(signal);
+        ASSERT_EQ(steps.size(), 1U) << row;
+        ASSERT_EQ(steps[0].position.GetPixelAndSubpixelPos(), static_cast<unsigned int>(64 * row + 32));
+        ASSERT_EQ(steps[0].amplitude, 1.0F);
+    }
+}
+
+TEST(FindSteps, TakesStepsBesideTheEndsOnlyIfTheyLeanInwards)
+{
+    // Differences of .2 .5 .1 and of .1 .5 .2, at the begin and at the end of a longer signal.
+    const std::vector<float> outwards = {0.0F, 0.2F, 0.7F, 0.8F};
+    const std::vector<float> inwards = {0.0F, 0.1F, 0.6F, 0.8F};
+    const auto atBegin = [](std::vector<float> signal) {
+        signal.resize(10, 0.8F);
+        return signal;
+    };
+    const auto atEnd = [&atBegin](const std::vector<float>& signal) {
+        std::vector<float> reversed = atBegin(signal);
+        std::reverse(reversed.begin(), reversed.end());
+        return reversed;
+    };
+    EXPECT_TRUE(StepsOf(atBegin(outwards)).empty());
+    EXPECT_TRUE(StepsOf(atEnd(outwards)).empty());
+    EXPECT_EQ(StepsOf(atBegin(inwards)).size(), 1U);
+    EXPECT_EQ(StepsOf(atEnd(inwards)).size(), 1U);
 }
 
 TEST(FindSteps, TellsTheDirectionAndTheChannel)
@@ -68,7 +103,7 @@ TEST(FindSteps, IgnoresStepsBelowTheThreshold)
 {
     auto signal = BlurredStep(20.0, 1.0, 40, true);
     for (float& value : signal) {
-        value *= 0.1F; // the largest central difference is then below 0.1
+        value *= 0.1F; // the largest difference is then below 0.1
     }
     EXPECT_TRUE(StepsOf(signal).empty());
 }
@@ -99,7 +134,7 @@ TEST(FindSteps, TakesSignalsOfAnyLength)
 
 TEST(FindSteps, CountsAPlateauOfTheDifferenceOnce)
 {
-    // Central differences 0 .5 1 1 .5 0: two equal maxima side by side.
+    // Differences 0 0 .5 .5 .5 .5 0 0 0: equal maxima side by side.
     const std::vector<float> signal = {0.0F, 0.0F, 0.0F, 0.5F, 1.0F, 1.5F, 2.0F, 2.0F, 2.0F, 2.0F};
     EXPECT_EQ(StepsOf(signal).size(), 1U);
 }

@@ -52,9 +52,9 @@ TEST_F(Lumorad, DemoMeasuresTheMolarWithinItsBounds)
 {
     const nlohmann::json report = Demo("molar", "1");
     EXPECT_GE(report.at("points").get<int>(), 50000);
-    EXPECT_LE(report.at("rms_mm").get<double>(), 0.020);
-    EXPECT_LT(report.at("wrong_code_fraction").get<double>(), 0.01);
-    EXPECT_GT(report.at("coverage").get<double>(), 0.85);
+    EXPECT_LE(report.at("rms_mm").get<double>(), 0.0075);
+    EXPECT_LT(report.at("wrong_code_fraction").get<double>(), 0.001);
+    EXPECT_GT(report.at("coverage").get<double>(), 0.985);
     EXPECT_GT(report.at("mean_mm").get<double>(), 0.0);
     EXPECT_GE(report.at("p95_mm").get<double>(), report.at("mean_mm").get<double>());
     std::set<std::string> stages;
@@ -62,9 +62,9 @@ TEST_F(Lumorad, DemoMeasuresTheMolarWithinItsBounds)
         EXPECT_GT(milliseconds.get<double>(), 0.0) << stage;
         stages.insert(stage);
     }
-    EXPECT_EQ(stages,
-              (std::set<std::string>{"render", "write images", "load model", "remove texture", "find edges",
-                                     "read code words", "triangulate", "compare", "write results"}));
+    EXPECT_EQ(stages, (std::set<std::string>{"render", "write images", "load model", "remove texture",
+                                             "find edges", "read code words", "trace edges", "triangulate",
+                                             "compare", "write results"}));
     for (const char* file :
          {"reference.png", "pattern.png", "depth.png", "overview.png", "cloud.ply", "model.txt"}) {
         EXPECT_GT(std::filesystem::file_size(m_folder / "a" / file), 0U) << file;
@@ -75,9 +75,9 @@ TEST_F(Lumorad, DemoMeasuresANoiseFreePlaneToMicrometres)
 {
     const nlohmann::json report = Demo("plane", "0");
     EXPECT_GE(report.at("points").get<int>(), 50000);
-    EXPECT_LE(report.at("rms_mm").get<double>(), 0.003);
+    EXPECT_LE(report.at("rms_mm").get<double>(), 0.0007);
     EXPECT_EQ(report.at("wrong_code_fraction").get<double>(), 0.0);
-    EXPECT_GT(report.at("coverage").get<double>(), 0.95);
+    EXPECT_GT(report.at("coverage").get<double>(), 0.99);
 }
 
 TEST_F(Lumorad, DemoGivesTheSameCloudHoweverItReports)

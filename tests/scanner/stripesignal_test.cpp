@@ -1,6 +1,7 @@
 #include "scanner/decoder/stripesignal.h"
 
 #include "cctimage.h"
+#include "orx/logging/logger.h"
 
 #include <gtest/gtest.h>
 
@@ -18,13 +19,22 @@ using LxCV::LxCFloat3;
 constexpr int kWidth = 6;
 constexpr int kHeight = 4;
 
+DecoderConfig WithSmoothing(int mode, int kernel)
+{
+    DecoderConfig config;
+    config.edges.m_iSmoothingMode = mode;
+    config.edges.m_iKernelSizeX = kernel;
+    config.edges.m_iKernelSizeY = kernel;
+    return config;
+}
+
 TEST(StripeSignal, IsTheRatioOfPatternToReference)
 {
     CCTImage reference(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 200.0F, 100.0F, 50.0F);
     CCTImage pattern(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F, 10.0F, 50.0F);
     StripeSignal signal;
     signal.Compute(reference, pattern, DecoderConfig());
-    for (int column = 1; column < kWidth - 1; ++column) {
+    for (int column = 0; column < kWidth; ++column) {
         for (std::size_t row = 0; row < kHeight; ++row) {
             EXPECT_FLOAT_EQ(signal.Column(LxCColorValueFloat::eBlue, column)[row], 0.5F);
             EXPECT_FLOAT_EQ(signal.Column(LxCColorValueFloat::eGreen, column)[row], 0.1F);
@@ -33,35 +43,83 @@ TEST(StripeSignal, IsTheRatioOfPatternToReference)
     }
 }
 
-TEST(StripeSignal, SmoothsAlongTheRowWithBinomialWeights)
+/// Red at a column and row for a pattern that is black but for a white pixel at column 2 and row 1.
+float RedOfADot(const DecoderConfig& config, int column, std::size_t row)
 {
-    CCTImage reference(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F);
+    const CCTImage reference(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F);
     CCTImage pattern(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 0.0F);
     pattern.GetFloat3Fast(2, 1) = LxCFloat3(100.0F, 100.0F, 100.0F);
     StripeSignal signal;
-    signal.Compute(reference, pattern, DecoderConfig());
-    const auto at = [&signal](int column, std::size_t row) {
-        return signal.Column(LxCColorValueFloat::eRed, column)[row];
-    };
-    EXPECT_FLOAT_EQ(at(1, 1), 0.25F);
-    EXPECT_FLOAT_EQ(at(2, 1), 0.5F);
-    EXPECT_FLOAT_EQ(at(3, 1), 0.25F);
-    EXPECT_FLOAT_EQ(at(4, 1), 0.0F);
-    EXPECT_FLOAT_EQ(at(2, 0), 0.0F) << "rows are not mixed";
+    signal.Compute(reference, pattern, config);
+    return signal.Column(LxCColorValueFloat::eRed, column)[row];
 }
 
-TEST(StripeSignal, IsUndecodableAtTheBorderAndInTheDark)
+TEST(StripeSignal, IsSmoothedByAGaussianOfThreePixels)
+{
+    const DecoderConfig config;
+    EXPECT_EQ(RedOfADot(config, 2, 1), 0.25F);
+    EXPECT_EQ(RedOfADot(config, 1, 1), 0.125F);
+    EXPECT_EQ(RedOfADot(config, 3, 1), 0.125F);
+    EXPECT_EQ(RedOfADot(config, 2, 2), 0.125F);
+    EXPECT_EQ(RedOfADot(config, 3, 2), 0.0625F);
+    EXPECT_EQ(RedOfADot(config, 4, 1), 0.0F);
+}
+
+TEST(StripeSignal, IsSmoothedAsTheConfigurationTells)
+{
+    constexpr float kRounding = 1e-6F;
+    const DecoderConfig blur = WithSmoothing(CCTImage::eSM_Blur, 3);
+    EXPECT_NEAR(RedOfADot(blur, 2, 1), 1.0F / 9.0F, kRounding);
+    EXPECT_NEAR(RedOfADot(blur, 3, 2), 1.0F / 9.0F, kRounding);
+    const DecoderConfig none = WithSmoothing(CCTImage::eSM_None, 0);
+    EXPECT_EQ(RedOfADot(none, 2, 1), 1.0F);
+    EXPECT_EQ(RedOfADot(none, 2, 0), 0.0F);
+    EXPECT_EQ(RedOfADot(none, 3, 1), 0.0F);
+}
+
+TEST(StripeSignal, IsUndecodableWhereTheKernelReachesFarOverTheUpperOrLowerBorder)
+{
+    constexpr int kTall = 9;
+    const CCTImage image(kWidth, kTall, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F);
+    for (const int kernel : {3, 5, 7}) {
+        StripeSignal signal;
+        signal.Compute(image, image, WithSmoothing(CCTImage::eSM_Gaussian, kernel));
+        const int reach = kernel / 2 - 1;
+        for (int row = 0; row < kTall; ++row) {
+            const float value = signal.Column(LxCColorValueFloat::eBlue, 0)[static_cast<std::size_t>(row)];
+            const bool decodable = row >= reach && row < kTall - reach;
+            EXPECT_EQ(!std::isnan(value), decodable) << kernel << " " << row;
+        }
+    }
+}
+
+TEST(StripeSignal, RefusesASmoothingThatIsNotKnown)
+{
+    const CCTImage image(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F);
+    const Logging::CCapture log; // each refusal leaves a line
+    for (const DecoderConfig& config :
+         {WithSmoothing(7, 3), WithSmoothing(-1, 3), WithSmoothing(CCTImage::eSM_Gaussian, 4),
+          WithSmoothing(CCTImage::eSM_Blur, 0)}) {
+        StripeSignal signal;
+        signal.Compute(image, image, DecoderConfig());
+        EXPECT_THROW(signal.Compute(image, image, config), std::invalid_argument);
+        EXPECT_EQ(signal.GetWidth(), 0);
+        EXPECT_THROW(signal.Column(LxCColorValueFloat::eBlue, 0), std::out_of_range);
+    }
+}
+
+TEST(StripeSignal, IsUndecodableInTheDark)
 {
     CCTImage reference(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F);
-    for (int column = 2; column < 5; ++column) {
-        reference.GetFloat3Fast(column, 2) = LxCFloat3(100.0F, 1.0F, 100.0F);
-    }
+    reference.GetFloat3Fast(4, 2) = LxCFloat3(100.0F, 1.0F, 100.0F);
     StripeSignal signal;
     signal.Compute(reference, reference, DecoderConfig());
-    EXPECT_TRUE(std::isnan(signal.Column(LxCColorValueFloat::eBlue, 0)[1]));
-    EXPECT_TRUE(std::isnan(signal.Column(LxCColorValueFloat::eBlue, kWidth - 1)[1]));
-    EXPECT_TRUE(std::isnan(signal.Column(LxCColorValueFloat::eGreen, 3)[2]));
-    EXPECT_FALSE(std::isnan(signal.Column(LxCColorValueFloat::eBlue, 3)[2]));
+    for (const int column : {3, 4, 5}) {
+        EXPECT_TRUE(std::isnan(signal.Column(LxCColorValueFloat::eGreen, column)[2])) << column;
+        EXPECT_TRUE(std::isnan(signal.Column(LxCColorValueFloat::eGreen, column)[1])) << column;
+    }
+    EXPECT_EQ(signal.Column(LxCColorValueFloat::eGreen, 2)[2], 1.0F);
+    EXPECT_EQ(signal.Column(LxCColorValueFloat::eBlue, 4)[2], 1.0F);
 }
 
 TEST(StripeSignal, IsUndecodableWherePixelsAreNoGreyLevels)
@@ -94,13 +152,13 @@ TEST(StripeSignal, PutsEveryRowAndChannelInItsPlace)
         }
     }
     StripeSignal signal;
-    signal.Compute(reference, pattern, DecoderConfig());
+    signal.Compute(reference, pattern, WithSmoothing(CCTImage::eSM_None, 0));
     for (int channel = 0; channel < 3; ++channel) {
-        for (int column = 1; column < kWidth - 1; ++column) {
+        for (int column = 0; column < kWidth; ++column) {
             const auto values = signal.Column(static_cast<LxCColorValueFloat::EColor>(channel), column);
             ASSERT_EQ(values.size(), static_cast<std::size_t>(kTall));
             for (int row = 0; row < kTall; ++row) {
-                // Sums of whole numbers over a power of two are exact.
+                // Whole numbers over a power of two are exact.
                 ASSERT_EQ(values[static_cast<std::size_t>(row)], level(channel, row) / 128.0F);
             }
         }
@@ -133,7 +191,7 @@ TEST(StripeSignal, TakesImagesOfOneColumn)
     const CCTImage thin(1, 3, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F);
     StripeSignal signal;
     signal.Compute(thin, thin, DecoderConfig());
-    EXPECT_TRUE(std::isnan(signal.Column(LxCColorValueFloat::eRed, 0)[1]));
+    EXPECT_EQ(signal.Column(LxCColorValueFloat::eRed, 0)[1], 1.0F);
 }
 
 } // namespace

@@ -1,0 +1,130 @@
+// Seeds, votes and drawing of stripe edges.
+#include "scanner/decoder/edgetracer.h"
+
+#include "lxcpatternposition.h"
+#include "lxcpinholeframework.h"
+#include "lxcstripepattern.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <new>
+#include <span>
+#include <stdexcept>
+
+namespace decoder {
+
+using LxCV::CCTImage;
+using LxCV::LxCDataBufferEntry;
+using LxCV::LxCLightStripeEdge;
+using LxCV::LxCLightStripeEdgeSinglePixel;
+using LxCV::LxCSymbol;
+
+namespace {
+
+constexpr int kMargin = 2;      ///< columns at either side of an image that edges are not traced into
+constexpr int kNoEdge = 0;      ///< no stripe edge has this number
+constexpr int kLargestId = 255; ///< what the 8 bits of a traced id hold
+
+} // namespace
+
+LxCLightStripeEdgeSinglePixel* EdgeTracer::Pixels()
+{
+    return static_cast<LxCLightStripeEdgeSinglePixel*>(m_image.GetImageDataRaw());
+}
+
+void EdgeTracer::Trace(CCTImage& words, std::vector<EdgePixel>& edges)
+{
+    if (!words.IsValid()) {
+        return;
+    }
+    if (words.GetDataType() != LxCV::CCTImage::eIDT_INT32) {
+        throw std::invalid_argument("stripe edges are traced in an image of edge words");
+    }
+    const int width = words.GetWidth();
+    if (m_image.GetHeight() != words.GetHeight() || m_image.GetWidth() != width + 2 * kMargin) {
+        if (m_image.Resize(width + 2 * kMargin, words.GetHeight(), words.GetDataType()) !=
+            LxCV::CCTImage::eRC_OK) {
+            throw std::bad_alloc();
+        }
+        m_entries.resize(static_cast<std::size_t>(m_image.GetWidth()));
+    }
+    m_image.CopyFrom(&words, false);
+    m_drawn = 0;
+    const int increment = std::max(m_config.edges.m_iIncrement, 1);
+    for (int row = 0; row < m_image.GetHeight(); ++row) {
+        for (std::int64_t column = kMargin; column < width + kMargin; column += increment) {
+            TraceFrom(static_cast<int>(column), row);
+        }
+    }
+    edges.reserve(edges.size() + m_drawn);
+    for (int row = 0; row < m_image.GetHeight(); ++row) {
+        const std::span line(Pixels() + std::ptrdiff_t{row} * m_image.GetWidth() + kMargin,
+                             static_cast<std::size_t>(width));
+        std::memcpy(&words.GetInt32PixelFast(0, row), line.data(), line.size_bytes());
+        for (int column = 0; column < width; ++column) {
+            const LxCLightStripeEdgeSinglePixel pixel = line[static_cast<std::size_t>(column)];
+            if (pixel.IsPartOfATracedLightStripeEdge()) {
+                edges.push_back(
+                    {column, row + static_cast<double>(pixel.GetSubpixelFloat()), pixel.GetLSEdgeIDTraced()});
+            }
+        }
+    }
+}
+
+/// Traces the edge of a pixel and draws it, if the pixel is named and the edge is valid.
+void EdgeTracer::TraceFrom(int column, int row)
+{
+    const LxCLightStripeEdgeSinglePixel seed =
+        Pixels()[static_cast<std::ptrdiff_t>(row) * m_image.GetWidth() + column];
+    const int cyclicId = seed.GetLSEdgeIdUntraced();
+    if (seed.IsPartOfATracedLightStripeEdge() || cyclicId == 0) {
+        return;
+    }
+    const std::vector<LxCSymbol>& symbols = m_model.GetCLPattern()->GetStripeEdgeNrToExtLUT();
+    const auto stripeEdge = static_cast<std::size_t>(m_model.UnwrapStripeId(cyclicId, row));
+    m_entries[0] =
+        LxCDataBufferEntry((static_cast<std::uint32_t>(row) << LxCDataBufferEntry::m_sciNrSubpixBits) +
+                           static_cast<std::uint32_t>(seed.GetSubpixelInt()));
+    LxCLightStripeEdge edge;
+    edge.SetExtDataBuffer(m_entries.data());
+    edge.SetId(cyclicId);
+    edge.SetSymbol(stripeEdge < symbols.size() ? symbols[stripeEdge] : seed.GetSymbolFromExt());
+    edge.Trace(Pixels(), column, m_image.GetWidth(), m_image.GetHeight(),
+               m_config.edges.m_iMaxGapWithinStripeBoundary, m_config.traceRadius, &m_config.edges);
+    const int number = VoteOnNumber(edge);
+    if (number == kNoEdge || !m_config.edges.IsLightStripeEdgeValid(&edge, false)) {
+        return;
+    }
+    LxCLightStripeEdgeSinglePixel pattern;
+    pattern.EncodeTracedLSEdgeInfo(number, 0);
+    m_drawn += static_cast<std::size_t>(edge.GetLen());
+    edge.DrawWInterpol(Pixels(), pattern, m_image.GetWidth(), m_config.edges.m_iThrowAwayPixAtStripeBegEnd);
+}
+
+/// The number that most confirmed pixels of an edge have, the smallest of several; 0 if none has one.
+int EdgeTracer::VoteOnNumber(const LxCLightStripeEdge& edge)
+{
+    std::array<int, kLargestId + 1> votes{};
+    for (int i = 0; i < edge.GetLen(); ++i) {
+        const LxCDataBufferEntry entry = edge.GetElement(i);
+        if (entry.IsContorGap()) {
+            continue;
+        }
+        const std::uint32_t row = entry.GetWord() >> LxCDataBufferEntry::m_sciNrSubpixBits;
+        const LxCLightStripeEdgeSinglePixel pixel =
+            Pixels()[static_cast<std::ptrdiff_t>(row) * m_image.GetWidth() + edge.First() + i];
+        if (pixel.GetLSEdgeIdUntraced() != edge.GetId()) {
+            continue;
+        }
+        const int number = m_model.UnwrapStripeId(edge.GetId(), row);
+        if (number > kNoEdge && number <= kLargestId) {
+            ++votes[static_cast<std::size_t>(number)];
+        }
+    }
+    const auto most = std::max_element(votes.begin(), votes.end());
+    return *most == 0 ? kNoEdge : static_cast<int>(most - votes.begin());
+}
+
+} // namespace decoder
