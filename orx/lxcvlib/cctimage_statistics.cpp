@@ -317,6 +317,7 @@ CCTImage::EReturnCode CCTImage::CalcMeanImage(const std::vector<CCTImage*>& imag
         }
         WithElementType(first.m_eDataType, [&]<typename T>(std::type_identity<T>) {
             std::vector<std::span<const T>> elements;
+            elements.reserve(images.size());
             for (const CCTImage* const image : images) {
                 elements.push_back(ElementsOf<T>(*image));
             }

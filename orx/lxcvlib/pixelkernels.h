@@ -51,7 +51,8 @@ constexpr std::uint8_t SaturateToByte(float value)
     const std::int32_t isNumber = -static_cast<std::int32_t>(bits <= c_iInfinite);
     const std::int32_t isPositive = ~(bits >> 31);
     const std::int32_t clamped = std::min(bits & isNumber & isPositive, c_iFull);
-    return static_cast<std::uint8_t>(static_cast<int>(std::bit_cast<float>(clamped) + 0.5F));
+    const float raised = std::bit_cast<float>(clamped) + 0.5F;
+    return static_cast<std::uint8_t>(static_cast<int>(raised));
 }
 
 /// `value` rounded to the nearest integer, halves upwards, and clamped to the range of T, not a number becoming 0;
