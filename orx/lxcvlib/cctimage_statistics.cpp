@@ -2,6 +2,7 @@
 #include "cctimage.h"
 #include "lxcroi.h"
 #include "orx/logging/logger.h"
+#include "orx/platform/paths.h"
 #include "pixelelements.h"
 #include "pixelkernels.h"
 
@@ -9,6 +10,7 @@
 #include <array>
 #include <cmath>
 #include <exception>
+#include <filesystem>
 #include <iomanip>
 #include <limits>
 #include <locale>
@@ -224,6 +226,19 @@ CCTImage::EReturnCode TakeShape(const CCTImage& model, const SExtent& extent, CC
                          model.GetDataType());
 }
 
+/// Writes a picture for whoever looks into the folder of results; without that folder, nothing. Failures do not
+/// matter to the caller.
+void SaveResult(const CCTImage& image, const char* path)
+{
+    try {
+        if (std::filesystem::is_directory(platform::NativePath(path).parent_path())) {
+            image.SaveTif(path);
+        }
+    } catch (const std::exception& exception) {
+        s_Logger.Info(L"CCTImage: no picture %s: %s\n", path, exception.what());
+    }
+}
+
 void PrintChannels(std::ostream& text, const char* label, const CCTImage::SStatistics& statistics,
                    auto CCTImage::SChannelStatistics::*member)
 {
@@ -323,6 +338,7 @@ CCTImage::EReturnCode CCTImage::CalcMeanImage(const std::vector<CCTImage*>& imag
             }
             AverageElements<T>(elements, ElementsOf<T>(*result));
         });
+        SaveResult(*result, "../Results/mean_image.tif");
         return eRC_OK;
     } catch (const std::exception&) {
         s_Logger.Error(L"ERROR: Could not calculate mean image\n");
@@ -350,6 +366,9 @@ CCTImage::EReturnCode CCTImage::DivideTwoImages(const CCTImage* dividend, const 
             return readable;
         }
     }
+    // Before the result is written, which may be one of the two.
+    SaveResult(*dividend, "../Results/tmp_image1_Source.tif");
+    SaveResult(*divisor, "../Results/tmp_image2_Divide.tif");
     const EReturnCode shaped = TakeShape(*dividend, dividend->Extent(), *result);
     if (shaped != eRC_OK) {
         return shaped;
@@ -358,6 +377,7 @@ CCTImage::EReturnCode CCTImage::DivideTwoImages(const CCTImage* dividend, const 
         DivideElements<T>(ElementsOf<T>(*dividend), ElementsOf<T>(*divisor), factor, clip,
                           dividend->m_eDataType == eIDT_ARGB8, ElementsOf<T>(*result));
     });
+    SaveResult(*result, "../Results/tmp_image3_Result.tif");
     return eRC_OK;
 }
 

@@ -3,6 +3,7 @@
 #include "lxcroi.h"
 #include "orx/logging/logger.h"
 #include "tests/lxcvlib/imageopstestsupport.h"
+#include "tests/support/temporaryfolder.h"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,7 @@
 #include <climits>
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
 #include <limits>
 #include <random>
 #include <string>
@@ -291,6 +293,91 @@ TEST(CCTImagePeak, EqualsABruteForceSearch)
         ASSERT_EQ(result, best.first < 0 ? 13 : 0) << trial;
         ASSERT_EQ(std::pair(x, y), best) << trial;
     }
+}
+
+/// A working folder of its own, beside which there may be a folder of results.
+class CWorkplace
+{
+public:
+    explicit CWorkplace(bool hasResults) : m_Before(std::filesystem::current_path())
+    {
+        std::filesystem::create_directory(m_Folder.GetPath() / "work");
+        if (hasResults) {
+            std::filesystem::create_directory(GetResults());
+        }
+        std::filesystem::current_path(m_Folder.GetPath() / "work");
+    }
+    ~CWorkplace() { std::filesystem::current_path(m_Before); }
+    CWorkplace(const CWorkplace&) = delete;
+    CWorkplace& operator=(const CWorkplace&) = delete;
+
+    std::filesystem::path GetResults() const { return m_Folder.GetPath() / "Results"; }
+
+    /// All names below the folder, sorted.
+    std::vector<std::string> GetNames() const
+    {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(m_Folder.GetPath())) {
+            names.push_back(entry.path().lexically_relative(m_Folder.GetPath()).string());
+        }
+        std::ranges::sort(names);
+        return names;
+    }
+
+private:
+    ::TestSupport::CTemporaryFolder m_Folder;
+    std::filesystem::path m_Before;
+};
+
+TEST(CCTImageResults, AreWrittenWhereTheirFolderExists)
+{
+    const CWorkplace workplace(true);
+    Image a = ImageOf<std::uint8_t>(2, 1, Image::eIDT_UINT8, {100, 40});
+    Image b = ImageOf<std::uint8_t>(2, 1, Image::eIDT_UINT8, {50, 20});
+    Image result;
+    EXPECT_EQ(Image::CalcMeanImage({&a, &b}, &result), 0);
+    EXPECT_EQ(Image::DivideTwoImages(&a, &b, &a, 1.0F, false), 0);
+    EXPECT_EQ(
+        workplace.GetNames(),
+        (std::vector<std::string>{"Results", "Results/mean_image.tif", "Results/tmp_image1_Source.tif",
+                                  "Results/tmp_image2_Divide.tif", "Results/tmp_image3_Result.tif", "work"}));
+    const auto firstByteOf = [&](const char* name) {
+        Image picture;
+        EXPECT_EQ(picture.Load((workplace.GetResults() / name).string()), 0) << name;
+        return BytesOf(picture).at(0);
+    };
+    EXPECT_EQ(firstByteOf("mean_image.tif"), 75);
+    EXPECT_EQ(firstByteOf("tmp_image1_Source.tif"), 100);
+    EXPECT_EQ(firstByteOf("tmp_image2_Divide.tif"), 50);
+    EXPECT_EQ(firstByteOf("tmp_image3_Result.tif"), 2);
+}
+
+TEST(CCTImageResults, MakeNoFolder)
+{
+    const CWorkplace workplace(false);
+    Image a = RandomImage(2, 1, Image::eIDT_UINT8, 1);
+    Image result;
+    const Logging::CCapture capture;
+    EXPECT_EQ(Image::CalcMeanImage({&a}, &result), 0);
+    EXPECT_EQ(Image::DivideTwoImages(&a, &a, &result, 1.0F, false), 0);
+    EXPECT_EQ(workplace.GetNames(), std::vector<std::string>{"work"});
+    EXPECT_TRUE(capture.GetRecords().empty());
+}
+
+TEST(CCTImageResults, ThatCannotBeWrittenDoNotMatter)
+{
+    const CWorkplace workplace(true);
+    // A folder in the place of each file.
+    for (const char* const name :
+         {"mean_image.tif", "tmp_image1_Source.tif", "tmp_image2_Divide.tif", "tmp_image3_Result.tif"}) {
+        std::filesystem::create_directory(workplace.GetResults() / name);
+    }
+    const Logging::CCapture capture;
+    Image a = RandomImage(2, 1, Image::eIDT_UINT8, 1);
+    Image result;
+    EXPECT_EQ(Image::CalcMeanImage({&a}, &result), 0);
+    EXPECT_EQ(BytesOf(result), BytesOf(a));
+    EXPECT_EQ(Image::DivideTwoImages(&a, &a, &result, 1.0F, false), 0);
 }
 
 // ---- CalcMeanImage
