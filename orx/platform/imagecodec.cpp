@@ -2,7 +2,6 @@
 
 #include "orx/platform/imagereaders.h"
 
-#include <algorithm>
 #include <bit>
 #include <cctype>
 #include <fstream>
@@ -11,6 +10,7 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace platform {
 

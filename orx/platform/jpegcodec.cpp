@@ -3,7 +3,6 @@
 
 #include <csetjmp>
 #include <cstdio> // jpeglib.h needs it
-#include <limits>
 
 #include <jpeglib.h>
 
@@ -163,7 +162,7 @@ std::string ImageFiles::ReadJpeg(std::span<const std::byte> file, CPixels& image
     if (!jpeg.ReadHead()) {
         jpeg.Refuse();
     }
-    const std::string description = Describe(jpeg);
+    std::string description = Describe(jpeg);
     if (!jpeg.IsGrey() && !jpeg.IsRgb()) {
         RefuseUnsupported(description);
     }

@@ -3,11 +3,11 @@
 
 #include <png.h>
 
-#include <algorithm>
 #include <array>
 #include <csetjmp>
 #include <cstring>
-#include <limits>
+#include <exception>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -175,7 +175,7 @@ std::string ImageFiles::ReadPng(std::span<const std::byte> file, CPixels& image)
     if (!png.ReadHead()) {
         RefuseError(png.Error());
     }
-    const std::string description = Describe(png);
+    std::string description = Describe(png);
     const auto format = FormatOf(png);
     if (!format) {
         RefuseUnsupported(description);

@@ -7,11 +7,11 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace platform {
@@ -500,7 +500,7 @@ std::string ImageFiles::ReadTiff(std::span<const std::byte> file, CPixels& image
         RefuseError(source);
     }
     const CLayout layout = ReadLayout(tiff.get());
-    const std::string description = Describe(layout);
+    std::string description = Describe(layout);
     const auto format = FormatOf(layout);
     if (!format) {
         RefuseUnsupported(description);
