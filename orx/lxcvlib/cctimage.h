@@ -19,6 +19,8 @@
 
 namespace LxCV {
 
+class LxCColorValueARGB8;
+class LxCEllipse;
 class LxCRoi;
 
 namespace ImageKernels {
@@ -526,6 +528,34 @@ public:
     EReturnCode SaveBmp(const std::string& path) const;
     EReturnCode SaveBmp(const std::wstring& path) const;
 
+    // Drawing, for debug pictures: without anti-aliasing, clipped at the border, in a time that the image's size
+    // bounds. Integers are pixel centres. The colour is one pixel of this image's type, of which a null draws nothing,
+    // or an ARGB word, which becomes red, green and blue of a colour image, the word itself of a 32-bit image, and
+    // the grey (blue + 2 * green + red) / 4 of any other.
+
+    /// Both ends are drawn.
+    void DrawLine(int x1, int y1, int x2, int y2, const void* pixel);
+    void DrawLine(int x1, int y1, int x2, int y2, const LxCColorValueARGB8& color);
+
+    /// A frame; a thicker one grows by half to either side.
+    void DrawRect(int left, int top, int right, int bottom, const void* pixel, int thickness = 1);
+    void DrawRect(int left, int top, int right, int bottom, const LxCColorValueARGB8& color,
+                  int thickness = 1);
+
+    /// An upright cross that reaches `size` pixels to all four sides.
+    void DrawTick(int x, int y, int size, const void* pixel);
+    void DrawTick(int x, int y, int size, const LxCColorValueARGB8& color);
+
+    void DrawEllipse(const LxCEllipse& ellipse, const void* pixel);
+    void DrawEllipse(const LxCEllipse& ellipse, const LxCColorValueARGB8& color);
+
+    /// The curve value = c[0] + c[1] p + c[2] p² ... for positions p from `first` to `last`.
+    /// @param alongX whether positions are columns and values rows; else the other way round
+    void DrawPolynomial(std::span<const double> coefficients, bool alongX, int first, int last,
+                        const void* pixel);
+    void DrawPolynomial(std::span<const double> coefficients, bool alongX, int first, int last,
+                        const LxCColorValueARGB8& color);
+
     const std::string& GetPathname() const { return m_sPathname; }
     void SetPathname(const std::string& pathname) { m_sPathname = pathname; }
     const std::string& GetSourcePathname() const { return m_sSourcePathname; }
@@ -558,6 +588,7 @@ protected:
 private:
     EReturnCode SmoothGauss(int radius, CCTImage* target) const;
     EReturnCode CheckFilter(const CCTImage* target) const;
+    void PlotLine(double x1, double y1, double x2, double y2, const void* pixel);
 
     struct SFreeAligned
     {

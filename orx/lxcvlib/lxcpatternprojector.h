@@ -31,6 +31,13 @@ public:
     /// followed by "::CLPattern".
     void Serialize(LxCCCTSerializer& serializer, const std::string& section) override;
 
+    /// Draws into an image of `camera` how far this model misses each mark: a diamond where the camera sees the mark,
+    /// and a line towards where its slide position meets the target plane z = 0. Misses above 0.2 pixels give lines
+    /// of 20 pixels, smaller ones are enlarged a hundredfold. With a master, world points of marks stand in the
+    /// master's frame. Null marks are passed over; a null argument draws nothing.
+    void DrawCalibResults(CCTImage* image, const LxCPinholeCamera* camera,
+                          const std::vector<LxCCalibrationData*>* marks) const;
+
 private:
     LxCStripePattern m_Pattern;
 };

@@ -14,6 +14,8 @@
 
 namespace LxCV {
 
+class CCTImage;
+
 class LxAPinholeCalibrationListener;
 class LxCCCTSerializer;
 
@@ -247,6 +249,11 @@ public:
 
     /// Writes a like report to a text file. Nothing happens if the file cannot be opened.
     void WriteCalibResults(const std::string& fileName) const;
+
+    /// Draws each mark that is not zero into an image of this camera: a diamond at the measured position, and a line
+    /// towards the projected one, enlarged up to a hundredfold, less where the third error figure is large. Null
+    /// marks are passed over; a null argument draws nothing.
+    void DrawCalibResults(CCTImage* image, const std::vector<LxCCalibrationData*>* marks) const;
 
     /// Kept for its callers. False, and `out` stays as it was.
     bool DebugObjectSpaceErrorStatsAllPlates(std::string& out, const LxCCoordSysTrans* const poses) const;
