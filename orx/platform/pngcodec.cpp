@@ -68,6 +68,8 @@ public:
         // Sizes are checked against the file before memory is taken for them.
         png_set_user_limits(m_pPng, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
         png_set_read_fn(m_pPng, this, OnRead);
+        // Texts, profiles and the like are skipped: they say nothing of pixels, and libpng trusts their lengths.
+        png_set_keep_unknown_chunks(m_pPng, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
         png_read_info(m_pPng, m_pInfo);
         return true;
     }

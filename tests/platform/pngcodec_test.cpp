@@ -3,6 +3,8 @@
 
 #include <png.h>
 
+#include <sys/resource.h>
+
 #include <array>
 #include <stdexcept>
 
@@ -224,6 +226,42 @@ TEST(ReadPng, RefusesSizesThatLie)
         EXPECT_EQ(read.result, EImageFileResult::eBroken) << read.description;
         EXPECT_EQ(read.description.substr(0, 5), "PNG: ");
     }
+}
+
+/// A file whose text says to be of `length` bytes and is of six.
+std::vector<std::byte> WithText(std::uint32_t length)
+{
+    constexpr std::size_t textAt = kHeadAt + 25;
+    std::vector<std::byte> file = SmallPng();
+    auto text = Bytes({0, 0, 0, 0, 't', 'E', 'X', 't', 'T', 'i', 't', 'l', 'e', 0, 0, 0, 0, 0});
+    for (std::size_t i = 0; i < 4; ++i) {
+        text[i] = static_cast<std::byte>(length >> (24 - 8 * i));
+    }
+    file.insert(file.begin() + textAt, text.begin(), text.end());
+    if (length == 6) {
+        Seal(file, textAt);
+    }
+    return file;
+}
+
+TEST(ReadPng, SkipsTexts)
+{
+    EXPECT_EQ(Read(WithText(6)).image.bytes, Bytes({1, 2, 3, 4}));
+}
+
+/// The most memory that this process has held at once, in bytes.
+std::size_t PeakMemory()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<std::size_t>(usage.ru_maxrss) * 1024;
+}
+
+TEST(ReadPng, TakesNoMemoryForTheLengthOfATextThatLies)
+{
+    const std::size_t before = PeakMemory();
+    ExpectBroken(WithText(0x70000000), "PNG: the file is cut short");
+    EXPECT_LT(PeakMemory() - before, 64U << 20U); // not the 1.8 GB that the text claims
 }
 
 TEST(ReadPng, RefusesChecksumsThatDoNotFit)
