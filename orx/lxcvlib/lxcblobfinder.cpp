@@ -203,15 +203,16 @@ const LxCBlob& LxCBlobFinder::operator[](int index) const
 
 bool LxCBlobFinder::FindBlobs(CCTImage* image)
 {
-    Reset();
     if (image == nullptr || image->GetBytesPerPixel() != static_cast<int>(sizeof(int))) {
         return false;
     }
-    if (image->GetSizeInPixels() == 0) {
-        return true;
-    }
-    if (image->GetBuffer() == nullptr) {
+    const bool isEmpty = image->GetSizeInPixels() == 0;
+    if (!isEmpty && image->GetBuffer() == nullptr) {
         return false;
+    }
+    Reset();
+    if (isEmpty) {
+        return true;
     }
     ClearFrame(*image);
     LabelTable table;

@@ -37,8 +37,9 @@ public:
     /// their first pixel in row order.
     ///
     /// @param image of any type of 4 bytes a pixel
-    /// @return false, without blobs, for a null image, for another pixel size, for an image without memory,
-    ///         and, with the image partly labelled, if it needs more than 19998 provisional labels
+    /// @return false, with the blobs of the last call kept, for a null image, for another pixel size and for an
+    ///         image without memory; false, without blobs and with the image partly labelled, if it needs more
+    ///         than 19998 provisional labels
     bool FindBlobs(CCTImage* image);
 
     /// The blobs themselves, which stay the finder's and are valid until the next `FindBlobs` or `Reset`;

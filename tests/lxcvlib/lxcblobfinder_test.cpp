@@ -368,24 +368,29 @@ TEST(LxCBlobFinder, TakesAllLabelsOfItsTableAndRefusesOneMore)
     EXPECT_EQ(finder.GetNrOfBlobs(), 0);
 }
 
-TEST(LxCBlobFinder, RefusesWhatIsNoImageOfFourBytesAPixel)
+TEST(LxCBlobFinder, RefusesWhatIsNoImageOfFourBytesAPixelAndKeepsItsBlobs)
 {
     Grid grid(5, 5);
     grid.At(2, 2) = 1;
     CCTImage image = grid.ToImage();
     LxCBlobFinder finder(&image);
-    ASSERT_EQ(finder.GetNrOfBlobs(), 1);
+    const auto keepsItsBlob = [&finder] { return finder.GetNrOfBlobs() == 1 && finder[0].m_iLeft == 2; };
+    ASSERT_TRUE(keepsItsBlob());
     for (const auto type : {CCTImage::eIDT_UINT8, CCTImage::eIDT_UINT16, CCTImage::eIDT_BGRU8,
                             CCTImage::eIDT_FLOAT64, CCTImage::eIDT_FLOAT32_3}) {
         CCTImage other(5, 5, type, 1.0F);
         EXPECT_FALSE(finder.FindBlobs(&other)) << type;
-        EXPECT_EQ(finder.GetNrOfBlobs(), 0);
+        EXPECT_TRUE(keepsItsBlob()) << type;
     }
     EXPECT_FALSE(finder.FindBlobs(nullptr));
     CCTImage empty;
     EXPECT_FALSE(finder.FindBlobs(&empty));
     CCTImage wrapped(5, 5, CCTImage::eIDT_INT32, false, nullptr);
     EXPECT_FALSE(finder.FindBlobs(&wrapped));
+    EXPECT_TRUE(keepsItsBlob());
+    CCTImage nothing(0, 5, CCTImage::eIDT_INT32, true, nullptr);
+    EXPECT_TRUE(finder.FindBlobs(&nothing));
+    EXPECT_EQ(finder.GetNrOfBlobs(), 0) << "an image without pixels is no refusal";
 }
 
 TEST(LxCBlobFinder, ImagesTooSmallForAnInsideHaveNoBlobs)
