@@ -585,7 +585,7 @@ double FitLineLeastSquares(const double* x, const double* y, int count, double& 
         sumXY += dx * dy;
     }
     const double denominator = n * sumXX - sumX * sumX;
-    if (!(denominator > 0.0)) {
+    if (!(denominator > 0.0) || !std::isfinite(denominator)) {
         return -1.0;
     }
     const double b = (n * sumXY - sumX * sumY) / denominator;

@@ -50,8 +50,8 @@ ORX_EXPORT bool ComputeJacobiEigen(double* matrix, int n, double* eigenvalues, d
 ///
 /// @param x, y count values each
 /// @return the root of the sum of squared residuals over count - 1, in the unit of y; -1.0, with `slope` and
-///         `intercept` untouched, below two points, for a null array, if all abscissae are equal, and if the
-///         result is not finite (so for any NaN or infinity among the points)
+///         `intercept` untouched, below two points, for a null array, if all abscissae are equal, and if a sum
+///         or the result is not finite (so for any NaN or infinity among the points)
 ORX_EXPORT double FitLineLeastSquares(const double* x, const double* y, int count, double& slope,
                                       double& intercept);
 

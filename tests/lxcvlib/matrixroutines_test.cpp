@@ -618,6 +618,10 @@ TEST(FitLineLeastSquares, RefusesUntouchedWhatHasNoLine)
     EXPECT_EQ(FitLineLeastSquares(y, x, -5, slope, intercept), -1.0);
     EXPECT_EQ(FitLineLeastSquares(nullptr, x, 3, slope, intercept), -1.0);
     EXPECT_EQ(FitLineLeastSquares(y, nullptr, 3, slope, intercept), -1.0);
+    // The squares overflow, although their quotient, a slope of 0, would not.
+    const double wide[3] = {0.0, 1e200, -1e200};
+    const double narrow[3] = {0.0, 1.0, -1.0};
+    EXPECT_EQ(FitLineLeastSquares(wide, narrow, 3, slope, intercept), -1.0);
     for (const double bad : {kNaN, kInfinity, -kInfinity, 1e308}) {
         for (int place = 0; place < 3; ++place) {
             double spoilt[3] = {1, 2, 4};
