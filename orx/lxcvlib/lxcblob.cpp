@@ -165,7 +165,7 @@ int LxCBlob::CreateArtificialContour(double* const xs, double* const ys, double 
     std::int64_t lastX = 0;
     std::int64_t lastY = 0;
     for (double x = cx - a; x <= cx + a; x += c_dColumnStep) {
-        if (count >= maxPoints - 1 || x + c_dColumnStep == x) {
+        if (count + 1 >= maxPoints || x + c_dColumnStep == x) {
             return 0;
         }
         const double t = (x - cx) / a;
@@ -212,7 +212,7 @@ double LxCBlob::EllipseFitEx(double* const xs, double* const ys, int count, LxCE
 double LxCBlob::FitEllipseToBlob(CCTImage* image, LxCEllipse* ellipse, double maxError, bool shortProfile,
                                  CCTImage* debugImage) const
 {
-    if (image == nullptr || ellipse == nullptr) {
+    if (ellipse == nullptr) {
         return -1.0;
     }
     std::array<double, c_iMaxContourPoints> xs;

@@ -77,7 +77,8 @@ public:
     /// box, then, where the result is off that by more than a pixel, once more from the result with its axes
     /// unturned.
     ///
-    /// @param ellipse  receives the result
+    /// @param ellipse  receives the result; the blob's centre without axes where the first fit fails, untouched
+    ///                 where half the width or height, in integers, is 0
     /// @param maxError pixels; a first fit with an error not below it is not improved
     /// @return the error as `EllipseFitEx` gives it; -1.0 also if the ellipse strays more than 20 pixels from
     ///         the blob's centre on an axis

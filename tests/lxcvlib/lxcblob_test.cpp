@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <iterator>
@@ -197,9 +198,11 @@ TEST(ArtificialContour, AnOverflowGivesNoPointsInsteadOfFewer)
     const int needed = ContourOf(50.0, 50.0, 20.0, 10.0).count;
     ASSERT_GT(needed, 60);
     EXPECT_EQ(ContourOf(50.0, 50.0, 20.0, 10.0, needed + 1).count, needed);
-    for (int room = needed - 3; room > -3; --room) {
+    // One place stays free. The last column has one point, so with a place less the end is not reached.
+    for (int room = needed; room > -3; --room) {
         EXPECT_EQ(ContourOf(50.0, 50.0, 20.0, 10.0, room).count, 0) << room;
     }
+    EXPECT_EQ(ContourOf(50.0, 50.0, 20.0, 10.0, std::numeric_limits<int>::min()).count, 0);
 }
 
 TEST(ArtificialContour, NeverWritesBehindItsRoom)
@@ -324,6 +327,56 @@ TEST(EllipseFitEx, PutsTheEdgeOfAVerticalStepWhereTheParabolaPeaks)
     }
 }
 
+/// Where the point (50, 40) moves to along x from the centre (40, 40) in an image whose columns 46 to 54 have
+/// the given grey values; columns before and behind go on with the outermost ones.
+double RefineOnColumns(const std::array<int, 9>& greys, bool rising, bool shortProfile)
+{
+    CCTImage image(100, 80, CCTImage::eIDT_UINT8, true, nullptr);
+    for (int y = 0; y < 80; ++y) {
+        for (int x = 0; x < 100; ++x) {
+            const int grey = greys[static_cast<std::size_t>(std::clamp(x - 46, 0, 8))];
+            image.SetPixel(x, y, static_cast<unsigned long>(grey));
+        }
+    }
+    std::array<double, 6> xs;
+    std::array<double, 6> ys;
+    xs.fill(50.0);
+    ys.fill(40.0);
+    LxCEllipse center(40.0, 40.0, 0.0, 0.0, 0.0);
+    EXPECT_EQ(LxCBlob::EllipseFitEx(xs.data(), ys.data(), 6, &center, &image, rising, shortProfile, nullptr),
+              -1.0)
+        << "six equal points are no ellipse";
+    return xs[0];
+}
+
+TEST(EllipseFitEx, TheFirstOfEqualGradientsCounts)
+{
+    // Short: g = 50, 100, 100, 100, 50, so k = 1, d = 100 + 50 - 200 = -50 and
+    // t = (50 - 100)/(-50)/2 + 2 - 3 = -0.5. Long: the same with 0 at both ends, k = 2 and 3 - 4.
+    const std::array<int, 9> ramp = {0, 0, 0, 50, 100, 150, 200, 200, 200};
+    std::array<int, 9> fall = ramp;
+    std::reverse(fall.begin(), fall.end());
+    for (const bool shortProfile : {true, false}) {
+        EXPECT_EQ(RefineOnColumns(ramp, true, shortProfile), 49.5);
+        EXPECT_EQ(RefineOnColumns(fall, false, shortProfile), 49.5);
+    }
+}
+
+TEST(EllipseFitEx, ASteepestGradientAtAnEndOfTheProfileSkipsThePoint)
+{
+    // A step between columns e - 1 and e gives two equal gradients, at e - 49 and e - 48 of a short profile,
+    // of which the first counts: it must be 1 to 3. The parabola through 0, 100, 100 peaks half way, at the
+    // step. With 48 and 53 one of the two lies beyond an end, and with 49 the first one is the end.
+    for (int e = 47; e <= 54; ++e) {
+        std::array<int, 9> step;
+        for (int x = 46; x <= 54; ++x) {
+            step[static_cast<std::size_t>(x - 46)] = x < e ? 0 : 100;
+        }
+        EXPECT_EQ(RefineOnColumns(step, true, true), e >= 50 && e <= 52 ? e - 0.5 : 50.0) << e;
+        EXPECT_EQ(RefineOnColumns(step, true, false), e >= 49 && e <= 53 ? e - 0.5 : 50.0) << e;
+    }
+}
+
 TEST(EllipseFitEx, RefinedPointsMoveToTheFrontAndAreMarked)
 {
     CCTImage image = Render({50.0, 40.0, 20.0, 15.0, 0.0}, CCTImage::eIDT_UINT8, 20, 220);
@@ -348,19 +401,20 @@ TEST(EllipseFitEx, ErrorIsTheRootMeanSquareDistanceOfTheRefinedPoints)
 {
     CCTImage image = Render({50.2, 40.1, 20.0, 15.0, 0.2}, CCTImage::eIDT_UINT8, 20, 220);
     Contour contour = ContourOf(50.0, 40.0, 20.0, 15.0);
+    const Contour start = contour;
     LxCEllipse ellipse(50.0, 40.0, 0.0, 0.0, 0.0);
     const double error = LxCBlob::EllipseFitEx(contour.x.data(), contour.y.data(), contour.count, &ellipse,
                                                &image, true, false, nullptr);
     ASSERT_GT(error, 0.0);
     double squares = 0.0;
-    int refined = 0;
-    // Refined points lie within a pixel of the true edge, points left over behind them do not come back to
-    // it.
-    for (; refined < contour.count && ellipse.Distance(contour.x[refined], contour.y[refined]) < 0.5;
-         ++refined) {
-        squares += std::pow(ellipse.Distance(contour.x[refined], contour.y[refined]), 2.0);
+    for (int i = 0; i < contour.count; ++i) {
+        const double dx = contour.x[i] - 50.0;
+        const double dy = contour.y[i] - 40.0;
+        // Each point still lies on its own ray, so all of them are refined, and all count.
+        ASSERT_NEAR(dx * (start.y[i] - 40.0) - dy * (start.x[i] - 50.0), 0.0, 1e-9) << i;
+        squares += std::pow(ellipse.Distance(contour.x[i], contour.y[i]), 2.0);
     }
-    EXPECT_NEAR(error, std::sqrt(squares / refined), 0.2 * error);
+    EXPECT_DOUBLE_EQ(error, std::sqrt(squares / contour.count));
 }
 
 TEST(EllipseFitEx, RefusesFewPointsAndNulls)
@@ -452,12 +506,32 @@ TEST(FitEllipseToBlob, ASecondFitFollowsAnEdgeFartherOutThanTheBlob)
     EXPECT_NE(error, firstError) << "the second fit changed nothing, so nothing was tested";
 }
 
+TEST(FitEllipseToBlob, AFirstFitWithinAPixelOfTheBoxIsFinal)
+{
+    const LxCEllipse truth(50.2, 40.1, 20.3, 15.4, 0.0);
+    CCTImage image = Render(truth, CCTImage::eIDT_UINT8, 30, 230);
+    const LxCBlob blob = BlobOf(truth);
+    LxCEllipse found;
+    const double error = blob.FitEllipseToBlob(&image, &found, 0.5, false, nullptr);
+    const auto fitOnceFrom = [&](const LxCEllipse& start, LxCEllipse& ellipse) {
+        Contour c = ContourOf(start.GetX(), start.GetY(), start.GetA(), start.GetB());
+        return LxCBlob::EllipseFitEx(c.x.data(), c.y.data(), c.count, &ellipse, &image, true, false, nullptr);
+    };
+    LxCEllipse first(blob.m_dCenterX, blob.m_dCenterY, 0.0, 0.0, 0.0);
+    EXPECT_EQ(error, fitOnceFrom({blob.m_dCenterX, blob.m_dCenterY, 20.0, 15.0, 0.0}, first));
+    EXPECT_EQ(found.GetA(), first.GetA());
+    LxCEllipse second = first;
+    EXPECT_NE(error, fitOnceFrom(first, second)) << "a second fit would change nothing: nothing was tested";
+}
+
 TEST(FitEllipseToBlob, GivesMinusOneWithoutContourEdgeOrArguments)
 {
     CCTImage image = Render({50.0, 40.0, 20.0, 15.0, 0.0}, CCTImage::eIDT_UINT8, 30, 230);
     const LxCBlob blob = BlobOf({50.0, 40.0, 20.0, 15.0, 0.0});
     LxCEllipse ellipse;
     EXPECT_EQ(blob.FitEllipseToBlob(nullptr, &ellipse, 0.5, true, nullptr), -1.0);
+    EXPECT_EQ(ellipse.GetX(), blob.m_dCenterX) << "the ellipse is reset to the blob's centre";
+    ellipse.Reset(0.0, 0.0, 0.0, 0.0, 0.0);
     EXPECT_EQ(blob.FitEllipseToBlob(&image, nullptr, 0.5, true, nullptr), -1.0);
     EXPECT_EQ(Box(50, 40, 50, 40).FitEllipseToBlob(&image, &ellipse, 0.5, true, nullptr), -1.0)
         << "half the width of one pixel is 0 in integers";
