@@ -528,6 +528,26 @@ public:
     EReturnCode SaveBmp(const std::string& path) const;
     EReturnCode SaveBmp(const std::wstring& path) const;
 
+    /// Writes the image under the path without its extension, which is what follows the last point of the file name:
+    /// `eIDT_ARGB8`, `eIDT_BGRU8`, `eIDT_UINT32`, `eIDT_INT32`, `eIDT_UINT8` and `eIDT_GRAY8` with ".tif" as
+    /// `SaveTif` does, `eIDT_UINT16`, `eIDT_FLOAT32`, `eIDT_FLOAT64` and `eIDT_FLOAT32_3` as `SaveCSV` does.
+    /// @return as these; 8 for other types
+    EReturnCode Save(const std::string& path) const;
+    EReturnCode Save(const std::wstring& path) const;
+
+    /// Writes text, as `WriteCsv` tells it: of one channel to the path with ".csv", of three channels to three files
+    /// "_R.csv", "_G.csv" and "_B.csv". A ".csv" at the end of the path is dropped first.
+    /// @return 0; 8 for `eIDT_ARGB8`, an undefined type and no pixels; 1 where a file cannot be written
+    EReturnCode SaveCSV(const std::string& path) const;
+    EReturnCode SaveCSV(const std::wstring& path) const;
+
+    /// Reads such text: the file of the path, else the one that `SaveCSV` writes to the path for one channel, else
+    /// the three that it writes for three channels: of uint8 to `eIDT_BGRU8`, of float32 to `eIDT_FLOAT32_3`.
+    /// @return 0; 3 where there are no such files; 9 for channels of different sizes; 8 for types that do not make an
+    ///         image, and for a file of more than 1 GiB; 1 for a damaged file; 10
+    EReturnCode LoadCSV(const std::string& path);
+    EReturnCode LoadCSV(const std::wstring& path);
+
     // Drawing, for debug pictures: without anti-aliasing, clipped at the border, in a time that the image's size
     // bounds. Integers are pixel centres. The colour is one pixel of this image's type, of which a null draws nothing,
     // or an ARGB word, which becomes red, green and blue of a colour image, the word itself of a 32-bit image, and

@@ -1,16 +1,24 @@
 // Image files.
 #include "cctimage.h"
+#include "imagecsv.h"
 #include "orx/logging/logger.h"
 #include "orx/platform/imagecodec.h"
 #include "orx/platform/paths.h"
+#include "pixelelements.h"
 #include "stringutils.h"
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <exception>
+#include <filesystem>
+#include <fstream>
+#include <initializer_list>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 
 namespace LxCV {
 
@@ -88,6 +96,11 @@ CCTImage::EReturnCode WriteIfOneOf(std::initializer_list<EPixelFormat> formats, 
     return WriteWith(write, path, *view);
 }
 
+void LogNotFound(const std::string& path)
+{
+    s_Logger.Error(L"the file %s could not be found or opened!\n", path);
+}
+
 void LogUnsupported(const std::string& description)
 {
     s_Logger.Error(L"Der Datentyp des geladenen Bildes (%s) wird nicht unterstützt!\n", description);
@@ -99,7 +112,7 @@ CCTImage::EReturnCode ReadFile(const std::string& path, CCTImage& image, std::st
     platform::CPixels pixels;
     switch (platform::ReadImageFile(platform::NativePath(path), pixels, description)) {
     case platform::EImageFileResult::eNotFound:
-        s_Logger.Error(L"the file %s could not be found or opened!\n", path);
+        LogNotFound(path);
         return CCTImage::eRC_FileNotFound;
     case platform::EImageFileResult::eUnsupported:
         LogUnsupported(description);
@@ -116,6 +129,110 @@ CCTImage::EReturnCode ReadFile(const std::string& path, CCTImage& image, std::st
     }
     return image.CopyDataFrom(pixels.bytes.data(), pixels.width, pixels.height,
                               static_cast<int>(platform::BytesPerPixel(pixels.format)));
+}
+
+constexpr const char* c_sCsv = ".csv";
+constexpr int c_iColorChannels = 3;
+/// In the order of the channels.
+constexpr std::array<const char*, c_iColorChannels> c_aChannelEndings{"_B.csv", "_G.csv", "_R.csv"};
+
+std::string WithoutCsv(const std::string& path)
+{
+    return path.substr(0, path.size() - (path.ends_with(c_sCsv) ? std::strlen(c_sCsv) : 0));
+}
+
+bool IsFile(const std::string& path)
+{
+    std::error_code error;
+    return std::filesystem::is_regular_file(platform::NativePath(path), error);
+}
+
+bool WriteText(const std::string& path, const std::string& text)
+{
+    std::ofstream file(platform::NativePath(path), std::ios::binary | std::ios::trunc);
+    file << text;
+    file.close();
+    return !file.fail();
+}
+
+/// Reads the text of one channel into an image without a size.
+CCTImage::EReturnCode ReadCsvFile(const std::string& path, CCTImage& image)
+{
+    constexpr std::uintmax_t c_iMaxBytes = std::uintmax_t{1} << 30;
+    std::error_code failure;
+    // A pipe would wait for its writer; hence the test before the opening.
+    std::ifstream file(IsFile(path) ? platform::NativePath(path) : std::filesystem::path(), std::ios::binary);
+    const std::uintmax_t size = std::filesystem::file_size(platform::NativePath(path), failure);
+    if (failure || !file) {
+        LogNotFound(path);
+        return CCTImage::eRC_FileNotFound;
+    }
+    if (size > c_iMaxBytes) {
+        s_Logger.Error(L"LoadCSV: %s has more than %i bytes\n", path, c_iMaxBytes);
+        return CCTImage::eRC_UnsupportedType;
+    }
+    std::string text(size, '\0');
+    file.read(text.data(), static_cast<std::streamsize>(size));
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    std::string error;
+    const CCTImage::EReturnCode result = ReadCsv(text, image, error);
+    if (result != CCTImage::eRC_OK) {
+        s_Logger.Error(L"LoadCSV: %s: %s\n", path, error);
+    }
+    return result;
+}
+
+/// Element `channel` of all pixels of a colour becomes the grey.
+template <typename T>
+void PutChannel(const CCTImage& grey, std::size_t channel, CCTImage& color)
+{
+    const std::span<const T> from = ElementsOf<T>(grey);
+    const std::span<T> to = ElementsOf<T>(color);
+    for (std::size_t i = 0; i < from.size(); ++i) {
+        to[i * c_iColorChannels + channel] = from[i];
+    }
+}
+
+/// Joins three channels of one size and type into a colour.
+CCTImage::EReturnCode JoinChannels(const std::array<CCTImage, c_iColorChannels>& channels, CCTImage& image)
+{
+    const CCTImage& first = channels.front();
+    const bool isFloat = first.GetDataType() == CCTImage::eIDT_FLOAT32;
+    if (!isFloat && first.GetDataType() != CCTImage::eIDT_UINT8) {
+        return CCTImage::eRC_UnsupportedType;
+    }
+    for (const CCTImage& channel : channels) {
+        if (!channel.DoTypeAndDimMatchWith(first)) {
+            return channel.DoDimMatchWith(first) ? CCTImage::eRC_UnsupportedType : CCTImage::eRC_SizeMismatch;
+        }
+    }
+    const CCTImage::EReturnCode resized = image.Resize(
+        first.GetWidth(), first.GetHeight(), isFloat ? CCTImage::eIDT_FLOAT32_3 : CCTImage::eIDT_BGRU8);
+    for (std::size_t i = 0; resized == CCTImage::eRC_OK && i < channels.size(); ++i) {
+        if (isFloat) {
+            PutChannel<float>(channels[i], i, image);
+        } else {
+            PutChannel<std::uint8_t>(channels[i], i, image);
+        }
+    }
+    return resized;
+}
+
+/// Reads the texts of three channels into an image without a size.
+CCTImage::EReturnCode ReadCsvFiles(const std::string& base, CCTImage& image)
+{
+    std::array<CCTImage, c_iColorChannels> channels;
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        const CCTImage::EReturnCode result = ReadCsvFile(base + c_aChannelEndings[i], channels[i]);
+        if (result != CCTImage::eRC_OK) {
+            return result;
+        }
+    }
+    const CCTImage::EReturnCode result = JoinChannels(channels, image);
+    if (result != CCTImage::eRC_OK) {
+        s_Logger.Error(L"LoadCSV: the channels of %s do not make an image\n", base);
+    }
+    return result;
 }
 
 /// What `IsValidFilename` of both widths does.
@@ -250,6 +367,85 @@ CCTImage::EReturnCode CCTImage::SaveBmp(const std::string& path) const
 CCTImage::EReturnCode CCTImage::SaveBmp(const std::wstring& path) const
 {
     return SaveBmp(ws2s(path));
+}
+
+CCTImage::EReturnCode CCTImage::Save(const std::string& path) const
+{
+    const std::string_view name = platform::FileNameOf(path);
+    const std::size_t nameLength = std::min(name.rfind('.'), name.size());
+    const std::string base = path.substr(0, path.size() - name.size() + nameLength);
+    switch (m_eDataType) {
+    case eIDT_ARGB8:
+    case eIDT_BGRU8:
+    case eIDT_UINT32:
+    case eIDT_INT32:
+    case eIDT_UINT8:
+    case eIDT_GRAY8:
+        return SaveTif(base + ".tif");
+    case eIDT_UINT16:
+    case eIDT_FLOAT32:
+    case eIDT_FLOAT64:
+    case eIDT_FLOAT32_3:
+        // With the ending, lest that of a name such as "a.csv.tif" be taken for it.
+        return SaveCSV(base + c_sCsv);
+    default:
+        s_Logger.Error(L"Save: Unsupported image type\n");
+        return eRC_UnsupportedType;
+    }
+}
+
+CCTImage::EReturnCode CCTImage::Save(const std::wstring& path) const
+{
+    return Save(ws2s(path));
+}
+
+CCTImage::EReturnCode CCTImage::SaveCSV(const std::string& path) const
+{
+    const std::string base = WithoutCsv(path);
+    const bool isGrey = m_iNumChannels == 1;
+    for (int channel = 0; channel < (isGrey ? 1 : c_iColorChannels); ++channel) {
+        const std::string text = WriteCsv(*this, channel);
+        if (text.empty()) {
+            s_Logger.Error(L"SaveCSV: Unsupported image type\n");
+            return eRC_UnsupportedType;
+        }
+        const std::string file =
+            base + (isGrey ? c_sCsv : c_aChannelEndings[static_cast<std::size_t>(channel)]);
+        if (!WriteText(file, text)) {
+            s_Logger.Error(L"the file %s could not be written!\n", file);
+            return eRC_Failed;
+        }
+    }
+    return eRC_OK;
+}
+
+CCTImage::EReturnCode CCTImage::SaveCSV(const std::wstring& path) const
+{
+    return SaveCSV(ws2s(path));
+}
+
+CCTImage::EReturnCode CCTImage::LoadCSV(const std::string& path)
+{
+    const std::string base = WithoutCsv(path);
+    CCTImage loaded;
+    EReturnCode result = eRC_FileNotFound;
+    if (IsFile(path) || IsFile(base + c_sCsv)) {
+        result = ReadCsvFile(IsFile(path) ? path : base + c_sCsv, loaded);
+    } else if (IsFile(base + c_aChannelEndings.front())) {
+        result = ReadCsvFiles(base, loaded);
+    } else {
+        LogNotFound(path);
+    }
+    if (result == eRC_OK) {
+        TakePixelsOf(loaded);
+        m_sPathname = path;
+    }
+    return result;
+}
+
+CCTImage::EReturnCode CCTImage::LoadCSV(const std::wstring& path)
+{
+    return LoadCSV(ws2s(path));
 }
 
 CCTImage::EReturnCode CreateImage(CCTImage** image, const std::string& path)
