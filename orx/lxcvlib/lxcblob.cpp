@@ -158,7 +158,7 @@ LxCBlob LxCBlob::Combine(const LxCBlob& other) const
 int LxCBlob::CreateArtificialContour(double* const xs, double* const ys, double cx, double cy, double a,
                                      double b, int maxPoints)
 {
-    if (xs == nullptr || ys == nullptr || a <= 0.0 || b <= 0.0) {
+    if (xs == nullptr || ys == nullptr || !(a > 0.0) || !(b > 0.0)) {
         return 0;
     }
     int count = 0;

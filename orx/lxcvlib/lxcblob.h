@@ -78,7 +78,8 @@ public:
     /// unturned.
     ///
     /// @param ellipse  receives the result; the blob's centre without axes where the first fit fails, untouched
-    ///                 where half the width or height, in integers, is 0
+    ///                 where the box has no contour: half its width or height, in integers, is 0, or the
+    ///                 contour takes 1000 points or more
     /// @param maxError pixels; a first fit with an error not below it is not improved
     /// @return the error as `EllipseFitEx` gives it; -1.0 also if the ellipse strays more than 20 pixels from
     ///         the blob's centre on an axis

@@ -191,6 +191,8 @@ TEST(ArtificialContour, IsEmptyWithoutAxes)
     EXPECT_EQ(ContourOf(10.0, 10.0, 5.0, 0.0).count, 0);
     EXPECT_EQ(ContourOf(10.0, 10.0, -1.0, 5.0).count, 0);
     EXPECT_EQ(ContourOf(10.0, 10.0, 5.0, -1.0).count, 0);
+    EXPECT_EQ(ContourOf(10.0, 10.0, c_dNaN, 5.0).count, 0);
+    EXPECT_EQ(ContourOf(10.0, 10.0, 5.0, c_dNaN).count, 0);
 }
 
 TEST(ArtificialContour, AnOverflowGivesNoPointsInsteadOfFewer)
@@ -538,6 +540,15 @@ TEST(FitEllipseToBlob, GivesMinusOneWithoutContourEdgeOrArguments)
     EXPECT_EQ(
         Box(-1000000, -1000000, 1000000, 1000000).FitEllipseToBlob(&image, &ellipse, 0.5, true, nullptr),
         -1.0);
+    EXPECT_EQ(ellipse.GetX(), 0.0) << "without a contour the ellipse is left alone";
+    for (const double bad : {c_dNaN, c_dInfinity, -c_dInfinity, 1e300, -1e300}) {
+        LxCBlob lost = blob;
+        lost.m_dCenterX = bad;
+        EXPECT_EQ(lost.FitEllipseToBlob(&image, &ellipse, 0.5, true, nullptr), -1.0) << bad;
+        lost = blob;
+        lost.m_dCenterY = bad;
+        EXPECT_EQ(lost.FitEllipseToBlob(&image, &ellipse, 0.5, true, nullptr), -1.0) << bad;
+    }
     CCTImage flat(100, 80, CCTImage::eIDT_UINT8, true, nullptr);
     flat.Clear();
     EXPECT_EQ(blob.FitEllipseToBlob(&flat, &ellipse, 0.5, true, nullptr), -1.0);
