@@ -397,14 +397,12 @@ double Polish(const Cubic& c, double x)
     return std::abs(Evaluate(c, polished)) <= std::abs(residual) ? polished : x;
 }
 
-/// Roots of a polynomial whose c[3] is not zero, in no special order.
-int SolveProperCubic(const Cubic& c, double* roots)
+/// Roots of x³ + a·x² + b·x + d, in no special order, where the powers of a, b and d do not overflow.
+int SolveMonicCubic(double a, double b, double d, double* roots)
 {
-    const double a = c[2] / c[3];
-    const double b = c[1] / c[3];
     const double shift = a / 3.0;
     const double q = (a * a - 3.0 * b) / 9.0;
-    const double r = (2.0 * a * a * a - 9.0 * a * b + 27.0 * (c[0] / c[3])) / 54.0;
+    const double r = (2.0 * a * a * a - 9.0 * a * b + 27.0 * d) / 54.0;
     const double q3 = q * q * q;
     if (q > 0.0 && r * r <= q3) {
         const double angle = std::acos(std::clamp(r / std::sqrt(q3), -1.0, 1.0));
@@ -417,6 +415,35 @@ int SolveProperCubic(const Cubic& c, double* roots)
     const double smaller = larger == 0.0 ? 0.0 : q / larger;
     roots[0] = larger + smaller - shift;
     return 1;
+}
+
+/// The exponent e of the unit 2^e for x in which no coefficient of x³ + a·x² + b·x + d is above 1 and one of
+/// them is near it.
+int UnitExponent(double a, double b, double d)
+{
+    const double coefficients[3] = {a, b, d};
+    int unit = std::numeric_limits<double>::min_exponent - std::numeric_limits<double>::digits;
+    for (int power = 1; power <= 3; ++power) {
+        int exponent = 0;
+        if (std::frexp(coefficients[power - 1], &exponent) != 0.0) {
+            unit = std::max(unit, exponent > 0 ? (exponent + power - 1) / power : exponent / power);
+        }
+    }
+    return unit;
+}
+
+/// Roots of a polynomial whose c[3] is not zero, in no special order.
+int SolveProperCubic(const Cubic& c, double* roots)
+{
+    const double a = c[2] / c[3];
+    const double b = c[1] / c[3];
+    const double d = c[0] / c[3];
+    // A power of two costs no digits, and keeps the powers from overflowing.
+    const int unit = UnitExponent(a, b, d);
+    const int count =
+        SolveMonicCubic(std::ldexp(a, -unit), std::ldexp(b, -2 * unit), std::ldexp(d, -3 * unit), roots);
+    std::transform(roots, roots + count, roots, [unit](double x) { return std::ldexp(x, unit); });
+    return count;
 }
 
 /// The closed form loses the roots that are small against the largest one. So a polynomial with a small

@@ -7,6 +7,7 @@
 namespace LxCV {
 
 /// Solves A·X = B and inverts A by Gauss-Jordan elimination with full pivoting, both in place.
+/// Only pivots of exactly zero make A singular: where rounding keeps one from it, the inverse is rounding too.
 ///
 /// @param matrix     n·n doubles by rows; holds the inverse of A afterwards
 /// @param n          number of rows and columns
@@ -50,8 +51,9 @@ ORX_EXPORT bool ComputeJacobiEigen(double* matrix, int n, double* eigenvalues, d
 ///
 /// @param x, y count values each
 /// @return the root of the sum of squared residuals over count - 1, in the unit of y; -1.0, with `slope` and
-///         `intercept` untouched, below two points, for a null array, if all abscissae are equal, and if a sum
-///         or the result is not finite (so for any NaN or infinity among the points)
+///         `intercept` untouched, below two points, for a null array, if all abscissae are equal or the squares
+///         of their differences vanish, and if a sum or the result is not finite (so for any NaN or infinity
+///         among the points)
 ORX_EXPORT double FitLineLeastSquares(const double* x, const double* y, int count, double& slope,
                                       double& intercept);
 

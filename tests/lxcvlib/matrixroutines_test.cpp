@@ -267,6 +267,27 @@ TEST(SolveCubic, CoefficientsOfExtremeRatioGiveFiniteRootsOnly)
     }
 }
 
+TEST(SolveCubic, RootsFarFromOneKeepTheirDigits)
+{
+    // k³·(x/k - 1)(x/k - 2)(x/k + 3) and (x - k)(x² + x·k + k²)
+    for (const double k : {1e-100, 1e-60, 1e-20, 1e20, 1e60, 1e100}) {
+        const std::vector<double> three = Roots(6 * k * k * k, -7 * k * k, 0, 1);
+        ASSERT_EQ(three.size(), 3U) << k;
+        EXPECT_NEAR(three[0] / k, 2.0, kRootTolerance) << k;
+        EXPECT_NEAR(three[1] / k, 1.0, kRootTolerance) << k;
+        EXPECT_NEAR(three[2] / k, -3.0, kRootTolerance) << k;
+        const std::vector<double> one = Roots(-k * k * k, 0, 0, 1);
+        ASSERT_EQ(one.size(), 1U) << k;
+        EXPECT_NEAR(one[0] / k, 1.0, kRootTolerance) << k;
+    }
+    // (x + 1)(x² + (k - 1)·x + 1): besides 1 - k the roots are small, and next to it a double one.
+    for (const double k : {1e60, 1e110, 1e200}) {
+        const std::vector<double> roots = Roots(1, k, k, 1);
+        ASSERT_FALSE(roots.empty()) << k;
+        EXPECT_NEAR(roots.back() / k, -1.0, kRootTolerance) << k;
+    }
+}
+
 TEST(SolveCubic, SmallRootsKeepTheirDigitsWhenTheLeadingCoefficientAlmostVanishes)
 {
     // As the leading coefficient goes to zero, two roots go to those of (x - 1)(x - 2).
