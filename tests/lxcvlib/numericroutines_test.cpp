@@ -177,6 +177,24 @@ TYPED_TEST(QuickSelect, AnyMixOfNaNAndInfinityStaysInTheArrayAndIsOnlyReordered)
     }
 }
 
+TYPED_TEST(QuickSelect, InfinitiesAreTheOutermostRanks)
+{
+    using Limits = std::numeric_limits<TypeParam>;
+    const TypeParam special[] = {Limits::infinity(), -Limits::infinity(), Limits::max(),
+                                 Limits::lowest(),   TypeParam{0},        Limits::denorm_min()};
+    std::mt19937 random(11);
+    for (int trial = 0; trial < 5000; ++trial) {
+        const int count = 1 + trial % 20;
+        std::vector<TypeParam> values(static_cast<std::size_t>(count));
+        std::generate(values.begin(), values.end(), [&] { return special[random() % std::size(special)]; });
+        std::vector<TypeParam> sorted = values;
+        std::sort(sorted.begin(), sorted.end());
+        ASSERT_EQ(QuickSelectMedian(values.data(), count, false),
+                  sorted[static_cast<std::size_t>((count - 1) / 2)])
+            << testing::PrintToString(sorted);
+    }
+}
+
 TEST(QuickSelectMemory, TakesNone)
 {
     std::mt19937 random(4);
@@ -203,6 +221,17 @@ TEST(CalcStandardDeviation, IsZeroBelowTwoValuesAndForNull)
     EXPECT_EQ(CalcStandardDeviation(values, 0), 0.0);
     EXPECT_EQ(CalcStandardDeviation(values, -3), 0.0);
     EXPECT_EQ(CalcStandardDeviation(nullptr, 2), 0.0);
+}
+
+TEST(CalcStandardDeviation, IsNoFiniteNumberForValuesThatAreNone)
+{
+    for (const double bad : {c_dNaN, c_dInfinity, -c_dInfinity}) {
+        for (std::size_t place = 0; place < 3; ++place) {
+            double values[3] = {1, 2, 4};
+            values[place] = bad;
+            EXPECT_FALSE(std::isfinite(CalcStandardDeviation(values, 3))) << bad << " at " << place;
+        }
+    }
 }
 
 TEST(CalcStandardDeviation, CancellationBelowZeroGivesZeroAndNeverNaN)
@@ -383,6 +412,24 @@ TEST(CubicSpline, EqualAbscissaeAroundThePlaceAreRefused)
     EXPECT_FALSE(CubicSplineInterpolation(triple, y, moments, 3, 1.0, &value));
 }
 
+TEST(CubicSpline, EqualAbscissaeHaveNoFiniteSecondDerivatives)
+{
+    const double y[5] = {0, 1, 2, 5, 3};
+    for (const auto& x : {std::array<double, 5>{0, 0, 1, 2, 3},
+                          {0, 1, 1, 2, 3},
+                          {0, 1, 2, 3, 3},
+                          {0, 1, 1, 1, 2},
+                          {4, 4, 4, 4, 4}}) {
+        double moments[7] = {7, 7, 7, 7, 7, 7, 7};
+        ASSERT_TRUE(Compute2ndSplineDerivative(x.data(), y, 5, moments + 1));
+        EXPECT_FALSE(std::all_of(moments + 1, moments + 6, [](double m) { return std::isfinite(m); }));
+        EXPECT_EQ(moments[1], 0.0) << "the ends are natural";
+        EXPECT_EQ(moments[5], 0.0);
+        EXPECT_EQ(moments[0], 7.0);
+        EXPECT_EQ(moments[6], 7.0);
+    }
+}
+
 TEST(CubicSpline, RefusesNullsAndTooFewPointsUntouched)
 {
     const double x[3] = {0, 1, 2};
@@ -493,6 +540,32 @@ TEST(FitLineMinAbsDev, ComesWithinItsStepOfTheBestLineThroughTwoPoints)
     // Where an ordinate near zero makes the rounding of the median point's own deviation count, the search
     // can take the wrong half. It then still betters the least-squares line.
     EXPECT_LE(missed, c_iTrials / 100);
+}
+
+TEST(FitLineMinAbsDev, SearchesByStepsOfThreeDeviationsAndThenByHalving)
+{
+    // The least-squares slope is -0.4 with s = √((12.8 - 0.4²·10)/4) = √2.8. The best slope is 0, within the
+    // first step w = 3·s. w/512 is the first part below 0.01·s, so nine halvings lead to an odd number of
+    // them: 0.4·512/w = 40.8 lies between 40 and 42, whose middle is evaluated last.
+    const double s = std::sqrt(2.8);
+    const double w = 3.0 * s;
+    constexpr double c_dTolerance = 1e-12; // roundings of numbers up to 50
+    const double x[5] = {0, 1, 2, 3, 4};
+    const double y[5] = {0, 4, 0, 0, 0};
+    double slope = c_dNaN;
+    double intercept = c_dNaN;
+    FitLineMinAbsDev(x, y, 5, slope, intercept);
+    EXPECT_NEAR(slope, -0.4 + 41.0 / 512.0 * w, c_dTolerance);
+    // With abscissae a hundredth as wide, the slope -40 is off by more. The steps w, 1.6·w, 2.56·w, 4.096·w
+    // lead to -35.0, -26.9, -14.1 and +6.5. 4.096·w/2048 is the first part below 0.01·s, and 14.097·2048/
+    // (4.096·w) = 1404.1 lies between 1404 and 1406.
+    const double narrow[5] = {0, 0.01, 0.02, 0.03, 0.04};
+    FitLineMinAbsDev(narrow, y, 5, slope, intercept);
+    EXPECT_NEAR(slope, -40.0 + 5.16 * w + 4.096 * w * 1405.0 / 2048.0, c_dTolerance);
+    // Mirrored, the search goes the other way.
+    const double mirrored[5] = {0, -0.01, -0.02, -0.03, -0.04};
+    FitLineMinAbsDev(mirrored, y, 5, slope, intercept);
+    EXPECT_NEAR(slope, 40.0 - 5.16 * w - 4.096 * w * 1405.0 / 2048.0, c_dTolerance);
 }
 
 TEST(FitLineMinAbsDev, IsNotPulledByOutliers)
