@@ -2,6 +2,7 @@
 #include "lxctrace.h"
 
 #include "orx/btservices/btsingletoninstance.h"
+#include "orx/logging/logger.h"
 #include "orx/platform/clock.h"
 #include "orx/platform/paths.h"
 #include "orx/platform/threads.h"
@@ -10,19 +11,24 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <fcntl.h>
 #include <filesystem>
 #include <limits>
 #include <locale.h>
 #include <mutex>
 #include <new>
 #include <span>
+#include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 
 template class BtSingleton<LxCV::LxCTrace>;
 
 namespace LxCV {
 
 namespace {
+
+const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCTrace");
 
 /// What the calling thread last learned about a thread filter, so that it asks for each filter once.
 struct SFilterAnswer
@@ -115,15 +121,30 @@ bool Write(std::FILE* file, std::string_view text)
     return std::fwrite(text.data(), 1, text.size(), file) == text.size();
 }
 
-std::FILE* Open(const std::string& pathText, const char* mode)
+/// Opens a file to write behind its end, and makes it where it is not there. Null for a pipe, which could keep the
+/// process waiting or end it.
+/// @param furtherFlags of open
+std::FILE* Open(const std::string& pathText, int furtherFlags = 0)
 {
-    return std::fopen(platform::NativePath(pathText).c_str(), mode);
+    constexpr int c_flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK;
+    constexpr mode_t c_anyone = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH; // less the umask
+    const int descriptor = open(platform::NativePath(pathText).c_str(), c_flags | furtherFlags, c_anyone);
+    if (descriptor < 0) {
+        return nullptr;
+    }
+    struct stat status = {};
+    const bool usable = fstat(descriptor, &status) == 0 && !S_ISFIFO(status.st_mode);
+    std::FILE* const file = usable ? fdopen(descriptor, "a") : nullptr;
+    if (file == nullptr) {
+        close(descriptor);
+    }
+    return file;
 }
 
 /// Appends one line to a file that is opened for this alone.
 bool AppendLine(const std::string& pathText, std::string_view prefix, std::string_view message)
 {
-    std::FILE* const file = Open(pathText, "ae");
+    std::FILE* const file = Open(pathText);
     if (file == nullptr) {
         return false;
     }
@@ -133,7 +154,7 @@ bool AppendLine(const std::string& pathText, std::string_view prefix, std::strin
 
 bool MakeEmptyFile(const std::string& pathText)
 {
-    std::FILE* const file = Open(pathText, "we");
+    std::FILE* const file = Open(pathText, O_TRUNC);
     return file != nullptr && std::fclose(file) == 0;
 }
 
@@ -234,6 +255,7 @@ bool LxCTrace::Init(const std::string& moduleName, const std::string& path, unsi
 {
     const std::lock_guard lock(m_MessageLock);
     m_bOpen = false;
+    m_bLosingLines = false;
     m_vSilentBuffer.clear();
     m_uiNextLine = 0;
     m_sModuleName = moduleName;
@@ -364,7 +386,7 @@ bool LxCTrace::WriteTrace()
     if ((m_iOptions & eO_Silent) == 0 || m_sTraceFile.empty()) {
         return true;
     }
-    std::FILE* const file = Open(m_sTraceFile, "ae");
+    std::FILE* const file = Open(m_sTraceFile);
     if (file == nullptr) {
         return false;
     }
@@ -447,15 +469,23 @@ void LxCTrace::MsgEx(int level, bool noPrefix, const char* format, ArgumentList 
     try {
         if ((m_iOptions & eO_Silent) != 0 && !prefix.empty()) {
             KeepLine(prefix, message);
-        } else if (AppendLine(m_sTraceFile, prefix, message)) {
-            CheckFileSize();
         } else {
-            m_bOpen = false;
+            NoteLoss(!AppendLine(m_sTraceFile, prefix, message));
+            CheckFileSize();
         }
     } catch (const std::exception&) {
         // No memory for the line or for the name of its file: the line is lost, tracing goes on.
         return;
     }
+}
+
+/// Tells of the first line that is lost, and of the first after one that was not.
+void LxCTrace::NoteLoss(bool lost)
+{
+    if (lost && !m_bLosingLines) {
+        s_Logger.Warning(L"Lines are lost, since the trace file '%s' cannot be written.\n", m_sTraceFile);
+    }
+    m_bLosingLines = lost;
 }
 
 /// Returns the length of the prefix, 0 where no option wants one.
@@ -534,7 +564,7 @@ void LxCTrace::ReplaceRecentFile() const
 /// Turns to the next file of the ring if the present one has become too long.
 void LxCTrace::CheckFileSize()
 {
-    std::FILE* const file = Open(m_sTraceFile, "a+e");
+    std::FILE* const file = Open(m_sTraceFile);
     if (file == nullptr) {
         return;
     }

@@ -38,8 +38,8 @@ namespace LxCV {
 /// process. A format is written as it stands, without its arguments, if it has a conversion that is unknown, not
 /// complete or "%n", a width or precision of more than four digits, or an argument that has no UTF-8 form.
 ///
-/// Nothing here throws for a file that cannot be written: the line is lost, and `IsInitialized` is false until the
-/// next `Init`.
+/// Nothing here throws for a file that cannot be written: the line is lost, the first of several with a warning in the
+/// log, and the next line tries again. A pipe is never written to, as it could keep the process waiting or end it.
 ///
 /// All operations may be called from any thread. A message that level or thread filter keep out takes no lock.
 class ORX_EXPORT LxCTrace
@@ -182,6 +182,7 @@ private:
         __attribute__((format(printf, 4, 0)));
     std::size_t BuildPrefix(int level, Line& line) const;
     void KeepLine(std::string_view prefix, std::string_view message);
+    void NoteLoss(bool lost);
     static bool IsComplete(std::size_t length);
     bool BuildFileNames();
     void ReplaceRecentFile() const;
@@ -201,6 +202,7 @@ private:
     std::atomic<int> m_iLevel{sc_iMessageLevel};
     int m_iOptions = eO_Date | eO_Time | eO_Level;
     std::size_t m_uiNextLine = 0;
+    bool m_bLosingLines = false; ///< whether the last line for the file could not be written
     std::set<std::uint32_t> m_sThreadFilter;
     std::map<std::uint32_t, std::map<std::string, STimer>> m_Timers; ///< of threads with a running timer
     std::map<std::uint32_t, int> m_TimerDepths;                      ///< running timers of these threads

@@ -1,6 +1,8 @@
 #include "lxctrace.h"
 
+#include "orx/logging/logger.h"
 #include "tests/lxcvlib/tracetestsupport.h"
+#include "tests/support/watchdog.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,9 +11,12 @@
 #include <bit>
 #include <climits>
 #include <cstddef>
+#include <fcntl.h>
 #include <filesystem>
 #include <random>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -479,6 +484,19 @@ TEST_F(LxCTraceTest, HugeRingTakesMemoryOnlyForItsLines)
 
 // --- Faults
 
+int CountLossWarnings(const Logging::CCapture& capture)
+{
+    int count = 0;
+    for (const Logging::CRecord& record : capture.GetRecords()) {
+        const bool complete = record.level == Logging::ELevel::eWarning &&
+                              record.channel == L"ORX.Lumorad.LxCTrace" &&
+                              record.text.starts_with(L"Lines are lost, since the trace file '/") &&
+                              record.text.ends_with(L"\\base_0.txt' cannot be written.\n");
+        count += complete ? 1 : 0;
+    }
+    return count;
+}
+
 TEST_F(LxCTraceTest, MissingFolderFails)
 {
     EXPECT_FALSE(m_Trace.Init("", m_Folder / "missing", sc_ulNoLimit, 2, "base"));
@@ -487,24 +505,58 @@ TEST_F(LxCTraceTest, MissingFolderFails)
     EXPECT_FALSE(Exists("missing"));
 }
 
-// Permissions do not keep root out; a kernel file system does.
+// Permissions do not keep root out; a kernel file system and a file in a folder's place do.
 TEST_F(LxCTraceTest, FolderThatTakesNoFilesFails)
 {
-    EXPECT_FALSE(m_Trace.Init("", "/proc/self", sc_ulNoLimit, 2, "base"));
-    EXPECT_FALSE(m_Trace.IsInitialized());
+    ::TestSupport::WriteFile(m_Folder / "file", "content");
+    for (const std::string& folder : {std::string("/proc/self"), m_Folder / "file"}) {
+        EXPECT_FALSE(m_Trace.Init("", folder, sc_ulNoLimit, 2, "base")) << folder;
+        EXPECT_FALSE(m_Trace.IsInitialized());
+        m_Trace.Message("lost");
+        EXPECT_FALSE(m_Trace.CopyTraceFileToFolder(m_Folder.GetPath().string()));
+    }
+    EXPECT_EQ(Text("file"), "content");
 }
 
-TEST_F(LxCTraceTest, FullDiskEndsTheTrace)
+TEST_F(LxCTraceTest, FullDiskLosesLinesWithOneWarning)
 {
     ASSERT_TRUE(InitBare());
     fs::remove(m_Folder / "base_0.txt");
     fs::create_symlink("/dev/full", m_Folder / "base_0.txt");
+    const Logging::CCapture capture;
     m_Trace.Message("lost");
-    EXPECT_FALSE(m_Trace.IsInitialized());
     m_Trace.Message("lost too");
-    EXPECT_TRUE(InitBare()) << "the link is now the recent file";
-    m_Trace.Message("text");
-    EXPECT_EQ(Text(), "text");
+    EXPECT_TRUE(m_Trace.IsInitialized());
+    EXPECT_EQ(capture.GetRecords().size(), 1U);
+    EXPECT_EQ(CountLossWarnings(capture), 1);
+    fs::remove(m_Folder / "base_0.txt");
+    m_Trace.Message("there is room again");
+    EXPECT_EQ(Text(), "there is room again");
+    fs::remove(m_Folder / "base_0.txt");
+    fs::create_symlink("/dev/full", m_Folder / "base_0.txt");
+    m_Trace.Message("lost again");
+    EXPECT_EQ(CountLossWarnings(capture), 2);
+}
+
+// A pipe that nobody reads would keep who opens it waiting; one whose reader goes away ends who writes to it.
+TEST_F(LxCTraceTest, PipeInPlaceOfAFileIsNeverWrittenTo)
+{
+    const ::TestSupport::CWatchdog watchdog;
+    ASSERT_TRUE(InitBare());
+    const std::string pipe = m_Folder / "base_0.txt";
+    fs::remove(pipe);
+    ASSERT_EQ(mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
+    const Logging::CCapture capture;
+    m_Trace.Message("lost");
+    EXPECT_EQ(CountLossWarnings(capture), 1);
+    const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    m_Trace.Message("lost too");
+    char byte = 0;
+    EXPECT_EQ(read(reader, &byte, 1), 0) << "end, as nobody writes";
+    close(reader);
+    fs::create_directories(m_Folder / "base_0_recent.txt/which/does/not/give/way");
+    EXPECT_FALSE(InitBare());
 }
 
 TEST_F(LxCTraceTest, WriteTraceSaysThatTheDiskIsFull)
@@ -527,14 +579,20 @@ TEST_F(LxCTraceTest, WriteTraceKeepsTheRingWhereTheFileDoesNotOpen)
     EXPECT_EQ(Text("later/base_0.txt"), "3 kept");
 }
 
-TEST_F(LxCTraceTest, FolderThatVanishesEndsTheTrace)
+TEST_F(LxCTraceTest, FolderMayVanishAndComeBack)
 {
     const std::string folder = m_Folder / "short lived";
     fs::create_directory(folder);
     ASSERT_TRUE(m_Trace.Init("", folder, sc_ulNoLimit, 2, "base"));
     fs::remove_all(folder);
+    const Logging::CCapture quiet;
     m_Trace.Message("lost");
-    EXPECT_FALSE(m_Trace.IsInitialized());
+    EXPECT_TRUE(m_Trace.IsInitialized());
+    EXPECT_FALSE(Exists("short lived"));
+    fs::create_directory(folder);
+    m_Trace.SetOptions(0);
+    m_Trace.Message("back");
+    EXPECT_EQ(Text("short lived/base_0.txt"), "back");
 }
 
 TEST_F(LxCTraceTest, NamesOf1023BytesAreRefusedAndTouchNoFile)
