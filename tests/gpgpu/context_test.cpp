@@ -2,6 +2,7 @@
 
 #include "orx/logging/logger.h"
 #include "tests/support/computecontext.h"
+#include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
 
@@ -191,6 +192,7 @@ TEST_P(Context, RandomCopiesDoWhatVectorsDo)
 
 TEST_P(Context, PipelinesRunBesideEachOther)
 {
+    const TestSupport::CWatchdog watchdog;
     std::vector<std::thread> threads;
     for (unsigned int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([this, thread] {

@@ -1,6 +1,7 @@
 #include "orx/gpgpu/csession.h"
 
 #include "tests/support/computecontext.h"
+#include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +13,11 @@
 namespace GPGPU {
 namespace {
 
+/// A session that never begins or never ends would hang its test.
 class Session : public TestSupport::CEachTechnology
-{};
+{
+    const TestSupport::CWatchdog m_Watchdog;
+};
 
 INSTANTIATE_TEST_SUITE_P(On, Session, TestSupport::c_allTechnologies, TestSupport::NameOfTechnology);
 

@@ -1,5 +1,7 @@
 #include "lxccallstack.h"
 
+#include "tests/support/watchdog.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -82,6 +84,7 @@ TEST(LxCCallStack, EachThreadSeesItsOwnStack)
 
 TEST(LxCCallStack, ManyThreadsPushAndPopAtOnce)
 {
+    const ::TestSupport::CWatchdog watchdog;
     std::vector<std::thread> threads;
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([thread] {

@@ -2,6 +2,7 @@
 
 #include "orx/platform/threads.h"
 #include "tests/lxcvlib/tracetestsupport.h"
+#include "tests/support/watchdog.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -75,6 +76,7 @@ TEST_F(LxCTraceTest, TimersBelongToTheirThread)
 
 TEST_F(LxCTraceTest, LinesOfManyThreadsStayWhole)
 {
+    const ::TestSupport::CWatchdog watchdog;
     constexpr int c_iThreads = 4;
     constexpr int c_iLines = 100;
     m_Trace.SetOptions(LxCTrace::eO_Level);
@@ -105,6 +107,7 @@ TEST_F(LxCTraceTest, LinesOfManyThreadsStayWhole)
 // Chiefly for the thread sanitizer: what may change does, while others trace in both modes and read.
 TEST_F(LxCTraceTest, EverythingMayChangeWhileOthersTrace)
 {
+    const ::TestSupport::CWatchdog watchdog;
     constexpr int c_iRounds = 60;
     ASSERT_TRUE(Init(2000, 3));
     std::atomic<bool> stop{false};
