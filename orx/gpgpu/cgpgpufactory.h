@@ -14,8 +14,8 @@ class ORX_EXPORT CGPGPUFactory
 public:
     CGPGPUFactory() = delete;
 
-    /// OpenCL where a device answers, that is, gives a context, and host memory elsewhere. The environment variable LXCV_GPGPU forces one of them:
-    /// "opencl" or "host"; any other text counts as not set, with a line in the log.
+    /// OpenCL where a device answers, that is, gives a context, and host memory elsewhere. The environment variable
+    /// LXCV_GPGPU forces one of them: "opencl" or "host"; any other text counts as not set, with a line in the log.
     /// @return never null
     /// @throws CException with OpenCL's own error if "opencl" is forced and no device answers
     static std::shared_ptr<ITechnologyAccess> GetTechnologyAccess();

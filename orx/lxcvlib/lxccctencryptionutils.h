@@ -34,7 +34,8 @@ public:
     /// Reads a container of either version and appends its text, and behind it one NUL byte, to `text`.
     ///
     /// The container may be hostile: memory is taken as bytes really come, and a container that is cut, changed,
-    /// made under another key, that lies about a size or claims a text longer than any that is written (some 64 MiB) is refused.
+    /// made under another key, that lies about a size or claims a text longer than any that is written (some
+    /// 64 MiB) is refused.
     /// @return whether it was read; on failure `text` is as it was, and the log has the line
     /// "Read ini-file failed" at error level
     static bool DecryptAndDecompress(std::stringstream& text, std::istream& source);
