@@ -2,13 +2,13 @@
 
 #include "orx/logging/logger.h"
 #include "tests/lxcvlib/tracetestsupport.h"
+#include "tests/support/virtualslot.h"
 #include "tests/support/watchdog.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
-#include <bit>
 #include <climits>
 #include <cstddef>
 #include <fcntl.h>
@@ -28,6 +28,7 @@ using testing::StartsWith;
 using TestSupport::COpenTrace;
 using TestSupport::FormattedByTheCLibrary;
 using TestSupport::LxCTraceTest;
+using ::TestSupport::SlotOf;
 using TestSupport::Unchecked;
 
 namespace fs = std::filesystem;
@@ -746,14 +747,6 @@ TEST_F(LxCTraceTest, HostileTimerNamesAreText)
 }
 
 // --- Interface
-
-template <typename Function>
-std::ptrdiff_t SlotOf(Function function)
-{
-    // A pointer to a virtual member function holds 1 + the offset of its slot in the table (Itanium C++ ABI).
-    return (std::bit_cast<std::array<std::ptrdiff_t, 2>>(function)[0] - 1) /
-           static_cast<std::ptrdiff_t>(sizeof(void*));
-}
 
 TEST(LxCTrace, VirtualOperationsStandInTheirSlots)
 {

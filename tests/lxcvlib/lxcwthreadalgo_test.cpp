@@ -5,6 +5,7 @@
 #include "orx/platform/threads.h"
 #include "tests/lxcvlib/workerprobe.h"
 #include "tests/support/nothreads.h"
+#include "tests/support/virtualslot.h"
 #include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +14,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <cwchar>
 #include <functional>
 #include <memory>
@@ -30,6 +30,7 @@ namespace {
 using Logging::ELevel;
 using TestSupport::ComesTrue;
 using TestSupport::CWatchdog;
+using TestSupport::SlotBehindDestructor;
 
 constexpr const wchar_t* c_sChannel = L"ORX.Lumorad.LxCWThreadAlgo";
 constexpr unsigned long c_ulLong = 10000; // ms; longer than any wait that succeeds
@@ -80,26 +81,17 @@ TEST_F(LxCWThreadAlgoTest, NewWorkerIsIdleAndNameless)
     EXPECT_EQ(worker.GetName(), "Poller");
 }
 
-/// The place of a virtual function in the table of its class, counted from 0 behind the two destructors.
-template <typename Function>
-std::ptrdiff_t SlotOf(Function function)
-{
-    std::ptrdiff_t word = 0; // of a virtual function: 1 + its offset in bytes
-    std::memcpy(&word, &function, sizeof(word));
-    return (word - 1) / static_cast<std::ptrdiff_t>(sizeof(void*)) - 2;
-}
-
 TEST(LxCWThreadAlgo, VirtualFunctionsKeepTheirSlots)
 {
-    EXPECT_EQ(SlotOf(&WorkerProbe::Control), 0);
-    EXPECT_EQ(SlotOf(&WorkerProbe::DoWork), 1);
-    EXPECT_EQ(SlotOf(&WorkerProbe::OnStartPre), 2);
-    EXPECT_EQ(SlotOf(&WorkerProbe::OnStartPost), 3);
-    EXPECT_EQ(SlotOf(&WorkerProbe::OnPausePre), 4);
-    EXPECT_EQ(SlotOf(&WorkerProbe::OnPausePost), 5);
-    EXPECT_EQ(SlotOf(&WorkerProbe::OnExit), 6);
-    EXPECT_EQ(SlotOf(&WorkerProbe::IsPauseRequestPending), 7);
-    EXPECT_EQ(SlotOf(&WorkerProbe::CalcIPS), 8);
+    EXPECT_EQ(SlotBehindDestructor(&WorkerProbe::Control), 0);
+    EXPECT_EQ(SlotBehindDestructor(&WorkerProbe::DoWork), 1);
+    EXPECT_EQ(SlotBehindDestructor(&WorkerProbe::OnStartPre), 2);
+    EXPECT_EQ(SlotBehindDestructor(&WorkerProbe::OnStartPost), 3);
+    EXPECT_EQ(SlotBehindDestructor(&WorkerProbe::OnPausePre), 4);
+    EXPECT_EQ(SlotBehindDestructor(&WorkerProbe::OnPausePost), 5);
+    EXPECT_EQ(SlotBehindDestructor(&WorkerProbe::OnExit), 6);
+    EXPECT_EQ(SlotBehindDestructor(&WorkerProbe::IsPauseRequestPending), 7);
+    EXPECT_EQ(SlotBehindDestructor(&WorkerProbe::CalcIPS), 8);
 }
 
 TEST(LxCWThreadAlgo, ReturnCodesKeepTheirNumbers)
