@@ -1,4 +1,4 @@
-// Counts the memory allocations of the calling thread.
+// Counts the memory allocations of the calling thread, and lets some of them fail.
 #pragma once
 
 #include <cstddef>
@@ -26,6 +26,17 @@ private:
     static std::size_t GetTotal();
 
     std::size_t m_Start;
+};
+
+/// While it lives, calls of operator new for at least `minBytes` fail on the thread that constructed it, after the
+/// first `allowed` ones of them. At most one lives in a thread. Under the thread sanitizer nothing fails.
+class AllocationLimit
+{
+public:
+    AllocationLimit(std::size_t minBytes, std::size_t allowed);
+    ~AllocationLimit();
+    AllocationLimit(const AllocationLimit&) = delete;
+    AllocationLimit& operator=(const AllocationLimit&) = delete;
 };
 
 } // namespace LxCV

@@ -29,15 +29,38 @@ std::size_t LxCV::AllocationCount::GetTotal()
     return 0;
 }
 
+LxCV::AllocationLimit::AllocationLimit(std::size_t, std::size_t) {}
+LxCV::AllocationLimit::~AllocationLimit() = default;
+
 #else
 
 namespace {
 
+constexpr std::size_t c_NoLimit = SIZE_MAX;
+
 thread_local std::size_t s_Allocations = 0;
+thread_local std::size_t s_LimitedBytes = c_NoLimit; ///< allocations of so many bytes or more are limited
+thread_local std::size_t s_Allowed = 0;              ///< of those, how many may still succeed
+
+/// Whether an allocation is one that is to fail.
+bool IsRefused(std::size_t size)
+{
+    if (size < s_LimitedBytes) {
+        return false;
+    }
+    if (s_Allowed == 0) {
+        return true;
+    }
+    --s_Allowed;
+    return false;
+}
 
 void* Allocate(std::size_t size, std::size_t alignment = alignof(std::max_align_t)) noexcept
 {
     ++s_Allocations;
+    if (IsRefused(size)) {
+        return nullptr;
+    }
     const std::size_t rounded = (std::max<std::size_t>(size, 1) + alignment - 1) / alignment * alignment;
     return rounded < size ? nullptr : std::aligned_alloc(alignment, rounded);
 }
@@ -153,6 +176,17 @@ std::size_t AllocationCount::GetTotal()
     return s_Allocations;
 }
 
+AllocationLimit::AllocationLimit(std::size_t minBytes, std::size_t allowed)
+{
+    s_LimitedBytes = minBytes;
+    s_Allowed = allowed;
+}
+
+AllocationLimit::~AllocationLimit()
+{
+    s_LimitedBytes = c_NoLimit;
+}
+
 namespace {
 
 TEST(AllocationCount, SeesEveryFormOfNew)
@@ -193,6 +227,19 @@ TEST(AllocationCount, LeavesOtherThreadsOut)
         worker.join();
     }
     EXPECT_EQ(inThread, 1U);
+}
+
+TEST(AllocationLimit, LargeAllocationsFailWhenTheAllowedOnesAreGone)
+{
+    {
+        const AllocationLimit limit(1000, 2);
+        ::operator delete(::operator new(1000));
+        ::operator delete (::operator new (5000, std::align_val_t{64}), std::align_val_t{64});
+        EXPECT_THROW(static_cast<void>(::operator new(1000)), std::bad_alloc);
+        EXPECT_EQ(::operator new(1000, std::nothrow), nullptr);
+        ::operator delete(::operator new(999));
+    }
+    ::operator delete(::operator new(5000));
 }
 
 TEST(AllocationCount, CountsNothingWhereNothingIsAllocated)
