@@ -103,6 +103,7 @@ Measurement Measure(const Rendering& rendering, const std::filesystem::path& mod
         throw std::runtime_error(modelFile.string() + " is no calibrated model for images of this size");
     }
     decoder::Decoder decoder(model);
+    decoder.Init(pair.pattern.width, pair.pattern.height);
     const LxCV::CCTImage reference = Wrap(pair.reference);
     const LxCV::CCTImage pattern = Wrap(pair.pattern);
     progress.Run("remove texture", [&] { decoder.ComputeSignal(reference, pattern); });

@@ -5,6 +5,7 @@
 #include "lxcextremum.h"
 #include "lxcpinholeframework.h"
 #include "lxcstripepattern.h"
+#include "scanner/decoder/edgewords.h"
 
 #include <cstdint>
 #include <numeric>
@@ -37,6 +38,14 @@ LxCExtremum WordAt(const CCTImage& words, int column, int row)
 }
 
 } // namespace
+
+void CodeWordReader::Init(int width, int height)
+{
+    m_edges.resize(ExpectedEdgePixels(width, height));
+    m_edges.clear();
+    m_ends.reserve(static_cast<std::size_t>(width) + 1);
+    m_lastIds.reserve(static_cast<std::size_t>(height));
+}
 
 void CodeWordReader::Read(CCTImage& words)
 {

@@ -32,6 +32,9 @@ public:
         : m_model(model), m_maxDistance(config.edges.m_iMaxCodeLetterDist)
     {}
 
+    /// Makes the working buffers for images of so many pixels.
+    void Init(int width, int height);
+
     /// Names the words of all columns. A model whose pattern has no table, or one for code words of another
     /// length, names nothing; nor is a cyclic number given that the 8 bits of an id do not hold.
     /// @param words image of type INT32; one without pixels holds no edges

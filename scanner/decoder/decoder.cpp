@@ -3,6 +3,9 @@
 
 #include "lxcpinholeframework.h"
 
+#include <new>
+#include <stdexcept>
+
 namespace decoder {
 
 using LxCV::CCTImage;
@@ -12,6 +15,31 @@ Decoder::Decoder(const LxCV::LxCPinholeFramework& model, const DecoderConfig& co
     : m_model(model), m_config(config), m_writer(config), m_reader(model, config), m_tracer(model, config)
 {}
 
+void Decoder::Init(int width, int height)
+{
+    if (width < 1 || height < 1) {
+        throw std::invalid_argument("there are no images of this size to decode");
+    }
+    m_signal.Init(width, height);
+    FitWords(width, height);
+    m_reader.Init(width, height);
+    m_tracer.Init(width, height);
+    const std::size_t edges = ExpectedEdgePixels(width, height);
+    m_edges.resize(edges); // so that their memory is not only reserved
+    m_edges.clear();
+    m_points.resize(edges);
+    m_points.clear();
+}
+
+/// Gives the edge words a size, if it is not theirs.
+void Decoder::FitWords(int width, int height)
+{
+    if ((m_words.GetWidth() != width || m_words.GetHeight() != height || !m_words.IsValid()) &&
+        m_words.Resize(width, height, CCTImage::eIDT_INT32) != LxCV::CCTImage::eRC_OK) {
+        throw std::bad_alloc();
+    }
+}
+
 void Decoder::ComputeSignal(const CCTImage& reference, const CCTImage& pattern)
 {
     m_signal.Compute(reference, pattern, m_config);
@@ -19,7 +47,7 @@ void Decoder::ComputeSignal(const CCTImage& reference, const CCTImage& pattern)
 
 void Decoder::FindEdges()
 {
-    m_words.Resize(m_signal.GetWidth(), m_signal.GetHeight(), LxCV::CCTImage::eIDT_INT32);
+    FitWords(m_signal.GetWidth(), m_signal.GetHeight());
     m_writer.Write(m_signal, m_words);
 }
 

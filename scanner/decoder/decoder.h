@@ -31,6 +31,11 @@ public:
     /// @param model calibrated; must outlive the decoder
     explicit Decoder(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config = {});
 
+    /// Makes the working buffers for images of so many pixels, so that the first measurement finds them in memory
+    /// as all later ones do. Optional: the steps make what is missing.
+    /// @throws std::bad_alloc, std::invalid_argument for sizes below 1
+    void Init(int width, int height);
+
     /// Frees the pattern image of shading and texture.
     /// @param reference, pattern type FLOAT32_3, grey levels 0 to 255, one size
     /// @throws std::invalid_argument if they do not fit
@@ -54,6 +59,8 @@ public:
     const std::vector<MeasuredPoint>& GetPoints() const { return m_points; }
 
 private:
+    void FitWords(int width, int height);
+
     const LxCV::LxCPinholeFramework& m_model;
     DecoderConfig m_config;
     StripeSignal m_signal;

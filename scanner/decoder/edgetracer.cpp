@@ -34,6 +34,16 @@ LxCLightStripeEdgeSinglePixel* EdgeTracer::Pixels()
     return static_cast<LxCLightStripeEdgeSinglePixel*>(m_image.GetImageDataRaw());
 }
 
+void EdgeTracer::Init(int width, int height)
+{
+    if (m_image.GetHeight() != height || m_image.GetWidth() != width + 2 * kMargin) {
+        if (m_image.Resize(width + 2 * kMargin, height, CCTImage::eIDT_INT32) != LxCV::CCTImage::eRC_OK) {
+            throw std::bad_alloc();
+        }
+        m_entries.resize(static_cast<std::size_t>(m_image.GetWidth()));
+    }
+}
+
 void EdgeTracer::Trace(CCTImage& words, std::vector<EdgePixel>& edges)
 {
     if (!words.IsValid()) {
@@ -43,13 +53,7 @@ void EdgeTracer::Trace(CCTImage& words, std::vector<EdgePixel>& edges)
         throw std::invalid_argument("stripe edges are traced in an image of edge words");
     }
     const int width = words.GetWidth();
-    if (m_image.GetHeight() != words.GetHeight() || m_image.GetWidth() != width + 2 * kMargin) {
-        if (m_image.Resize(width + 2 * kMargin, words.GetHeight(), words.GetDataType()) !=
-            LxCV::CCTImage::eRC_OK) {
-            throw std::bad_alloc();
-        }
-        m_entries.resize(static_cast<std::size_t>(m_image.GetWidth()));
-    }
+    Init(width, words.GetHeight());
     m_image.CopyFrom(&words, false);
     m_drawn = 0;
     const int increment = std::max(m_config.edges.m_iIncrement, 1);

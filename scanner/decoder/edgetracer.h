@@ -37,6 +37,10 @@ public:
         : m_model(model), m_config(config)
     {}
 
+    /// Makes the working buffers for images of so many pixels.
+    /// @throws std::bad_alloc
+    void Init(int width, int height);
+
     /// Appends the pixels of all valid edges, by ascending row and column.
     /// @param words image of type INT32; afterwards the traced image: a pixel of a traced edge holds an
     ///        `LxCLightStripeEdgeSinglePixel` word with the edge's number as traced id

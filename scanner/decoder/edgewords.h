@@ -6,6 +6,7 @@
 #include "scanner/decoder/stripesignal.h"
 
 #include <array>
+#include <cstddef>
 #include <vector>
 
 namespace LxCV {
@@ -13,6 +14,14 @@ class CCTImage;
 }
 
 namespace decoder {
+
+/// For how many edge pixels of an image memory is taken beforehand: stripes are hardly less than four rows high.
+/// More of them are no fault.
+/// @param width, height pixels, at least 1
+inline std::size_t ExpectedEdgePixels(int width, int height)
+{
+    return static_cast<std::size_t>(width) * (static_cast<std::size_t>(height) / 4 + 1);
+}
 
 /// Writes the stripe edges of an image as `LxCExtremum` words.
 ///

@@ -27,15 +27,26 @@ std::span<const float> FloatsOf(const CCTImage& image)
             kChannels * static_cast<std::size_t>(image.GetSizeInPixels())};
 }
 
-void FitSize(CCTImage& image, const CCTImage& model)
+void FitSize(CCTImage& image, int width, int height)
 {
-    if (!image.DoTypeAndDimMatchWith(model) &&
-        image.Resize(model.GetWidth(), model.GetHeight(), model.GetDataType()) != LxCV::CCTImage::eRC_OK) {
+    const bool fits = image.IsValid() && image.GetWidth() == width && image.GetHeight() == height;
+    if (!fits && image.Resize(width, height, CCTImage::eIDT_FLOAT32_3) != LxCV::CCTImage::eRC_OK) {
         throw std::bad_alloc();
     }
 }
 
 } // namespace
+
+void StripeSignal::Init(int width, int height)
+{
+    m_width = 0;
+    m_height = 0;
+    FitSize(m_ratio, width, height);
+    FitSize(m_smoothed, width, height);
+    for (std::vector<float>& plane : m_planes) {
+        plane.resize(static_cast<std::size_t>(m_ratio.GetSizeInPixels()));
+    }
+}
 
 void StripeSignal::Compute(const CCTImage& reference, const CCTImage& pattern, const DecoderConfig& config)
 {
@@ -44,17 +55,11 @@ void StripeSignal::Compute(const CCTImage& reference, const CCTImage& pattern, c
         !reference.DoTypeAndDimMatchWith(pattern)) {
         throw std::invalid_argument("the stripe signal needs two float colour images of one size");
     }
-    m_width = 0;
-    m_height = 0;
-    FitSize(m_ratio, reference);
+    Init(reference.GetWidth(), reference.GetHeight());
     Divide(FloatsOf(reference), FloatsOf(pattern), config.minReference);
-    FitSize(m_smoothed, reference);
     Smooth(config.edges);
     m_width = reference.GetWidth();
     m_height = reference.GetHeight();
-    for (std::vector<float>& plane : m_planes) {
-        plane.resize(static_cast<std::size_t>(reference.GetSizeInPixels()));
-    }
     for (int top = 0; top < m_height; top += kBlockRows) {
         SpreadRows(top, std::min(kBlockRows, m_height - top));
     }

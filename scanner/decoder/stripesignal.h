@@ -24,6 +24,10 @@ inline constexpr std::size_t kChannels = 3;
 class StripeSignal
 {
 public:
+    /// Makes the working buffers for images of so many pixels. The signal is empty then.
+    /// @throws std::bad_alloc
+    void Init(int width, int height);
+
     /// @param reference, pattern images of one size and of type FLOAT32_3, grey levels 0 to 255
     /// @throws std::invalid_argument for other sizes or types; the signal is unchanged then. Also for a smoothing
     ///         that the library does not know; the signal is empty then

@@ -13,6 +13,7 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <new>
 #include <random>
 #include <stdexcept>
 #include <utility>
@@ -155,6 +156,32 @@ TEST_F(DecoderOnADevice, WorkingBuffersKeepNothingOfThePairBefore)
     Decode(decoder, small, small);
     EXPECT_TRUE(decoder.GetPoints().empty());
     EXPECT_EQ(decoder.GetEdgeWords().GetWidth(), 3);
+}
+
+TEST_F(DecoderOnADevice, BuffersMadeBeforehandChangeNothing)
+{
+    const auto expected = Measure();
+    const int height = s_pair->pattern.height;
+    for (const auto& [width, rows] : {std::pair{kWidth, height}, {kWidth + 9, height - 9}, {1, 1}}) {
+        Decoder decoder(*m_model);
+        decoder.Init(width, rows);
+        EXPECT_TRUE(decoder.GetEdgePixels().empty());
+        EXPECT_TRUE(decoder.GetPoints().empty());
+        Decode(decoder, Wrap(s_pair->reference), Wrap(s_pair->pattern));
+        EXPECT_TRUE(AreSame(decoder.GetPoints(), expected)) << width;
+        decoder.Init(width, rows);
+        EXPECT_TRUE(decoder.GetPoints().empty());
+    }
+}
+
+TEST_F(DecoderOnADevice, MakesNoBuffersForImpossibleSizes)
+{
+    constexpr int kMost = std::numeric_limits<int>::max();
+    Decoder decoder(*m_model);
+    EXPECT_THROW(decoder.Init(0, 1), std::invalid_argument);
+    EXPECT_THROW(decoder.Init(1, -1), std::invalid_argument);
+    EXPECT_THROW(decoder.Init(kMost, kMost), std::bad_alloc);
+    EXPECT_THROW(decoder.Init(kMost, 1), std::bad_alloc);
 }
 
 TEST_F(DecoderOnADevice, BrokenPixelsCostTheirNeighbourhoodAlone)

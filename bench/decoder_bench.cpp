@@ -1,0 +1,130 @@
+// The decoding stage on a rendered molar, step by step and as a whole, with warm buffers.
+#include "scanner/decoder/decoder.h"
+
+#include "lxccctserializer.h"
+#include "lxcpinholeframework.h"
+#include "scanner/device/scene.h"
+#include "scanner/device/virtualdevice.h"
+
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <sstream>
+#include <string>
+
+namespace {
+
+using LxCV::CCTImage;
+
+/// A rendered pair and the model of its device.
+struct Rendered
+{
+    device::RenderedPair pair;
+    LxCV::LxCPinholeFramework model;
+
+    Rendered()
+    {
+        const std::string root = "::MV3DCamBase";
+        const device::VirtualDevice camera;
+        pair = camera.RenderPair(*device::MakeScene("molar"), {});
+        std::stringstream text(camera.ParameterText(root));
+        LxCV::LxCCCTSerializer serializer;
+        serializer.ReadFromStringStream(text);
+        serializer.Init(false, false);
+        model.Serialize(serializer, root);
+    }
+};
+
+Rendered& TheMolar()
+{
+    static const auto rendered = std::make_unique<Rendered>();
+    return *rendered;
+}
+
+CCTImage View(device::ImageF& image)
+{
+    return {image.width, image.height, CCTImage::eIDT_FLOAT32_3, false, image.data.data()};
+}
+
+/// A decoder that has decoded the pair once.
+class Decoding
+{
+public:
+    Decoding()
+        : m_reference(View(TheMolar().pair.reference)), m_pattern(View(TheMolar().pair.pattern)),
+          m_decoder(TheMolar().model)
+    {
+        Signal();
+        Edges();
+        Names();
+        Trace();
+        Points();
+    }
+
+    void Signal() { m_decoder.ComputeSignal(m_reference, m_pattern); }
+    void Edges() { m_decoder.FindEdges(); }
+    void Names() { m_decoder.ReadCodeWords(); }
+    void Trace() { m_decoder.TraceEdges(); }
+    void Points() { m_decoder.Triangulate(); }
+    std::size_t CountPoints() const { return m_decoder.GetPoints().size(); }
+
+private:
+    CCTImage m_reference;
+    CCTImage m_pattern;
+    decoder::Decoder m_decoder;
+};
+
+void DecodeSignal(benchmark::State& state)
+{
+    Decoding decoding;
+    for (auto _ : state) {
+        decoding.Signal();
+    }
+}
+BENCHMARK(DecodeSignal)->Unit(benchmark::kMillisecond);
+
+void DecodeEdges(benchmark::State& state)
+{
+    Decoding decoding;
+    for (auto _ : state) {
+        decoding.Edges();
+    }
+}
+BENCHMARK(DecodeEdges)->Unit(benchmark::kMillisecond);
+
+/// With the search for edges before each, since tracing replaces their words.
+void DecodeEdgesNamesAndTrace(benchmark::State& state)
+{
+    Decoding decoding;
+    for (auto _ : state) {
+        decoding.Edges();
+        decoding.Names();
+        decoding.Trace();
+    }
+}
+BENCHMARK(DecodeEdgesNamesAndTrace)->Unit(benchmark::kMillisecond);
+
+void DecodePoints(benchmark::State& state)
+{
+    Decoding decoding;
+    for (auto _ : state) {
+        decoding.Points();
+    }
+}
+BENCHMARK(DecodePoints)->Unit(benchmark::kMillisecond);
+
+void DecodeAll(benchmark::State& state)
+{
+    Decoding decoding;
+    for (auto _ : state) {
+        decoding.Signal();
+        decoding.Edges();
+        decoding.Names();
+        decoding.Trace();
+        decoding.Points();
+    }
+    state.counters["points"] = static_cast<double>(decoding.CountPoints());
+}
+BENCHMARK(DecodeAll)->Unit(benchmark::kMillisecond);
+
+} // namespace
