@@ -77,8 +77,8 @@ int LxCLightStripeEdge::DetNextEdgel(const LxCLightStripeEdgeSinglePixel* pixels
     int occupied = 0;
     int lastFree = count;
     int lastMatching = count;
-    for (int i = 0; i < count; ++i, pixels += stride) {
-        const LxCLightStripeEdgeSinglePixel pixel = *pixels;
+    for (int i = 0; i < count; ++i) {
+        const LxCLightStripeEdgeSinglePixel pixel = pixels[std::ptrdiff_t{i} * stride];
         if (!pixel.HasEntry()) {
             continue;
         }
