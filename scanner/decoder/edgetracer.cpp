@@ -62,7 +62,8 @@ void EdgeTracer::Trace(CCTImage& words, std::vector<EdgePixel>& edges)
             TraceFrom(static_cast<int>(column), row);
         }
     }
-    edges.reserve(edges.size() + m_drawn);
+    // Ends that are not drawn are traced again from their own seeds, so the sum may exceed what an image holds.
+    edges.reserve(edges.size() + std::min(m_drawn, static_cast<std::size_t>(words.GetSizeInPixels())));
     for (int row = 0; row < m_image.GetHeight(); ++row) {
         const std::span line(Pixels() + std::ptrdiff_t{row} * m_image.GetWidth() + kMargin,
                              static_cast<std::size_t>(width));

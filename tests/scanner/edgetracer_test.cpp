@@ -256,6 +256,21 @@ TEST_F(EdgeTracing, DrawsNoPixelsThatAreToBeThrownAway)
     EXPECT_EQ(ColumnsOf(Trace(words, config), edge), Range(3, 31));
 }
 
+TEST_F(EdgeTracing, TakesNoMoreMemoryThanForEveryPixelOfTheImage)
+{
+    DecoderConfig config;
+    config.edges.m_iIncrement = 1;
+    config.edges.m_iThrowAwayPixAtStripeBegEnd =
+        kWidth; // so that every pixel is a seed of an edge that is not drawn
+    CCTImage words = EmptyWords();
+    for (const auto& entry : *s_rows) {
+        PutEdge(words, entry.first, 0, kWidth - 1);
+    }
+    const auto edges = Trace(words, config);
+    EXPECT_TRUE(edges.empty());
+    EXPECT_LE(edges.capacity(), static_cast<std::size_t>(kWidth) * kHeight);
+}
+
 /// A cyclic number that means two edges at rows next to each other.
 struct Turn
 {
