@@ -17,6 +17,10 @@
 #include <string>
 #include <vector>
 
+namespace platform {
+struct CPixels;
+}
+
 namespace LxCV {
 
 class LxCColorValueARGB8;
@@ -368,6 +372,14 @@ public:
     /// Values are converted as by `ConvertToBGRU8` and `ConvertToFloat`; alpha becomes 0.
     /// @return also 12 for an image that `ConvertToBGRU8` does not take, 2 for an unknown channel
     EReturnCode CreateRGBFromSingleChannel(CCTImage* target, LxCColorValueFloat::EColor channel) const;
+
+    /// A bitmap as screens and image files take it, of the image or a grey one of its green channel: 32-bit pixels
+    /// (`platform::EPixelFormat::eBgra8`), opaque, the top row first. Values are converted as by `ConvertToARGB8`;
+    /// of a grey image its only channel counts as green.
+    /// @param bitmap replaced; the caller's own
+    /// @return also 12 for an image that `ConvertToARGB8` does not take, 10
+    EReturnCode CreateBitmap(platform::CPixels* bitmap) const;
+    EReturnCode CreateBitmapFromGreenChannel(platform::CPixels* bitmap) const;
 
     /// Copies an `eIDT_ARGB8` image to a target of the same type and size, with alpha 255.
     /// @return also 12 for an image of another type

@@ -1,5 +1,6 @@
 // Conversions of images between pixel types.
 #include "cctimage.h"
+#include "orx/platform/imagecodec.h"
 #include "orx/ymalgo/ymcolorrgba.h"
 #include "pixelelements.h"
 #include "pixelkernels.h"
@@ -7,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <memory>
+#include <new>
 #include <stdexcept>
 
 namespace LxCV {
@@ -16,6 +18,23 @@ using namespace ImageKernels;
 namespace {
 
 constexpr float c_fFullScale = 255.0F; // of a colour channel
+
+/// Copies an `eIDT_ARGB8` image, whose alpha becomes opaque, to a bitmap.
+CCTImage::EReturnCode FillBitmap(CCTImage& argb, platform::CPixels& bitmap)
+{
+    const CCTImage::EReturnCode result = argb.MakeOpaque(&argb);
+    if (result != CCTImage::eRC_OK) {
+        return result;
+    }
+    const std::span<const std::byte> bytes = std::as_bytes(ElementsOf<std::uint32_t>(argb));
+    try {
+        bitmap = {
+            argb.GetWidth(), argb.GetHeight(), platform::EPixelFormat::eBgra8, {bytes.begin(), bytes.end()}};
+    } catch (const std::bad_alloc&) {
+        return CCTImage::eRC_OutOfMemory;
+    }
+    return CCTImage::eRC_OK;
+}
 
 /// Indexed by `CCTImage::EConversionMode`.
 constexpr std::array<SGrayMix, 6> c_aGrayMixes{{
@@ -96,8 +115,9 @@ void CorrectPixel(std::span<const Element, 3> source, const SGammas& gammas, std
 {
     const auto channel = [&source](std::size_t i) { return static_cast<float>(source[i]) / c_fFullScale; };
     YmColorRGBA::SHsv hsv = YmColorRGBA::RgbToHsv({channel(2), channel(1), channel(0)});
-    hsv.fSaturation = std::pow(hsv.fSaturation, gammas.saturation);
-    hsv.fValue = std::pow(hsv.fValue, gammas.value);
+    // In double precision, whose rounding, which differs among processors, is lost in that to float.
+    hsv.fSaturation = static_cast<float>(std::pow(double{hsv.fSaturation}, double{gammas.saturation}));
+    hsv.fValue = static_cast<float>(std::pow(double{hsv.fValue}, double{gammas.value}));
     const YmColorRGBA color = YmColorRGBA::HsvToRgb(hsv);
     target[0] = ConvertElement<Element>(color.fBlue * c_fFullScale);
     target[1] = ConvertElement<Element>(color.fGreen * c_fFullScale);
@@ -304,6 +324,29 @@ CCTImage::EReturnCode CCTImage::CreateRGBFromSingleChannel(CCTImage* target,
         });
     });
     return eRC_OK;
+}
+
+CCTImage::EReturnCode CCTImage::CreateBitmap(platform::CPixels* bitmap) const
+{
+    if (bitmap == nullptr) {
+        return eRC_Failed;
+    }
+    CCTImage argb;
+    const EReturnCode result = ConvertToARGB8(&argb, true);
+    return result != eRC_OK ? result : FillBitmap(argb, *bitmap);
+}
+
+CCTImage::EReturnCode CCTImage::CreateBitmapFromGreenChannel(platform::CPixels* bitmap) const
+{
+    if (bitmap == nullptr) {
+        return eRC_Failed;
+    }
+    CCTImage argb;
+    EReturnCode result = argb.Resize(m_iWidth, m_iHeight, eIDT_ARGB8);
+    if (result == eRC_OK) {
+        result = CreateRGBFromSingleChannel(&argb, LxCColorValueFloat::eGreen);
+    }
+    return result != eRC_OK ? result : FillBitmap(argb, *bitmap);
 }
 
 CCTImage::EReturnCode CCTImage::MakeOpaque(CCTImage* target) const

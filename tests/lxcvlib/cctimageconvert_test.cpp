@@ -1,6 +1,8 @@
 #include "cctimage.h"
 
+#include "orx/platform/imagecodec.h"
 #include "tests/lxcvlib/imageopstestsupport.h"
+#include "tests/support/temporaryfolder.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +11,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <limits>
 #include <random>
 #include <span>
@@ -471,7 +474,7 @@ TEST(CCTImageConvert, ConvertToOtherTypesThrows)
     EXPECT_EQ(source.Convert(nullptr, false), 1);
 }
 
-// ---- CreateRGBFromSingleChannel, MakeOpaque
+// ---- CreateRGBFromSingleChannel
 
 TEST(CCTImageConvert, OneChannelBecomesAGreyPicture)
 {
@@ -527,6 +530,69 @@ TEST(CCTImageConvert, OneChannelRefusesWhatItCannotDo)
         EXPECT_TRUE(IsUntouched(other));
     }
 }
+
+// ---- CreateBitmap, CreateBitmapFromGreenChannel
+
+TEST(CCTImageConvert, BitmapsHoldTheColoursOrTheGreenChannelOpaquely)
+{
+    for (const int type : c_aColorForms) {
+        const Image source = RandomColors(7, 3, type, 5);
+        platform::CPixels colors{9, 9, platform::EPixelFormat::eGray8, {std::byte{1}}};
+        platform::CPixels green;
+        ASSERT_EQ(source.CreateBitmap(&colors), 0);
+        ASSERT_EQ(source.CreateBitmapFromGreenChannel(&green), 0);
+        for (const platform::CPixels* const bitmap : {&colors, &green}) {
+            ASSERT_EQ(bitmap->width, 7);
+            ASSERT_EQ(bitmap->height, 3);
+            ASSERT_EQ(bitmap->format, platform::EPixelFormat::eBgra8);
+            ASSERT_EQ(bitmap->bytes.size(), 7U * 3 * 4);
+        }
+        for (std::size_t i = 0; i < colors.bytes.size(); ++i) {
+            const int pixel = static_cast<int>(i / 4);
+            const std::array<float, 3> expected = ColorOf(source, pixel % 7, pixel / 7);
+            const bool isAlpha = i % 4 == 3;
+            ASSERT_EQ(std::to_integer<int>(colors.bytes[i]), isAlpha ? 255 : RoundedByte(expected[i % 4 % 3]))
+                << "type " << type << " byte " << i;
+            ASSERT_EQ(std::to_integer<int>(green.bytes[i]), isAlpha ? 255 : RoundedByte(expected[1]))
+                << "type " << type << " byte " << i;
+        }
+    }
+}
+
+TEST(CCTImageConvert, ABitmapIsWhatAPictureFileTakes)
+{
+    const ::TestSupport::CTemporaryFolder folder;
+    const Image source = ImageOf<std::uint8_t>(2, 1, Image::eIDT_BGRU8, {1, 2, 3, 4, 5, 6});
+    platform::CPixels bitmap;
+    ASSERT_EQ(source.CreateBitmap(&bitmap), 0);
+    const std::filesystem::path path = folder.GetPath() / "bitmap.png";
+    ASSERT_TRUE(platform::WritePng(path, {bitmap.width, bitmap.height, bitmap.format, bitmap.bytes}));
+    Image loaded;
+    ASSERT_EQ(loaded.Load(path.string()), 0);
+    EXPECT_EQ(BytesOf(loaded), (std::vector<std::uint8_t>{1, 2, 3, 255, 4, 5, 6, 255}));
+}
+
+TEST(CCTImageConvert, BitmapsRefuseWhatTheyCannotHold)
+{
+    const auto isUntouched = [](const platform::CPixels& bitmap) {
+        return bitmap.width == 9 && bitmap.bytes.size() == 1;
+    };
+    platform::CPixels bitmap{9, 9, platform::EPixelFormat::eGray8, {std::byte{1}}};
+    const Image source = RandomImage(2, 2, Image::eIDT_BGRU8, 1);
+    EXPECT_EQ(source.CreateBitmap(nullptr), 1);
+    EXPECT_EQ(source.CreateBitmapFromGreenChannel(nullptr), 1);
+    for (const int type : {0, 3, 4, 5, 6, 8, 10, 13}) {
+        EXPECT_EQ(MarkedImage(2, 2, type).CreateBitmap(&bitmap), 12) << type;
+        EXPECT_EQ(MarkedImage(2, 2, type).CreateBitmapFromGreenChannel(&bitmap), 12) << type;
+    }
+    EXPECT_EQ(Hollow(2, 2, Image::eIDT_BGRU8).CreateBitmap(&bitmap), 15);
+    EXPECT_EQ(Hollow(2, 2, Image::eIDT_BGRU8).CreateBitmapFromGreenChannel(&bitmap), 15);
+    EXPECT_TRUE(isUntouched(bitmap));
+    EXPECT_EQ(Image(0, 2, Image::eIDT_BGRU8, true, nullptr).CreateBitmap(&bitmap), 0);
+    EXPECT_TRUE(bitmap.bytes.empty());
+}
+
+// ---- MakeOpaque
 
 TEST(CCTImageConvert, OpaquePixelsKeepTheirColours)
 {
