@@ -13,6 +13,8 @@ const Logging::CLogger s_Logger(L"ORX.Lumorad.CCTImage");
 constexpr int c_iSmallestKernel = 3;
 constexpr int c_iLargestKernel = 2 * static_cast<int>(FilterKernels::c_uiMaxBinomialRadius) + 1;
 
+static_assert(CCTImage::sc_iMaxBlurSize == 2 * static_cast<int>(FilterKernels::c_uiMaxBoxRadius) + 1);
+
 bool IsKernelOfSmooth(int kernelX, int kernelY)
 {
     return kernelX == kernelY && kernelX >= c_iSmallestKernel && kernelX <= c_iLargestKernel &&

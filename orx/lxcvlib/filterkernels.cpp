@@ -1,6 +1,8 @@
 // Separable filters, each row vertically and then horizontally, with wider vectors where the processor has them.
 #include "filterkernels.h"
 
+#include "vectorunits.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -367,28 +369,25 @@ void GradientBasic(const SPlane& plane, std::size_t axis, const float* source, f
 {
     GradientBody(plane, static_cast<EAxis>(axis), source, target);
 }
-
-Filter Select(Filter basic, Filter wide)
-{
-    static const bool hasWideVectors = __builtin_cpu_supports("avx2") != 0;
-    return hasWideVectors ? wide : basic;
-}
 #else
 constexpr Filter BinomialWide = BinomialBasic;
 constexpr Filter BoxWide = BoxBasic;
 constexpr Filter GradientWide = GradientBasic;
-
-Filter Select(Filter basic, Filter)
-{
-    return basic;
-}
 #endif
 
-void Run(Filter filter, const SPlane& plane, std::size_t argument, std::span<const float> source,
+/// Whether there are pixels at all, and a span of so many floats holds them. The product of hostile sizes may exceed
+/// a size_t, so it is not formed.
+bool IsHeldBy(const SPlane& plane, std::size_t size)
+{
+    const bool isEmpty = plane.width == 0 || plane.height == 0 || plane.channels == 0;
+    return !isEmpty && plane.width <= size / plane.channels / plane.height;
+}
+
+void Run(Filter basic, Filter wide, const SPlane& plane, std::size_t argument, std::span<const float> source,
          std::span<float> target)
 {
-    if (plane.Size() > 0 && source.size() >= plane.Size() && target.size() >= plane.Size()) {
-        filter(plane, argument, source.data(), target.data());
+    if (IsHeldBy(plane, std::min(source.size(), target.size()))) {
+        (VectorUnits::AreWide() ? wide : basic)(plane, argument, source.data(), target.data());
     }
 }
 
@@ -397,18 +396,20 @@ void Run(Filter filter, const SPlane& plane, std::size_t argument, std::span<con
 void SmoothBinomial(const SPlane& plane, std::size_t radius, std::span<const float> source,
                     std::span<float> target)
 {
-    Run(Select(BinomialBasic, BinomialWide), plane, radius, source, target);
+    Run(BinomialBasic, BinomialWide, plane, radius, source, target);
 }
 
 void SmoothBox(const SPlane& plane, std::size_t radius, std::span<const float> source,
                std::span<float> target)
 {
-    Run(Select(BoxBasic, BoxWide), plane, radius, source, target);
+    if (radius <= c_uiMaxBoxRadius) {
+        Run(BoxBasic, BoxWide, plane, radius, source, target);
+    }
 }
 
 void Gradient(const SPlane& plane, EAxis axis, std::span<const float> source, std::span<float> target)
 {
-    Run(Select(GradientBasic, GradientWide), plane, static_cast<std::size_t>(axis), source, target);
+    Run(GradientBasic, GradientWide, plane, static_cast<std::size_t>(axis), source, target);
 }
 
 } // namespace LxCV::FilterKernels

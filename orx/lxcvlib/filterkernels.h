@@ -33,8 +33,11 @@ inline constexpr std::size_t c_uiMaxBinomialRadius = 5;
 ORX_EXPORT void SmoothBinomial(const SPlane& plane, std::size_t radius, std::span<const float> source,
                                std::span<float> target);
 
+/// Largest radius of `SmoothBox`, whose memory grows with it.
+inline constexpr std::size_t c_uiMaxBoxRadius = 255;
+
 /// The mean over a square window. Each window's sum is made of values inside the window only, so that errors do not
-/// build up along the image as in a running sum.
+/// build up along the image as in a running sum. A radius above the largest leaves the target as it is.
 /// @param radius pixels; the window is 2 * radius + 1 wide and high
 ORX_EXPORT void SmoothBox(const SPlane& plane, std::size_t radius, std::span<const float> source,
                           std::span<float> target);

@@ -1,6 +1,8 @@
 // Greys and thresholds, with wider vectors where the processor has them.
 #include "pixelkernels.h"
 
+#include "vectorunits.h"
+
 #include <cstdint>
 #include <limits>
 
@@ -88,26 +90,20 @@ template <std::size_t stride>
     SelectBody(source, size, threshold, low, high, target);
 }
 
-bool HasWideVectors()
-{
-    static const bool has = __builtin_cpu_supports("avx2") != 0;
-    return has;
-}
-
 template <std::size_t stride>
 auto WeightedKernel()
 {
-    return HasWideVectors() ? MixWeightedWide<stride> : MixWeighted<stride>;
+    return VectorUnits::AreWide() ? MixWeightedWide<stride> : MixWeighted<stride>;
 }
 
 auto FloatsKernel()
 {
-    return HasWideVectors() ? FloatsWide : Floats;
+    return VectorUnits::AreWide() ? FloatsWide : Floats;
 }
 
 auto SelectKernel()
 {
-    return HasWideVectors() ? SelectBytesWide : SelectBytes;
+    return VectorUnits::AreWide() ? SelectBytesWide : SelectBytes;
 }
 #else
 template <std::size_t stride>

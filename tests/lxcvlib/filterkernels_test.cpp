@@ -1,13 +1,17 @@
 // Filters against a plain convolution in double precision, and against their own order of additions bit for bit.
 #include "filterkernels.h"
 
+#include "vectorunits.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <limits>
+#include <optional>
 #include <random>
 #include <vector>
 
@@ -203,6 +207,22 @@ public:
         return sum * static_cast<float>(1.0 / (static_cast<double>(window) * window));
     }
 
+    float Gradient(std::ptrdiff_t x, std::ptrdiff_t y, std::size_t channel, EAxis axis) const
+    {
+        const auto lastColumn = static_cast<std::ptrdiff_t>(m_Image.plane.width) - 1;
+        const auto at = [&](int dx, int dy) {
+            return m_Image.At(std::clamp<std::ptrdiff_t>(x + dx, 0, lastColumn), y + dy, channel);
+        };
+        const auto difference = [](float previous, float next) { return 0.25F * (next - previous); };
+        const auto weighted = [](float a, float b, float c) { return (a + c) + 2.0F * b; };
+        if (axis == EAxis::eX) {
+            return difference(weighted(at(-1, -1), at(-1, 0), at(-1, 1)),
+                              weighted(at(1, -1), at(1, 0), at(1, 1)));
+        }
+        return weighted(difference(at(-1, -1), at(-1, 1)), difference(at(0, -1), at(0, 1)),
+                        difference(at(1, -1), at(1, 1)));
+    }
+
 private:
     static float Weight(int radius, int k)
     {
@@ -255,23 +275,86 @@ private:
     const CImage& m_Image;
 };
 
-TEST(FilterKernels, AddInOneOrderWhateverTheVectors)
+/// Compares each element of a filtered image, bit for bit, with `expected(x, y, channel)`.
+template <typename Expected>
+void ExpectSame(const CImage& image, const std::vector<float>& found, Expected expected)
+{
+    std::size_t i = 0;
+    for (std::ptrdiff_t y = 0; y < static_cast<std::ptrdiff_t>(image.plane.height); ++y) {
+        for (std::ptrdiff_t x = 0; x < static_cast<std::ptrdiff_t>(image.plane.width); ++x) {
+            for (std::size_t channel = 0; channel < image.plane.channels; ++channel, ++i) {
+                ASSERT_EQ(std::bit_cast<std::uint32_t>(found[i]),
+                          std::bit_cast<std::uint32_t>(expected(x, y, channel)))
+                    << x << ' ' << y;
+            }
+        }
+    }
+}
+
+void ExpectOneOrder(const CImage& image)
+{
+    const COneByOne one(image);
+    std::vector<float> found(image.values.size());
+    for (int radius = 1; radius <= static_cast<int>(c_uiMaxBinomialRadius); ++radius) {
+        SmoothBinomial(image.plane, static_cast<std::size_t>(radius), image.values, found);
+        ExpectSame(image, found, [&](auto x, auto y, auto c) { return one.Binomial(x, y, c, radius); });
+    }
+    for (const int radius : {1, 2, 3, 4, 5, 6, 7, 20}) {
+        SmoothBox(image.plane, static_cast<std::size_t>(radius), image.values, found);
+        ExpectSame(image, found, [&](auto x, auto y, auto c) { return one.Box(x, y, c, radius); });
+    }
+    for (const EAxis axis : {EAxis::eX, EAxis::eY}) {
+        Gradient(image.plane, axis, image.values, found);
+        ExpectSame(image, found, [&](auto x, auto y, auto c) { return one.Gradient(x, y, c, axis); });
+    }
+}
+
+TEST(FilterKernels, AddInOneOrderWithAndWithoutWideVectors)
 {
     for (const CImage& image : Images()) {
-        for (int radius = 1; radius <= static_cast<int>(c_uiMaxBinomialRadius) + 1; ++radius) {
-            std::vector<float> binomial(image.values.size());
-            std::vector<float> box(image.values.size());
-            SmoothBinomial(image.plane, static_cast<std::size_t>(radius), image.values, binomial);
-            SmoothBox(image.plane, static_cast<std::size_t>(radius), image.values, box);
-            const COneByOne expected(image);
-            std::size_t i = 0;
-            for (std::ptrdiff_t y = 0; y < static_cast<std::ptrdiff_t>(image.plane.height); ++y) {
-                for (std::ptrdiff_t x = 0; x < static_cast<std::ptrdiff_t>(image.plane.width); ++x) {
-                    for (std::size_t channel = 0; channel < image.plane.channels; ++channel, ++i) {
-                        if (radius <= static_cast<int>(c_uiMaxBinomialRadius)) {
-                            ASSERT_EQ(binomial[i], expected.Binomial(x, y, channel, radius)) << x << ' ' << y;
-                        }
-                        ASSERT_EQ(box[i], expected.Box(x, y, channel, radius)) << x << ' ' << y;
+        ExpectOneOrder(image);
+        const VectorUnits::CBasicOnly basic;
+        ExpectOneOrder(image);
+    }
+}
+
+/// Columns and rows around a pixel of the middle of an image that see it through a filter.
+struct CReach
+{
+    const char* filter;
+    int columns;
+    int rows;
+    void (*run)(const CImage& image, std::span<float> target);
+};
+
+const CReach c_aReaches[] = {
+    {"binomial", 2, 2, [](const CImage& i, std::span<float> t) { SmoothBinomial(i.plane, 2, i.values, t); }},
+    {"box", 2, 2, [](const CImage& i, std::span<float> t) { SmoothBox(i.plane, 2, i.values, t); }},
+    {"wide box", 7, 7, [](const CImage& i, std::span<float> t) { SmoothBox(i.plane, 7, i.values, t); }},
+    {"x", 1, 1, [](const CImage& i, std::span<float> t) { Gradient(i.plane, EAxis::eX, i.values, t); }},
+    {"y", 1, 1, [](const CImage& i, std::span<float> t) { Gradient(i.plane, EAxis::eY, i.values, t); }},
+};
+
+TEST(FilterKernels, WhatIsNoNumberStaysInItsWindow)
+{
+    for (const float bad :
+         {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
+        CImage image = RandomImage(50, 40, 3, 5);
+        image.values[(20 * 50 + 30) * 3 + 1] = bad;
+        for (const CReach& reach : c_aReaches) {
+            CImage found = image;
+            reach.run(image, found.values);
+            const bool isAlongX = *reach.filter == 'x';
+            const bool isAlongY = *reach.filter == 'y';
+            for (int y = 0; y < 40; ++y) {
+                for (int x = 0; x < 50; ++x) {
+                    for (std::size_t channel = 0; channel < 3; ++channel) {
+                        const bool inWindow = channel == 1 && std::abs(x - 30) <= reach.columns &&
+                                              std::abs(y - 20) <= reach.rows;
+                        // The row or column in the middle of the gradient's kernel is 0.
+                        const bool hasWeight = !(isAlongX && x == 30) && !(isAlongY && y == 20);
+                        ASSERT_EQ(std::isfinite(found.At(x, y, channel)), !(inWindow && hasWeight))
+                            << reach.filter << ' ' << x << ' ' << y;
                     }
                 }
             }
@@ -279,29 +362,28 @@ TEST(FilterKernels, AddInOneOrderWhateverTheVectors)
     }
 }
 
-TEST(FilterKernels, WhatIsNoNumberStaysInItsWindow)
+TEST(FilterKernels, SizesAndRadiiBeyondReasonLeaveTheTargetAlone)
 {
-    constexpr int c_iRadius = 2;
-    for (const float bad :
-         {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
-        CImage image = RandomImage(50, 40, 3, 5);
-        image.values[(20 * 50 + 30) * 3 + 1] = bad;
-        for (const bool box : {false, true}) {
-            std::vector<float> found(image.values.size());
-            (box ? SmoothBox : SmoothBinomial)(image.plane, c_iRadius, image.values, found);
-            for (int y = 0; y < 40; ++y) {
-                for (int x = 0; x < 50; ++x) {
-                    for (std::size_t channel = 0; channel < 3; ++channel) {
-                        const bool inside =
-                            channel == 1 && std::abs(x - 30) <= c_iRadius && std::abs(y - 20) <= c_iRadius;
-                        const float value =
-                            found[(static_cast<std::size_t>(y) * 50 + static_cast<std::size_t>(x)) * 3 +
-                                  channel];
-                        ASSERT_EQ(std::isfinite(value), !inside) << x << ' ' << y << ' ' << box;
-                    }
-                }
-            }
-        }
+    constexpr std::size_t c_uiHuge = std::size_t{1} << 32U;
+    constexpr std::size_t c_uiQuarter = std::size_t{1} << 62U;
+    constexpr std::size_t c_uiMost = std::numeric_limits<std::size_t>::max();
+    const std::vector<float> source(12, 1.0F);
+    std::vector<float> target(12, -1.0F);
+    const std::vector<float> untouched = target;
+    // The products of the sizes wrap round to 0 and twice to 4.
+    for (const SPlane& plane :
+         {SPlane{c_uiHuge, c_uiHuge, 1}, SPlane{c_uiQuarter + 1, 1, 4}, SPlane{c_uiMost, c_uiMost, 4}}) {
+        SmoothBinomial(plane, 1, source, target);
+        SmoothBox(plane, 1, source, target);
+        Gradient(plane, EAxis::eY, source, target);
+    }
+    for (const std::size_t radius : {c_uiMaxBoxRadius + 1, c_uiMost / 2 + 1, c_uiMost}) {
+        SmoothBox({2, 2, 3}, radius, source, target);
+    }
+    EXPECT_EQ(target, untouched);
+    SmoothBox({2, 2, 3}, c_uiMaxBoxRadius, source, target);
+    for (const float value : target) {
+        EXPECT_NEAR(value, 1.0F, RoundingOfSums(2 * 511 + 2));
     }
 }
 

@@ -1,5 +1,7 @@
 #include "pixelkernels.h"
 
+#include "vectorunits.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -85,7 +87,8 @@ TEST(PixelKernels, AChannelThatThePixelLacksSpreadsNowhere)
     EXPECT_EQ(target, Bytes(3, 2));
 }
 
-TEST(PixelKernels, VectorsOfAnyLengthSelectAsTheirElements)
+/// Kernels with vector code, on rows of all lengths up to some vectors.
+void ExpectElementwise()
 {
     std::mt19937 random(6);
     for (std::size_t size = 0; size < 200; ++size) {
@@ -102,7 +105,23 @@ TEST(PixelKernels, VectorsOfAnyLengthSelectAsTheirElements)
         for (std::size_t i = 0; i < size; ++i) {
             ASSERT_EQ(floats[i], static_cast<float>(source[i]));
         }
+        Bytes grays(size);
+        MixBgrToGray(source, c_MixWeighted, grays);
+        for (std::size_t i = 0; i < size / 3; ++i) {
+            ASSERT_EQ(grays[i], (source[3 * i] + 2 * source[3 * i + 1] + source[3 * i + 2]) / 4);
+        }
+        MixArgbToGray(source, c_MixWeighted, grays);
+        for (std::size_t i = 0; i < size / 4; ++i) {
+            ASSERT_EQ(grays[i], (source[4 * i] + 2 * source[4 * i + 1] + source[4 * i + 2]) / 4);
+        }
     }
+}
+
+TEST(PixelKernels, RowsOfAnyLengthFollowTheirElementsWithAndWithoutWideVectors)
+{
+    ExpectElementwise();
+    const VectorUnits::CBasicOnly basic;
+    ExpectElementwise();
 }
 
 } // namespace
