@@ -1,7 +1,7 @@
-// PNG through libpng's simplified interface.
+// Rounding, pasting and saving pictures.
 #include "scanner/app/colourimage.h"
 
-#include <png.h>
+#include "orx/platform/imagecodec.h"
 
 #include <algorithm>
 #include <cmath>
@@ -50,13 +50,16 @@ void ColourImage::Paste(const ColourImage& other, int column, int row)
 
 void ColourImage::WritePng(const std::filesystem::path& file) const
 {
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    image.width = static_cast<png_uint_32>(m_width);
-    image.height = static_cast<png_uint_32>(m_height);
-    image.format = PNG_FORMAT_RGB;
-    if (png_image_write_to_file(&image, file.c_str(), 0, m_pixels.data(), 0, nullptr) == 0) {
-        throw std::runtime_error("cannot write " + file.string() + ": " + image.message);
+    std::vector<std::byte> bytes(m_pixels.size() * sizeof(Rgb));
+    auto next = bytes.begin();
+    for (const auto& [red, green, blue] : m_pixels) {
+        for (const std::uint8_t channel : {blue, green, red}) {
+            *next++ = std::byte{channel};
+        }
+    }
+    // Not through `CCTImage::SavePNG`: in a path text a backslash separates folders, here it may be part of a name.
+    if (!platform::WritePng(file, {m_width, m_height, platform::EPixelFormat::eBgr8, bytes})) {
+        throw std::runtime_error("cannot write " + file.string());
     }
 }
 
