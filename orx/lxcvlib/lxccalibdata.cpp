@@ -1,7 +1,9 @@
 // The working images of one calibration step.
 #include "lxccalibdata.h"
 
+#include <algorithm>
 #include <array>
+#include <string_view>
 #include <utility>
 
 namespace LxCV {
@@ -22,6 +24,27 @@ constexpr std::array<CCTImage::EImageDataType, c_uiImageCount> c_Types = {
     eIDT_FLOAT32,                                           // gradient
     eIDT_INT32,     eIDT_INT32,     eIDT_INT32, eIDT_INT32, // edges and ids
     eIDT_ARGB8,     eIDT_ARGB8,     eIDT_ARGB8};            // spare
+
+struct SDump
+{
+    LxCCalibData::EImage image;
+    std::wstring_view suffix;
+};
+
+/// The images that are dumped, in their order.
+constexpr std::array<SDump, 11> c_aDumps{{
+    {LxCCalibData::eCamDebugImage, L"_CamCalibImg"},
+    {LxCCalibData::eCamHorEdges, L"_HorEdgeImgCam"},
+    {LxCCalibData::eCamVerEdges, L"_VerEdgeImgCam"},
+    {LxCCalibData::eCamHorIds, L"_HorIdImgCam"},
+    {LxCCalibData::eCamVerIds, L"_VerIdImgCam"},
+    {LxCCalibData::eProjDebugImage, L"_ProjCalibImg"},
+    {LxCCalibData::eProjMask, L"_ProjCalibMask"},
+    {LxCCalibData::eProjHorEdges, L"_HorEdgeImgProj"},
+    {LxCCalibData::eProjVerEdges, L"_VerEdgeImgProj"},
+    {LxCCalibData::eProjHorIds, L"_HorIdImgProj"},
+    {LxCCalibData::eProjVerIds, L"_VerIdImgProj"},
+}};
 
 } // namespace
 
@@ -85,6 +108,25 @@ CCTImage& LxCCalibData::GetImage(EImage image)
 const CCTImage& LxCCalibData::GetImage(EImage image) const
 {
     return m_vImages.at(static_cast<std::size_t>(image) - 1);
+}
+
+CCTImage::EReturnCode LxCCalibData::DumpAllImages(const std::wstring& base) const
+{
+    // Saving drops what follows the last point of a name: the suffix must not stand there.
+    constexpr std::size_t c_iLongestExtension = 5; // ".tiff"
+    const std::size_t point = std::min(base.rfind(L'.'), base.size());
+    const bool hasExtension = base.size() - point <= c_iLongestExtension && CCTImage::IsValidFilename(base);
+    const std::size_t nameLength = hasExtension ? point : base.size();
+    const std::wstring extension = hasExtension ? base.substr(nameLength) : L".tif";
+    CCTImage::EReturnCode result = CCTImage::eRC_OK;
+    for (const SDump& dump : c_aDumps) {
+        const std::wstring path = base.substr(0, nameLength).append(dump.suffix) + extension;
+        const CCTImage::EReturnCode saved = GetImage(dump.image).Save(path);
+        if (result == CCTImage::eRC_OK) {
+            result = saved;
+        }
+    }
+    return result;
 }
 
 } // namespace LxCV

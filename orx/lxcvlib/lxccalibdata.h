@@ -4,6 +4,7 @@
 #include "cctimage.h"
 #include "orx/base/export.h"
 
+#include <string>
 #include <vector>
 
 namespace LxCV {
@@ -68,6 +69,12 @@ public:
     void SetCamMaskInUse(bool inUse) { m_bCamMaskInUse = inUse; }
     bool IsProjMaskInUse() const { return m_bProjMaskInUse; }
     void SetProjMaskInUse(bool inUse) { m_bProjMaskInUse = inUse; }
+
+    /// Saves debug pictures, edges, ids and the projector's mask, each by `CCTImage::Save` under the base with a suffix
+    /// such as "_HorEdgeImgCam". Where the base ends in the extension of an image file (see
+    /// `CCTImage::IsValidFilename`), the suffix stands before that; any other point belongs to the name.
+    /// @return 0, else the result of the first image that could not be saved; the others are saved nevertheless
+    CCTImage::EReturnCode DumpAllImages(const std::wstring& base) const;
 
     /// The bits per channel of `eProjSpare3`: 8 after `Init`, 0 before.
     int GetBitDepth() const { return m_iBitDepth; }

@@ -1,10 +1,19 @@
 // Tests of the working images of a calibration step.
 #include "lxccalibdata.h"
 
+#include "orx/logging/logger.h"
+#include "stringutils.h"
+#include "tests/support/temporaryfolder.h"
+
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
+#include <filesystem>
+#include <map>
+#include <set>
 #include <stdexcept>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -145,6 +154,106 @@ TEST(LxCCalibData, MovesLeaveAUsableObject)
     ExpectMarked(target);
     moved.Init(1, 1);
     EXPECT_TRUE(moved.IsInitialized());
+}
+
+const std::map<std::string, int> c_DumpedImages{
+    {"_CamCalibImg", 4},     {"_HorEdgeImgCam", 7}, {"_VerEdgeImgCam", 8},  {"_HorIdImgCam", 10},
+    {"_VerIdImgCam", 9},     {"_ProjCalibImg", 17}, {"_ProjCalibMask", 16}, {"_HorEdgeImgProj", 19},
+    {"_VerEdgeImgProj", 20}, {"_HorIdImgProj", 22}, {"_VerIdImgProj", 21}};
+
+/// The first pixel of each image is its number.
+LxCCalibData NumberedData()
+{
+    LxCCalibData data;
+    data.Init(kWidth, kHeight);
+    for (int number = 1; number <= 25; ++number) {
+        data.GetImage(Number(number)).SetPixel(0, 0, static_cast<unsigned long>(number));
+    }
+    return data;
+}
+
+/// The folder of a base holds the files of all dumped images, and nothing else.
+void ExpectDump(const std::string& base, const std::string& name)
+{
+    const ::TestSupport::CTemporaryFolder folder;
+    std::filesystem::create_directory(folder / "in.png");
+    ASSERT_EQ(NumberedData().DumpAllImages(s2ws(folder / "in.png/" + base)), 0);
+    std::set<std::string> expected;
+    for (const auto& [suffix, number] : c_DumpedImages) {
+        expected.insert(name + suffix + ".tif");
+        CCTImage image;
+        ASSERT_EQ(image.Load(folder / "in.png/" + name + suffix + ".tif"), 0);
+        EXPECT_EQ(image.GetInt32PixelFast(0, 0), number) << suffix;
+        EXPECT_EQ(image.GetDataType(), NumberedData().GetImage(Number(number)).GetDataType()) << suffix;
+    }
+    std::set<std::string> found;
+    for (const auto& entry : std::filesystem::directory_iterator(folder / "in.png")) {
+        found.insert(entry.path().filename().string());
+    }
+    EXPECT_EQ(found, expected);
+}
+
+TEST(LxCCalibData, DumpNamesElevenImagesAfterTheirContent)
+{
+    ExpectDump("step", "step");
+    ExpectDump("größe", "größe");
+    ExpectDump("", "");
+}
+
+TEST(LxCCalibData, DumpPutsTheSuffixBeforeTheExtensionOfAnImage)
+{
+    ExpectDump("step.tif", "step");
+    ExpectDump("step.tiff", "step");
+    ExpectDump("step.2.bmp", "step.2");
+    ExpectDump(".jpeg", "");
+}
+
+TEST(LxCCalibData, DumpKeepsOtherPointsOfTheBase)
+{
+    ExpectDump("step.2", "step.2");
+    ExpectDump("v1.0.dat", "v1.0.dat");
+    ExpectDump("tiff", "tiff");
+    ExpectDump("a.xtiff", "a.xtiff");
+    ExpectDump("end.", "end.");
+}
+
+TEST(LxCCalibData, DumpSavesInTheFixedOrder)
+{
+    const ::TestSupport::CTemporaryFolder folder;
+    const Logging::CCapture log;
+    EXPECT_EQ(NumberedData().DumpAllImages(s2ws(folder / "none/a")), 1);
+    const std::vector<std::wstring> suffixes{L"_CamCalibImg",   L"_HorEdgeImgCam",  L"_VerEdgeImgCam",
+                                             L"_HorIdImgCam",   L"_VerIdImgCam",    L"_ProjCalibImg",
+                                             L"_ProjCalibMask", L"_HorEdgeImgProj", L"_VerEdgeImgProj",
+                                             L"_HorIdImgProj",  L"_VerIdImgProj"};
+    const auto records = log.GetRecords();
+    ASSERT_EQ(records.size(), suffixes.size());
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        EXPECT_EQ(records[i].text,
+                  L"the file " + s2ws(folder / "none/a") + suffixes[i] + L".tif could not be written!\n");
+    }
+}
+
+TEST(LxCCalibData, DumpGoesOnAfterAnImageThatCannotBeSaved)
+{
+    const ::TestSupport::CTemporaryFolder folder;
+    LxCCalibData data = NumberedData();
+    data.GetImage(LxCCalibData::eCamDebugImage) = CCTImage(2, 2, CCTImage::eIDT_INT8, true, nullptr);
+    const Logging::CCapture log;
+    EXPECT_EQ(data.DumpAllImages(s2ws(folder / "a")), 8);
+    EXPECT_EQ(log.Count(Logging::ELevel::eError, L"ORX.Lumorad.CCTImage", L"Save: Unsupported image type\n"),
+              1);
+    EXPECT_FALSE(std::filesystem::exists(folder / "a_CamCalibImg.tif"));
+    EXPECT_TRUE(std::filesystem::exists(folder / "a_VerIdImgProj.tif"));
+}
+
+TEST(LxCCalibData, DumpWithoutImagesSavesNothing)
+{
+    const ::TestSupport::CTemporaryFolder folder;
+    const Logging::CCapture log;
+    EXPECT_EQ(LxCCalibData().DumpAllImages(s2ws(folder / "a")), 8);
+    EXPECT_EQ(log.GetRecords().size(), 11U);
+    EXPECT_TRUE(std::filesystem::is_empty(folder.GetPath()));
 }
 
 } // namespace
