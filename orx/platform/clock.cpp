@@ -2,6 +2,7 @@
 #include "orx/platform/clock.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <ctime>
 #include <shared_mutex>
 
@@ -60,6 +61,22 @@ ClockSource* Exchange(ClockSource* source)
     return previous;
 }
 
+/// Takes over the time zone that the environment names now. Where it names none, `tzset` looks at the system's file at
+/// each call; once a second will do.
+void UpdateZone()
+{
+    static std::atomic<std::time_t> s_lastLook{-1};
+    if (std::getenv("TZ") != nullptr) {
+        s_lastLook.store(-1, std::memory_order_relaxed);
+        tzset();
+        return;
+    }
+    const std::time_t now = std::time(nullptr);
+    if (s_lastLook.exchange(now, std::memory_order_relaxed) != now) {
+        tzset();
+    }
+}
+
 } // namespace
 
 bool Clock::QueryTicks(std::int64_t& ticks)
@@ -87,7 +104,7 @@ LocalTime Clock::ToLocalTime(std::chrono::system_clock::time_point moment)
     const auto second = std::chrono::floor<std::chrono::seconds>(moment);
     const std::time_t time = std::chrono::system_clock::to_time_t(second);
     const auto rest = std::chrono::duration_cast<std::chrono::milliseconds>(moment - second);
-    tzset();
+    UpdateZone();
     std::tm local{};
     localtime_r(&time, &local);
     constexpr int c_iFirstYear = 1900;

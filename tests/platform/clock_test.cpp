@@ -74,6 +74,24 @@ TEST(Clock, LocalTimeIsTheMomentInTheZoneOfTheProcess)
     EXPECT_EQ(time.dayOfWeek, 2);
 }
 
+TEST(Clock, ZoneOfTheSystemAppliesAgainWhereTheProcessNamesNone)
+{
+    const auto moment = system_clock::time_point(std::chrono::milliseconds(1425369906789));
+    const auto hourIn = [&moment](const char* zone) {
+        const ScopedTimeZone scope(zone);
+        return Clock::ToLocalTime(moment).hour;
+    };
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(hourIn("XST-1"), 9);
+        EXPECT_EQ(hourIn("YST5"), 3);
+        const int hourOfTheSystem = hourIn(":/etc/localtime");
+        const ScopedTimeZone scope("none");
+        unsetenv("TZ");
+        EXPECT_EQ(Clock::ToLocalTime(moment).hour, hourOfTheSystem);
+        EXPECT_EQ(Clock::ToLocalTime(moment).hour, hourOfTheSystem);
+    }
+}
+
 TEST(Clock, MomentBeforeTheEpochHasAPositiveMillisecond)
 {
     const ScopedTimeZone zone("UTC0");
