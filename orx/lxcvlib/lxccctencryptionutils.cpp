@@ -1,18 +1,24 @@
 // Container frames around zlib and the parameter cipher.
 #include "lxccctencryptionutils.h"
 
+#include "containerfile.h"
+#include "lxaframegrabber.h"
 #include "orx/logging/logger.h"
 #include "orx/parameter/keyfile.h"
 #include "orx/parameter/vantacrypt.h"
+#include "orx/platform/paths.h"
 #include "orx/ymalgo/ymzip.h"
+#include "pathutils.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace LxCV {
@@ -106,6 +112,7 @@ bool WriteContainer(std::ostream& sink, std::size_t textSize, std::size_t compre
     sink.write(head.data(), static_cast<std::streamsize>(head.size()));
     sink.write(reinterpret_cast<const char*>(encrypted.data()),
                static_cast<std::streamsize>(encrypted.size()));
+    sink.flush(); // a full disk may show only here
     return !sink.fail();
 }
 
@@ -191,6 +198,16 @@ bool UnpackText(std::ostream& text, std::istream& source, const auto& getKey)
     return true;
 }
 
+/// Whether a serial number names a file and no folder: a device must not choose where it is read and written.
+bool IsFileName(const std::string& serialNumber)
+{
+    const bool plain = serialNumber.find_first_of(std::string_view("/\\\0", 3)) == std::string::npos;
+    if (!plain) {
+        s_Logger.Error(L"The serial number '%s' of the camera is no file name.\n", serialNumber);
+    }
+    return plain;
+}
+
 } // namespace
 
 bool LxCCCTEncryptionUtils::EncryptAndCompress(std::stringstream& text, std::ostream& sink)
@@ -218,6 +235,45 @@ bool LxCCCTEncryptionUtils::DecryptAndDecompress(std::stringstream& text, std::i
         s_Logger.Error(L"Read ini-file failed");
     }
     return done;
+}
+
+void LxCCCTEncryptionUtils::GetIniBackupFilenames(std::string& programCopy, std::string& dataCopy,
+                                                  LxAFrameGrabber* grabber)
+{
+    programCopy.clear();
+    dataCopy.clear();
+    if (grabber == nullptr) {
+        return;
+    }
+    const std::string fileName = "\\" + grabber->GetSerialNumber() + ".dat";
+    programCopy = GetAppPathA() + fileName;
+    const std::string folder = platform::GetProgramDataDir() + "\\Lumorad";
+    std::error_code ignored;
+    std::filesystem::create_directories(platform::NativePath(folder), ignored);
+    dataCopy = folder + fileName;
+}
+
+bool LxCCCTEncryptionUtils::ReadIniFileFromCryptedFile(std::stringstream& text, LxAFrameGrabber* grabber)
+{
+    if (grabber == nullptr || !IsFileName(grabber->GetSerialNumber())) {
+        return false;
+    }
+    std::string programCopy;
+    std::string dataCopy;
+    GetIniBackupFilenames(programCopy, dataCopy, grabber);
+    return ReadContainerFile(text, {dataCopy, programCopy});
+}
+
+bool LxCCCTEncryptionUtils::WriteIniFileToCryptedFile(std::stringstream& text, LxAFrameGrabber* grabber)
+{
+    if (grabber == nullptr || !IsFileName(grabber->GetSerialNumber())) {
+        return false;
+    }
+    std::string programCopy;
+    std::string dataCopy;
+    GetIniBackupFilenames(programCopy, dataCopy, grabber);
+    std::ofstream file = OpenContainerFile(dataCopy);
+    return file.is_open() && WriteContainerFile(text, file);
 }
 
 std::optional<std::array<unsigned char, LxCCCTEncryptionUtils::mcs_uiKeySize>>

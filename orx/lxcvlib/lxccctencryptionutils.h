@@ -6,10 +6,14 @@
 #include <array>
 #include <iosfwd>
 #include <optional>
+#include <string>
 
 namespace LxCV {
 
-/// Packs section text into a container and unpacks it. Integers are little-endian, sizes are in bytes.
+class LxAFrameGrabber;
+
+/// Packs section text into a container and unpacks it, and keeps the backup copy of a camera's own file as one.
+/// Integers are little-endian, sizes are in bytes.
 ///
 /// Version 2, the one that is written: the byte 2; the uncompressed, the compressed and the encrypted size, each
 /// an unsigned 32-bit integer; then the zlib stream of the text, encrypted by `CVantaCrypt` (AES-256-GCM). Version
@@ -39,6 +43,26 @@ public:
     /// @return whether it was read; on failure `text` is as it was, and the log has the line
     /// "Read ini-file failed" at error level
     static bool DecryptAndDecompress(std::stringstream& text, std::istream& source);
+
+    /// Names the copies on this computer of the file that a grabber's camera keeps, as path texts; both are empty
+    /// without a grabber.
+    /// @param programCopy the program's folder, a backslash, the camera's serial number and ".dat": installed with the
+    ///        program, never written
+    /// @param dataCopy the same in the folder Lumorad of `platform::GetProgramDataDir`; that folder is made here where
+    ///        it is absent, and a failure to make it shows as the file is opened
+    /// @throws std::runtime_error as `GetAppPathA` does
+    static void GetIniBackupFilenames(std::string& programCopy, std::string& dataCopy,
+                                      LxAFrameGrabber* grabber);
+
+    /// Reads `dataCopy` as `DecryptAndDecompress` does, or `programCopy` where the former does not open; one that is
+    /// there but damaged is not passed over. Only regular files open.
+    /// @return false without a grabber, where neither opens, for a serial number that is no file name, or on failure
+    static bool ReadIniFileFromCryptedFile(std::stringstream& text, LxAFrameGrabber* grabber);
+
+    /// Replaces `dataCopy` as `EncryptAndCompress` does. A text that is too big leaves an empty file.
+    /// @return false without a grabber, for a serial number that is no file name, or if the file cannot be opened or
+    ///         written whole
+    static bool WriteIniFileToCryptedFile(std::stringstream& text, LxAFrameGrabber* grabber);
 
 protected:
     static constexpr std::size_t mcs_uiKeySize = 32;

@@ -2,52 +2,36 @@
 
 #include "orx/logging/logger.h"
 #include "orx/ymalgo/ymzip.h"
+#include "tests/support/container.h"
 #include "tests/support/environment.h"
-#include "tests/support/storedzlib.h"
 #include "tests/support/temporaryfolder.h"
+#include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <fstream>
 #include <random>
 #include <sstream>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 namespace LxCV {
 namespace {
 
 using Logging::ELevel;
+using ::TestSupport::PlainContainer;
+using ::TestSupport::UInt32;
+using ::TestSupport::UInt32At;
+using ::TestSupport::WithChangedBit;
 
 const std::wstring c_sChannel = L"ORX.Lumorad.LxCCCTEncryptionUtils";
 const std::wstring c_sDiagnosticsChannel = L"Diagnostics.Lumorad";
 const std::wstring c_sPrefix = L"LxCMatrixFrameGrabber::decryptAndDecompress: ";
 constexpr std::uint32_t c_uiLargestText = 65523 * 1032; // the device's storage area at deflate's best ratio
 const std::string c_sText = "::A\nk=1\n";
-
-std::string UInt32(std::uint32_t value)
-{
-    std::string bytes;
-    for (int i = 0; i < 4; ++i) {
-        bytes.push_back(static_cast<char>(value >> (8 * i)));
-    }
-    return bytes;
-}
-
-std::uint32_t UInt32At(const std::string& bytes, std::size_t offset)
-{
-    std::uint32_t value = 0;
-    for (std::size_t i = 4; i-- > 0;) {
-        value = value * 256 + static_cast<unsigned char>(bytes.at(offset + i));
-    }
-    return value;
-}
-
-/// A container of version 1 that no code of the library had a hand in.
-std::string PlainContainer(const std::string& text)
-{
-    const std::string compressed = ::TestSupport::StoredZlib(text);
-    return "\x01" + UInt32(static_cast<std::uint32_t>(text.size())) +
-           UInt32(static_cast<std::uint32_t>(compressed.size())) + compressed;
-}
 
 std::string RandomText(std::mt19937& random, std::size_t size)
 {
@@ -204,10 +188,8 @@ TEST_F(LxCCCTEncryptionUtilsTest, RefusesEveryChangedBitOfAnEncryptedContainer)
 {
     const std::string container = Pack(c_sText);
     for (std::size_t bit = 0; bit < container.size() * 8; ++bit) {
-        std::string changed = container;
-        changed[bit / 8] = static_cast<char>(changed[bit / 8] ^ (1 << (bit % 8)));
         m_Capture.Clear();
-        EXPECT_EQ(Unpack(changed), std::pair(false, std::string())) << bit;
+        EXPECT_EQ(Unpack(WithChangedBit(container, bit)), std::pair(false, std::string())) << bit;
         EXPECT_EQ(m_Capture.Count(ELevel::eError, c_sChannel, L"Read ini-file failed"), 1);
     }
 }
@@ -217,9 +199,7 @@ TEST_F(LxCCCTEncryptionUtilsTest, NeverReadsAnotherTextFromAChangedPlainContaine
 {
     const std::string container = PlainContainer(c_sText);
     for (std::size_t bit = 0; bit < container.size() * 8; ++bit) {
-        std::string changed = container;
-        changed[bit / 8] = static_cast<char>(changed[bit / 8] ^ (1 << (bit % 8)));
-        const auto [done, text] = Unpack(changed);
+        const auto [done, text] = Unpack(WithChangedBit(container, bit));
         EXPECT_EQ(text, done ? c_sText + '\0' : "") << bit;
     }
 }
@@ -390,6 +370,43 @@ TEST_F(LxCCCTEncryptionUtilsTest, WritesNothingButSucceedsFrom65523CompressedByt
     EXPECT_EQ(
         m_Capture.Count(ELevel::eInfo, c_sDiagnosticsChannel, L"Write ini-file to device was successful"), 1);
     EXPECT_EQ(m_Capture.GetRecords().size(), 2U);
+}
+
+// Small containers stay in the buffer of a file stream: the fault shows when that is emptied.
+TEST_F(LxCCCTEncryptionUtilsTest, FailsOnAFullDisk)
+{
+    std::ofstream sink("/dev/full", std::ios_base::binary);
+    ASSERT_TRUE(sink.is_open());
+    std::stringstream text(c_sText);
+    EXPECT_FALSE(LxCCCTEncryptionUtils::EncryptAndCompress(text, sink));
+    EXPECT_EQ(m_Capture.Count(ELevel::eError, c_sDiagnosticsChannel, L"Write ini-file to device failed"), 1);
+    EXPECT_EQ(m_Capture.GetRecords().size(), 2U) << "that and the line that tells of the new key";
+}
+
+// The reader has no limit of the device: what it holds may come from a larger one.
+TEST_F(LxCCCTEncryptionUtilsTest, ReadsContainersLargerThanTheDevicesStorage)
+{
+    const std::string text(65530, 'x');
+    EXPECT_GT(PlainContainer(text).size(), 65523U);
+    EXPECT_EQ(Unpack(PlainContainer(text)), std::pair(true, text + '\0'));
+}
+
+// The key is not there before: one of the threads makes it and all use it.
+TEST_F(LxCCCTEncryptionUtilsTest, ManyThreadsPackAndUnpackAtOnce)
+{
+    const ::TestSupport::CWatchdog watchdog;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([this, thread] {
+            for (int i = 0; i < 20; ++i) {
+                const std::string text = "::Thread\nk=" + std::to_string(thread) + "\n";
+                EXPECT_EQ(Unpack(Pack(text)), std::pair(true, text + '\0'));
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
 }
 
 TEST_F(LxCCCTEncryptionUtilsTest, AssignmentDoesNothing)
