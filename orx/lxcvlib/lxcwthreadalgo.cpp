@@ -3,9 +3,9 @@
 
 #include "orx/btservices/btexception.h"
 #include "orx/logging/logger.h"
-#include "orx/platform/clock.h"
 #include "orx/platform/threadmessages.h"
 #include "orx/platform/threads.h"
+#include "runningclock.h"
 
 #include <chrono>
 #include <exception>
@@ -21,39 +21,11 @@ const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCWThreadAlgo");
 constexpr std::uint32_t c_uiRateWindowMs = 1000;
 constexpr std::uint64_t c_uiHundredthsPerMs = 100000; // hundredths of a cycle per second in one cycle per ms
 constexpr std::chrono::milliseconds c_PollInterval(10);
-constexpr std::uint32_t c_uiMsPerSecond = 1000;
-
-/// The running clock, since an unknown moment. Where there is none, time stands still at 0.
-struct Moment
-{
-    std::int64_t seconds = 0;
-    double restMs = 0.0; ///< less than 1000 either way
-};
-
-Moment Now()
-{
-    std::int64_t ticks = 0;
-    std::int64_t frequency = 0;
-    if (!platform::Clock::QueryTicks(ticks) || !platform::Clock::QueryFrequency(frequency) ||
-        frequency <= 0) {
-        return {};
-    }
-    return {ticks / frequency,
-            static_cast<double>(ticks % frequency) * c_uiMsPerSecond / static_cast<double>(frequency)};
-}
 
 /// Whole ms, modulo 2^32.
 std::uint32_t TickMs()
 {
-    const Moment now = Now();
-    return static_cast<std::uint32_t>(now.seconds) * c_uiMsPerSecond +
-           static_cast<std::uint32_t>(static_cast<int>(now.restMs));
-}
-
-double ElapsedMs(const Moment& since)
-{
-    const Moment now = Now();
-    return static_cast<double>(now.seconds - since.seconds) * c_uiMsPerSecond + (now.restMs - since.restMs);
+    return static_cast<std::uint32_t>(SRunningMoment::Now().GetMs());
 }
 
 } // namespace
@@ -305,6 +277,11 @@ bool LxCWThreadAlgo::Exit()
     return true;
 }
 
+void LxCWThreadAlgo::SleepUnlessAsked(unsigned long timeMs)
+{
+    BtEvent::WaitForAny({&m_PauseRequestEvent, &m_ExitRequestEvent}, timeMs);
+}
+
 std::string LxCWThreadAlgo::GetName() const
 {
     const std::lock_guard lock(m_NameMutex);
@@ -330,16 +307,14 @@ bool LxCWThreadAlgo::WaitForWorkCycles(unsigned int count, void* abortEvent, boo
         s_Logger.Error(L"%s cannot wait for its own cycles\n", GetName());
         return false;
     }
-    // C's clock() would not do: on most systems it is the processor time of the process, which stands nearly
-    // still while everything waits.
-    const Moment start = Now();
+    const SRunningMoment start = SRunningMoment::Now();
     {
         const std::lock_guard lock(m_CycleLock);
         m_uiTotalCycles = 0;
     }
     const auto* const event = static_cast<const BtEvent*>(abortEvent);
     for (;; std::this_thread::sleep_for(c_PollInterval)) {
-        const double elapsedMs = ElapsedMs(start);
+        const double elapsedMs = start.GetElapsedMs();
         const bool flagged = abortFlag != nullptr && __atomic_load_n(abortFlag, __ATOMIC_ACQUIRE);
         if (flagged || (event != nullptr && event->IsSet())) {
             return false;

@@ -153,6 +153,9 @@ protected:
     std::uint32_t GetCyclesSinceStart() const { return m_uiCyclesSinceStart; }
     std::int32_t GetNumberOfStarts() const { return m_iStarts; }
 
+    /// For `DoWork`: sleeps for a time, in ms, but not past a request to pause or to exit.
+    void SleepUnlessAsked(unsigned long timeMs);
+
 private:
     enum class EState
     {

@@ -530,6 +530,32 @@ TEST_F(LxCWThreadAlgoTest, AWorkerMayAskForItsOwnPause)
     EXPECT_EQ(worker.cycles, 1);
 }
 
+TEST_F(LxCWThreadAlgoTest, SleepsEndWithARequestToPauseOrToExit)
+{
+    WorkerProbe worker;
+    BtEvent asleep;
+    worker.work = [&] {
+        asleep.Set();
+        worker.SleepUnlessAsked(0xFFFFFFFF);
+    };
+    worker.Start();
+    asleep.Wait();
+    EXPECT_EQ(worker.Pause(true, c_ulLong), 0);
+    asleep.Reset();
+    worker.Start();
+    asleep.Wait();
+    EXPECT_TRUE(worker.Exit());
+}
+
+TEST_F(LxCWThreadAlgoTest, SleepsLastTheirTime)
+{
+    WorkerProbe worker;
+    const auto start = std::chrono::steady_clock::now();
+    worker.SleepUnlessAsked(0);
+    worker.SleepUnlessAsked(15);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(15));
+}
+
 TEST_F(LxCWThreadAlgoTest, TheNameMayChangeWhileItIsLogged)
 {
     WorkerProbe worker;
