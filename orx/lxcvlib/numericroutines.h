@@ -69,6 +69,8 @@ ORX_EXPORT bool CubicSplineInterpolation(const double* x, const double* y, const
 /// From the least-squares line the slope is searched for the sign change of the derivative of the deviation,
 /// first by growing steps, then by halving, to a hundredth of the standard deviation of the least-squares
 /// residuals. Residuals that are within rounding of zero relative to |y| have no weight in the derivative.
+/// A derivative of exactly zero, which even numbers of points can have, does not end the halving, deliberately:
+/// it goes on away from the least-squares slope.
 /// The line with the least-squares slope stays where the search does not better it.
 ///
 /// @param x, y count values each

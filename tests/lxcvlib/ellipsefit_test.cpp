@@ -188,6 +188,27 @@ TEST(FitEllipseDirect, ACircleKeepsItsRadiusWhateverItsAngle)
     EXPECT_LE(std::abs(found.GetAlpha()), c_dPi / 4.0);
 }
 
+TEST(FitEllipseDirect, ACircleThroughPointsOfAGridIsFittedAtAnySizeOfIt)
+{
+    // 3² + 4² = 5²: the coefficients of x² and y² are equal up to rounding, and mostly exactly.
+    const int gridX[12] = {5, -5, 0, 0, 3, 3, -3, -3, 4, 4, -4, -4};
+    const int gridY[12] = {0, 0, 5, -5, 4, -4, 4, -4, 3, -3, 3, -3};
+    for (const double unit : {0.25, 1.0, 3.0, 7.1, 1e-5, 1e4}) {
+        Points points;
+        for (int i = 0; i < 12; ++i) {
+            points.x.push_back(unit * gridX[i]);
+            points.y.push_back(unit * gridY[i]);
+        }
+        LxCEllipse found;
+        ASSERT_TRUE(points.Fit(found)) << unit;
+        EXPECT_NEAR(found.GetX() / unit, 0.0, 1e-9);
+        EXPECT_NEAR(found.GetY() / unit, 0.0, 1e-9);
+        EXPECT_NEAR(found.GetA() / unit, 5.0, 1e-9);
+        EXPECT_NEAR(found.GetB() / unit, 5.0, 1e-9);
+        EXPECT_LE(std::abs(found.GetAlpha()), c_dPi / 4.0);
+    }
+}
+
 TEST(FitEllipseDirect, RefusesUntouchedFewerThanSixPointsAndNulls)
 {
     const LxCEllipse before(1.0, 2.0, 3.0, 4.0, 0.5);

@@ -506,6 +506,63 @@ TEST(FitEllipseToBlob, ASecondFitFollowsAnEdgeFartherOutThanTheBlob)
                                                 &image, true, false, nullptr));
     EXPECT_EQ(first.GetA(), byHand.GetA());
     EXPECT_NE(error, firstError) << "the second fit changed nothing, so nothing was tested";
+    EXPECT_EQ(blob.FitEllipseToBlob(&image, &first, firstError, false, nullptr), firstError)
+        << "an error that is the limit is not improved";
+}
+
+/// Whether the fit of a blob of the given centre and half width and height is another one than the first, from
+/// the blob alone.
+bool IsFitTwice(CCTImage& image, double cx, double cy, int halfWidth, int halfHeight)
+{
+    LxCBlob blob = Box(0, 0, 2 * halfWidth, 2 * halfHeight);
+    blob.m_dCenterX = cx;
+    blob.m_dCenterY = cy;
+    LxCEllipse ellipse;
+    const double error = blob.FitEllipseToBlob(&image, &ellipse, 0.5, false, nullptr);
+    LxCEllipse first;
+    const auto a = static_cast<double>(halfWidth);
+    const auto b = static_cast<double>(halfHeight);
+    const double firstError = FitFrom({cx, cy, a, b, 0.0}, image, true, false, first);
+    EXPECT_GT(error, 0.0);
+    EXPECT_GT(firstError, 0.0);
+    EXPECT_EQ(error == firstError, ellipse.GetA() == first.GetA());
+    return error != firstError;
+}
+
+TEST(FitEllipseToBlob, MoreThanAPixelOffInPlaceOrSizeIsFitTwice)
+{
+    constexpr double c_dOff = 1.0;
+    constexpr double c_dMargin = 0.15; // of c_dEdgeTolerance and what a fit from aside adds
+    for (const double off :
+         {-c_dOff - c_dMargin, -c_dOff + c_dMargin, c_dOff - c_dMargin, c_dOff + c_dMargin}) {
+        const bool twice = std::abs(off) > c_dOff;
+        CCTImage round = Render({50.0, 40.0, 20.0, 15.0, 0.0}, CCTImage::eIDT_UINT8, 30, 230);
+        EXPECT_EQ(IsFitTwice(round, 50.0 + off, 40.0, 20, 15), twice) << "x " << off;
+        EXPECT_EQ(IsFitTwice(round, 50.0, 40.0 + off, 20, 15), twice) << "y " << off;
+        CCTImage wide = Render({50.0, 40.0, 20.0 + off, 15.0, 0.0}, CCTImage::eIDT_UINT8, 30, 230);
+        EXPECT_EQ(IsFitTwice(wide, 50.0, 40.0, 20, 15), twice) << "a " << off;
+        CCTImage high = Render({50.0, 40.0, 20.0, 15.0 + off, 0.0}, CCTImage::eIDT_UINT8, 30, 230);
+        EXPECT_EQ(IsFitTwice(high, 50.0, 40.0, 20, 15), twice) << "b " << off;
+    }
+}
+
+TEST(FitEllipseToBlob, TakesContoursOfLessThanAThousandPoints)
+{
+    std::vector<double> xs(10000);
+    std::vector<double> ys(xs.size());
+    int longest = 0;
+    for (int half = 100; half < 250; ++half) {
+        const LxCBlob blob = Box(0, 0, 2 * half, 2 * half);
+        const int needed = LxCBlob::CreateArtificialContour(xs.data(), ys.data(), half, half, half, half,
+                                                            static_cast<int>(xs.size()));
+        ASSERT_GT(needed, 0);
+        // The ellipse is reset where there is a contour, also without an image.
+        LxCEllipse ellipse;
+        EXPECT_EQ(blob.FitEllipseToBlob(nullptr, &ellipse, 0.5, true, nullptr), -1.0);
+        EXPECT_EQ(ellipse.GetX(), needed < 1000 ? half : 0) << half << " needs " << needed;
+        longest = needed < 1000 ? std::max(longest, needed) : longest;
+    }
+    EXPECT_GT(longest, 980);
 }
 
 TEST(FitEllipseToBlob, AFirstFitWithinAPixelOfTheBoxIsFinal)

@@ -408,6 +408,8 @@ TEST(CubicSpline, EqualAbscissaeAroundThePlaceAreRefused)
     // The bisection of four knots looks at knot 1 and, at 0.5, turns left of the double one.
     EXPECT_TRUE(CubicSplineInterpolation(x, y, moments, 4, 0.5, &value));
     EXPECT_DOUBLE_EQ(value, 0.5);
+    ASSERT_TRUE(CubicSplineInterpolation(x, y, moments, 4, 1.0, &value));
+    EXPECT_EQ(value, 2.0) << "the later one of the two counts at their place";
     const double triple[3] = {1, 1, 1};
     EXPECT_FALSE(CubicSplineInterpolation(triple, y, moments, 3, 1.0, &value));
 }
@@ -566,6 +568,33 @@ TEST(FitLineMinAbsDev, SearchesByStepsOfThreeDeviationsAndThenByHalving)
     const double mirrored[5] = {0, -0.01, -0.02, -0.03, -0.04};
     FitLineMinAbsDev(mirrored, y, 5, slope, intercept);
     EXPECT_NEAR(slope, 40.0 - 5.16 * w - 4.096 * w * 1405.0 / 2048.0, c_dTolerance);
+}
+
+TEST(FitLineMinAbsDev, ADerivativeOfZeroSendsTheSearchOnAwayFromTheLeastSquaresSlope)
+{
+    // The least-squares slope is 27/34 with s = √((46 - 27²/34)/3), and too steep. At 27/34 - 8/512·3·s = 0.66
+    // the deviations +, -, -, + at -2, 1, 3, 6 have the derivative -2 - 1 - 3 + 6 = 0. All products with it
+    // are 0, so that 12, 14 and 15 parts of 512 follow.
+    const double x[4] = {-2, 1, 3, 6};
+    const double y[4] = {11, 7, 14, 16};
+    double slope = c_dNaN;
+    double intercept = c_dNaN;
+    FitLineMinAbsDev(x, y, 4, slope, intercept);
+    EXPECT_NEAR(slope, 27.0 / 34.0 - 15.0 / 512.0 * 3.0 * std::sqrt((46.0 - 27.0 * 27.0 / 34.0) / 3.0),
+                1e-13);
+}
+
+TEST(FitLineMinAbsDev, DeviationsOfTwoRoundingsOfTheOrdinatesCount)
+{
+    // The search of the steps above, 2^40 farther up: deviations are 1e-12 of the ordinates.
+    const double high = std::ldexp(1.0, 40);
+    const double x[5] = {0, 1, 2, 3, 4};
+    const double y[5] = {high, high + 4.0, high, high, high};
+    double slope = c_dNaN;
+    double intercept = c_dNaN;
+    FitLineMinAbsDev(x, y, 5, slope, intercept);
+    // Half the way from 41 parts of 512 to the next slope of the search, two parts of 3·√2.8 farther.
+    EXPECT_NEAR(slope, -0.4 + 41.0 / 512.0 * 3.0 * std::sqrt(2.8), std::sqrt(2.8) * 3.0 / 512.0);
 }
 
 TEST(FitLineMinAbsDev, IsNotPulledByOutliers)
