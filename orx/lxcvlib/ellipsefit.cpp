@@ -73,6 +73,23 @@ Matrix6 BuildScatter(const double* xs, const double* ys, int count, const Frame&
     return scatter;
 }
 
+/// Whether at most one conic goes through all points, up to rounding: whether at most one eigenvalue of the
+/// scatter matrix vanishes. Its Cholesky pivots do not tell, since a small one magnifies the rounding of those
+/// behind it.
+bool DeterminesConic(const Matrix6& scatter)
+{
+    Matrix6 upper{};
+    for (std::size_t r = 0; r < c_uiTerms; ++r) {
+        for (std::size_t c = 0; c <= r; ++c) {
+            upper[c * c_uiTerms + r] = scatter[r * c_uiTerms + c];
+        }
+    }
+    Matrix6 eigenvectors;
+    Vector6 eigenvalues;
+    return ComputeJacobiEigen(upper.data(), c_iTerms, eigenvalues.data(), eigenvectors.data()) &&
+           eigenvalues[c_uiTerms - 2] > c_dSumNoise * eigenvalues[0];
+}
+
 /// The inverse L⁻¹ of the scatter matrix's triangular factor.
 std::optional<Matrix6> InvertFactor(Matrix6 scatter)
 {
@@ -82,12 +99,6 @@ std::optional<Matrix6> InvertFactor(Matrix6 scatter)
     Matrix6 factor;
     if (!DecomposeCholesky(scatter.data(), c_iTerms, factor.data())) {
         return std::nullopt;
-    }
-    for (std::size_t i = 0; i + 1 < c_uiTerms * c_uiTerms; i += c_uiTerms + 1) {
-        // Any other pivot that is rounding means that more than one conic goes through all points.
-        if (factor[i] * factor[i] <= c_dSumNoise * scatter[i]) {
-            return std::nullopt;
-        }
     }
     return InvertLowerTriangle(factor.data(), c_iTerms) ? std::optional(factor) : std::nullopt;
 }
@@ -133,7 +144,7 @@ std::optional<Vector6> TurnBack(const Matrix6& inverse, const Matrix6& eigenvect
 /// place.
 std::optional<Vector6> FindConic(const Matrix6& scatter, const Frame& frame)
 {
-    const std::optional<Matrix6> inverse = InvertFactor(scatter);
+    const std::optional<Matrix6> inverse = DeterminesConic(scatter) ? InvertFactor(scatter) : std::nullopt;
     if (!inverse) {
         return std::nullopt;
     }

@@ -190,10 +190,11 @@ TEST(FitEllipseDirect, ACircleKeepsItsRadiusWhateverItsAngle)
 
 TEST(FitEllipseDirect, ACircleThroughPointsOfAGridIsFittedAtAnySizeOfIt)
 {
-    // 3² + 4² = 5²: the coefficients of x² and y² are equal up to rounding, and mostly exactly.
+    // 3² + 4² = 5²: the coefficients of x² and y² are equal, now and then to the last digit.
     const int gridX[12] = {5, -5, 0, 0, 3, 3, -3, -3, 4, 4, -4, -4};
     const int gridY[12] = {0, 0, 5, -5, 4, -4, 4, -4, 3, -3, 3, -3};
-    for (const double unit : {0.25, 1.0, 3.0, 7.1, 1e-5, 1e4}) {
+    for (int trial = 1; trial <= 500; ++trial) {
+        const double unit = 0.01 * trial * trial;
         Points points;
         for (int i = 0; i < 12; ++i) {
             points.x.push_back(unit * gridX[i]);
@@ -249,6 +250,25 @@ TEST(FitEllipseDirect, RefusesPointsOnALineInOnePlaceAndOfFewKinds)
         EXPECT_FALSE(line.Fit(ellipse)) << "trial " << trial;
         EXPECT_FALSE(place.Fit(ellipse)) << "trial " << trial;
         EXPECT_FALSE(three.Fit(ellipse)) << "trial " << trial;
+    }
+}
+
+TEST(FitEllipseDirect, RefusesFourPlacesThroughWhichManyEllipsesGo)
+{
+    std::mt19937 random(8);
+    std::uniform_real_distribution<double> value(0.0, 600.0);
+    for (int trial = 0; trial < 2000; ++trial) {
+        Points points;
+        for (int i = 0; i < 4; ++i) {
+            points.x.push_back(value(random));
+            points.y.push_back(value(random));
+        }
+        for (int i = 0; i < 2 + trial % 40; ++i) {
+            points.x.push_back(points.x[i % 4]);
+            points.y.push_back(points.y[i % 4]);
+        }
+        LxCEllipse ellipse;
+        EXPECT_FALSE(points.Fit(ellipse)) << "trial " << trial;
     }
 }
 
