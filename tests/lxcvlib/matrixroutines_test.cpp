@@ -431,6 +431,22 @@ TEST(Cholesky, RefusesWhatIsNotPositiveDefinite)
     }
 }
 
+TEST(Cholesky, APivotThatIsOnlyRoundingIsRefused)
+{
+    // The products are exact, so each matrix is singular. Its factor is rounded.
+    int positive = 0;
+    for (int a = 1; a <= 100; ++a) {
+        for (int b = 1; b <= 100; ++b) {
+            const double matrix[4] = {1.0 * a * a * 7, 1.0 * a * b * 7, 1.0 * a * b * 7, 1.0 * b * b * 7};
+            const double factor = matrix[2] / std::sqrt(matrix[0]);
+            positive += matrix[3] - factor * factor > 0.0 ? 1 : 0;
+            double out[4];
+            EXPECT_FALSE(DecomposeCholesky(matrix, 2, out)) << a << ' ' << b;
+        }
+    }
+    EXPECT_GT(positive, 100) << "rounding left no pivot to refuse";
+}
+
 TEST(Cholesky, RefusesNaNInfinityAndArgumentsThatHoldNoMatrix)
 {
     for (const double bad : {kNaN, kInfinity, -kInfinity}) {
@@ -741,6 +757,11 @@ TEST(FitPolynomial, NeedsAsManyDistinctAbscissaeAsCoefficients)
     // through the means 3 at 1 and 4 at 2
     EXPECT_NEAR(c[0], 2.0, 1e-14);
     EXPECT_NEAR(c[1], 1.0, 1e-14);
+    // Three abscissae whose cubic vanishes on them up to rounding only.
+    const double rounded[6] = {0.1, 0.35, 0.7, 0.1, 0.35, 0.7};
+    double cubic[4] = {7, 7, 7, 7};
+    EXPECT_FALSE(FitPolynomial(rounded, y, 6, 3, cubic));
+    EXPECT_EQ(cubic[0], 7.0);
     const double same[3] = {5, 5, 5};
     EXPECT_FALSE(FitPolynomial(same, y, 3, 1, c));
     ASSERT_TRUE(FitPolynomial(same, y, 3, 0, c));
