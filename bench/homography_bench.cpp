@@ -217,6 +217,24 @@ void FloorQrReflectionsOfTall(benchmark::State& state)
 }
 BENCHMARK(FloorQrReflectionsOfTall)->ArgName("rows")->Arg(8)->Arg(40)->Arg(400)->Arg(4000)->Arg(40000);
 
+/// What the decomposition of a tall matrix may cost: both factors Q and R, the decomposition of R, and the product of
+/// Q and the left vectors.
+void PeerQrThenSvdOfTall(benchmark::State& state)
+{
+    const CRowMajor matrix = TallMatrix(state.range(0));
+    for (auto _ : state) {
+        const Eigen::HouseholderQR<Eigen::MatrixXd> qr{Eigen::MatrixXd(matrix)};
+        const Eigen::MatrixXd triangle = qr.matrixQR().topRows(c_iColumns).triangularView<Eigen::Upper>();
+        const Eigen::JacobiSVD<Eigen::MatrixXd> svd(triangle, Eigen::ComputeFullU | Eigen::ComputeFullV);
+        Eigen::MatrixXd left = Eigen::MatrixXd::Zero(matrix.rows(), c_iColumns);
+        left.topRows(c_iColumns) = svd.matrixU();
+        left.applyOnTheLeft(qr.householderQ());
+        benchmark::DoNotOptimize(left.data());
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(PeerQrThenSvdOfTall)->ArgName("rows")->Arg(8)->Arg(40)->Arg(400)->Arg(4000)->Arg(40000);
+
 /// Eigen's decomposition of the whole matrix, which takes a pivoted QR decomposition first.
 void PeerJacobiSvdOfTall(benchmark::State& state)
 {
