@@ -239,6 +239,9 @@ void LxCHomography::ApplyHomographyInverse(double x, double y, double& ox, doubl
 
 void LxCHomography::applyHomography(double* params, double x, double y, double& ox, double& oy)
 {
+    if (!params) {
+        return;
+    }
     const CUnscaledPerspective unscaled(params, m_dPerspectiveScale);
     const double denominator = params[6] * x + params[7] * y + 1.0;
     ox = (params[0] * x + params[1] * y + params[2]) / denominator;
@@ -247,6 +250,9 @@ void LxCHomography::applyHomography(double* params, double x, double y, double& 
 
 void LxCHomography::applyHomographyInverse(double* params, double x, double y, double& ox, double& oy)
 {
+    if (!params) {
+        return;
+    }
     const CUnscaledPerspective unscaled(params, m_dPerspectiveScale);
     const double* h = params;
     const double denominator =

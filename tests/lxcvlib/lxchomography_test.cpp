@@ -311,7 +311,7 @@ TEST(LxCHomography, JacobianOfFewerParametersPutsTheResidualBehindThem)
     EXPECT_EQ(dy[4], 99);
 }
 
-TEST(LxCHomography, JacobianAndDifferenceWriteNothingForBadArguments)
+TEST(LxCHomography, MapsJacobianAndDifferenceWriteNothingForBadArguments)
 {
     CProbe homography;
     Params params{1, 0, 0, 0, 1, 0, 0, 0};
@@ -321,6 +321,8 @@ TEST(LxCHomography, JacobianAndDifferenceWriteNothingForBadArguments)
     for (const int count : {-1, 9, INT_MAX, INT_MIN}) {
         homography.jacobian(&feature, params.data(), count, dx, dy);
     }
+    homography.applyHomography(nullptr, 1.0, 2.0, dx[0], dy[0]);
+    homography.applyHomographyInverse(nullptr, 1.0, 2.0, dx[0], dy[0]);
     homography.jacobian(nullptr, params.data(), 8, dx, dy);
     homography.jacobian(&feature, nullptr, 8, dx, dy);
     homography.jacobian(&feature, params.data(), 8, nullptr, dy);
@@ -762,6 +764,93 @@ TEST(LxCHomography, RowsOfFeaturesThatLostTheirWeightTakePartWithWhatTheyLastHel
         different += MapDistance(result.params, other) > 10.0 * kReferenceTolerance ? 1 : 0;
     }
     EXPECT_GT(different, 15) << "clearing the rows would give another result";
+}
+
+/// A fifth of 200 pairs is wrong: by 28 to 85 pixels, or anywhere in the image.
+Features WithAFifthWrong(const Params& truth, bool anywhere, std::mt19937& random)
+{
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    Features features = MakeFeatures(truth, 200, 0.3, random);
+    for (std::size_t i = 0; i < features.size(); i += 5) {
+        SHomographyFeature& f = features[i];
+        const double u = unit(random);
+        const double v = unit(random);
+        f.dTargetX = anywhere ? kWidth * u : f.dTargetX + 20.0 + 40.0 * u;
+        f.dTargetY = anywhere ? kHeight * v : f.dTargetY - 20.0 - 40.0 * v;
+    }
+    return features;
+}
+
+double Median(std::vector<double> values)
+{
+    std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2),
+                     values.end());
+    return values[values.size() / 2];
+}
+
+TEST(LxCHomography, OptimiseLeavesLittleOfAFifthOfWrongPairsAndTheRestComesFromRowsThatStay)
+{
+    for (const bool anywhere : {false, true}) {
+        std::mt19937 random(21);
+        std::vector<double> linear;
+        std::vector<double> refined;
+        std::vector<double> clean;
+        for (int trial = 0; trial < 40; ++trial) {
+            const Params truth = RandomParams(random);
+            Features features = WithAFifthWrong(truth, anywhere, random);
+            CReference reference;
+            const Params expected = reference.Optimise(features, kIdentity);
+            CReference clearing;
+            clearing.keepStaleRows = false;
+            const SResult result = Optimise(features, kIdentity);
+            EXPECT_TRUE(result.converged) << trial;
+            EXPECT_LE(MapDistance(result.params, expected), kReferenceTolerance) << trial;
+
+            CProbe estimate;
+            estimate.SetFeatureData(SizeOf(features), features.data());
+            ASSERT_TRUE(estimate.EstimateHomography());
+            Params scaled = estimate.GetParams();
+            scaled[6] *= kScale;
+            scaled[7] *= kScale;
+            linear.push_back(MapDistance(scaled, truth));
+            refined.push_back(MapDistance(result.params, truth));
+            clean.push_back(MapDistance(clearing.Optimise(features, kIdentity), truth));
+        }
+        // The biweight alone reaches what the noise allows, as in the test without wrong pairs.
+        EXPECT_LE(*std::max_element(clean.begin(), clean.end()), 0.45);
+        EXPECT_LE(Median(refined), anywhere ? 15.0 : 1.0) << "pixels";
+        EXPECT_LE(Median(refined), 0.1 * Median(linear));
+        EXPECT_GT(Median(refined), 2.0 * Median(clean)) << "the pull of the rows that stay";
+    }
+}
+
+TEST(LxCHomography, RepeatedAndCollinearPairsEndBothEstimations)
+{
+    std::mt19937 random(22);
+    const Params truth = RandomParams(random);
+    const Features one = MakeFeatures(truth, 1, 0.0, random);
+    Features line;
+    for (int i = 0; i < 50; ++i) {
+        const SPoint target = TrueMap(truth, 10.0 * i, 5.0 * i);
+        line.push_back({target.x, target.y, 1.0, 1.0, 10.0 * i, 5.0 * i});
+    }
+    for (Features features : {one, Features(50, one.front()), line}) {
+        CProbe homography;
+        homography.SetFeatureData(SizeOf(features), features.data());
+        EXPECT_TRUE(homography.EstimateHomography());
+        const std::array<double, 9> found = UnitVector(homography.GetParams());
+        // A unit vector times terms of at most 1e6, which are rounded.
+        EXPECT_LE(AlgebraicError(features, found), 1e-12) << features.size() << ": a map that fits";
+        homography.OptimiseHomography();
+    }
+}
+
+TEST(LxCHomography, RefinementGivesTheSameBitsEachTime)
+{
+    std::mt19937 random(23);
+    Features features = WithAFifthWrong(RandomParams(random), true, random);
+    const Params first = EstimateAndOptimise(features).params;
+    EXPECT_EQ(EstimateAndOptimise(features).params, first);
 }
 
 TEST(LxCHomography, NeverStopsBeforeTheFifthIterationEvenIfStepsAreShort)
