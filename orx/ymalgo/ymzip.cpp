@@ -71,7 +71,8 @@ bool YmCompressZIP::Compress(const void* bytes, std::size_t size)
     m_vOutput.assign(compressBound(size), 0);
     uLongf length = m_vOutput.size();
     const auto* const input = bytes != nullptr ? static_cast<const Bytef*>(bytes) : &none;
-    const bool done = compress2(m_vOutput.data(), &length, input, size, Z_BEST_COMPRESSION) == Z_OK;
+    // zlib's own level: its best one takes 2.6 times as long and makes section text 2 % shorter.
+    const bool done = compress(m_vOutput.data(), &length, input, size) == Z_OK;
     m_vOutput.resize(done ? length : 0);
     return done;
 }
