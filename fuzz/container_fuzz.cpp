@@ -1,7 +1,10 @@
-// Unpacks any bytes as a container, any bytes under a valid cipher, and packs and unpacks any text.
+// Unpacks any bytes as a container and any bytes under a valid cipher, loads them from the memory of a camera, and packs
+// and unpacks any text, also through that memory.
 #include "lxccctencryptionutils.h"
+#include "lxccctserializercamera.h"
 #include "orx/logging/logger.h"
 #include "orx/parameter/vantacrypt.h"
+#include "tests/lxcvlib/storegrabber.h"
 #include "tests/support/temporaryfolder.h"
 
 #include <cstddef>
@@ -48,6 +51,35 @@ std::string Unpack(const std::string& container)
     return text.str();
 }
 
+/// Loads a container from the memory of a camera and looks for a section.
+void LoadFromDevice(const std::string& container)
+{
+    LxCV::TestSupport::CStoreGrabber grabber;
+    grabber.m_sMemory = container;
+    LxCV::LxCCCTSerializerCamera serializer;
+    if (serializer.Init(&grabber, false)) {
+        serializer.FindExtractSection("::A");
+    }
+    Require(serializer.Exit());
+    Require(grabber.m_sMemory == container);
+}
+
+/// Any text that fits loads from the memory of a camera as it was stored.
+void StoreOnDevice(const std::string& bytes)
+{
+    LxCV::TestSupport::CStoreGrabber grabber;
+    LxCV::LxCCCTSerializerCamera storing;
+    Require(storing.Init(&grabber, true));
+    std::stringstream text(bytes);
+    storing.ReadFromStringStream(text);
+    Require(storing.Exit());
+    if (!grabber.m_sMemory.empty()) {
+        LxCV::LxCCCTSerializerCamera loading;
+        loading.Init(&grabber, false); // false for comments alone
+        Require(loading.HasSameData(storing));
+    }
+}
+
 /// A container of version 2 with the given uncompressed and compressed size and content.
 std::string Encrypted(const std::string& sizes, const std::string& content)
 {
@@ -75,9 +107,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Logging::CCapture capture;
     const std::string bytes(data, data + size);
     Unpack(bytes);
+    LoadFromDevice(bytes);
     if (size >= kSizesLength) {
-        Unpack(Encrypted(bytes.substr(0, kSizesLength), bytes.substr(kSizesLength)));
+        const std::string encrypted = Encrypted(bytes.substr(0, kSizesLength), bytes.substr(kSizesLength));
+        Unpack(encrypted);
+        LoadFromDevice(encrypted);
     }
+    StoreOnDevice(bytes);
     std::stringstream text(bytes);
     std::ostringstream sink;
     Require(LxCV::LxCCCTEncryptionUtils::EncryptAndCompress(text, sink));
