@@ -226,21 +226,13 @@ LxAFrameGrabber::EReturnCode LxCSimFrameGrabber::Init(const std::vector<std::str
     }
     s_Logger.Debug(L"CSimFramegrabber: Path is %s, found %d images\n", m_vImages.front(), m_iNrOfImgs);
     try {
-        FillQueue();
+        m_Queue.Fill(sc_iQueueSize, GetWidthRaw(), GetHeightRaw(), GetImgTypeRaw());
     } catch (const std::exception& error) {
         s_Logger.Error(L"CSimFramegrabber: %s\n", error.what());
         Release();
         return eRC_CouldNotBeInitialized;
     }
     return eRC_OK;
-}
-
-void LxCSimFrameGrabber::FillQueue()
-{
-    for (int i = 0; i < sc_iQueueSize; ++i) {
-        m_Queue.push_back(
-            std::make_unique<CCTImage>(GetWidthRaw(), GetHeightRaw(), GetImgTypeRaw(), true, nullptr));
-    }
 }
 
 LxAFrameGrabber::EReturnCode LxCSimFrameGrabber::Start()
@@ -260,40 +252,32 @@ LxAFrameGrabber::EReturnCode LxCSimFrameGrabber::Start()
 
 LxAFrameGrabber::EReturnCode LxCSimFrameGrabber::Release()
 {
-    m_Queue.clear();
+    m_Queue.Clear();
     return eRC_OK;
 }
 
 CCTImage* LxCSimFrameGrabber::AcquireImageRaw(ELedType type)
 {
-    if (m_Queue.empty()) {
+    CCTImage* const image = m_Queue.Lend();
+    if (image == nullptr) {
         throw std::runtime_error("no buffers available");
     }
-    std::unique_ptr<CCTImage> image = std::move(m_Queue.front());
-    m_Queue.pop_front();
-    bool isWanted = false;
     try {
-        isWanted = LoadImageW(image.get()) && Suits(image->GetDescription(), type);
+        if (LoadImageW(image) && Suits(image->GetDescription(), type)) {
+            return image;
+        }
     } catch (const std::exception& error) {
         s_Logger.Error(L"CSimFramegrabber: %s\n", error.what());
     }
-    if (!isWanted) {
-        m_Queue.push_back(std::move(image));
-        return nullptr;
-    }
-    CCTImage* const raw = image.get();
-    m_Lent.emplace(raw, std::move(image));
-    return raw;
+    m_Queue.GiveBack(image);
+    return nullptr;
 }
 
 void LxCSimFrameGrabber::ReEnqueueRawBuffers(std::vector<CCTImage*>& images)
 {
     for (const CCTImage* const image : images) {
-        const auto lent = m_Lent.extract(image);
-        if (lent.empty()) {
+        if (!m_Queue.GiveBack(image)) {
             s_Logger.Error(L"CSimFramegrabber: an image that is not lent cannot be given back!\n");
-        } else {
-            m_Queue.push_back(std::move(lent.mapped()));
         }
     }
     images.clear();

@@ -1,14 +1,12 @@
 // An image source that replays image files.
 #pragma once
 
+#include "crawimagequeue.h"
 #include "lxaframegrabber.h"
 #include "orx/base/export.h"
 #include "orx/btservices/btcriticalsection.h"
 
-#include <deque>
 #include <functional>
-#include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -102,7 +100,6 @@ protected:
 private:
     class CColorData;
 
-    void FillQueue();
     std::vector<std::string> CopyFiles() const;
     void SetMirroringFor(std::string_view fileName);
 
@@ -110,9 +107,8 @@ private:
     std::vector<std::string> m_vImages; ///< paths
     int m_iNrOfImgs = 0;
     int m_iCurImg = -1; ///< index of the image loaded last; -1 before the first one
-    std::deque<std::unique_ptr<CCTImage>> m_Queue;               ///< raw images that are free
-    std::map<const CCTImage*, std::unique_ptr<CCTImage>> m_Lent; ///< raw images that callers hold
-    mutable BtCriticalSection m_Lock;                            ///< of the list and the index
+    CRawImageQueue m_Queue;
+    mutable BtCriticalSection m_Lock; ///< of the list and the index
     CFileSelector m_FileSelector;
 };
 
