@@ -18,8 +18,9 @@
 #include <vector>
 
 namespace platform {
+class CArchive;
 struct CPixels;
-}
+} // namespace platform
 
 namespace LxCV {
 
@@ -560,6 +561,12 @@ public:
     EReturnCode LoadCSV(const std::string& path);
     EReturnCode LoadCSV(const std::wstring& path);
 
+    /// Stores the image in an archive that stores: types, size, pixels, id, timestamp and texts. From one that loads
+    /// it takes all of these, and then owns its buffer; where that fails, the image is left as it was.
+    /// @return 0; storing, 8 for pixels whose size is not that of their type, 15 for a size without memory, 1 where
+    ///         the archive cannot be written; loading, 8 for what is no image, 1 for a damaged one, 10
+    EReturnCode Serialize(platform::CArchive& archive);
+
     // Drawing, for debug pictures: without anti-aliasing, clipped at the border, in a time that the image's size
     // bounds. Integers are pixel centres. The colour is one pixel of this image's type, of which a null draws nothing,
     // or an ARGB word, which becomes red, green and blue of a colour image, the word itself of a 32-bit image, and
@@ -681,6 +688,8 @@ private:
     void Fill(const LxCFloat3& value);
     void WrapBufferOf(const CCTImage& source);
     void TakePixelsOf(CCTImage& owner);
+    EReturnCode StoreTo(platform::CArchive& archive) const;
+    EReturnCode LoadFrom(platform::CArchive& archive);
     void ThrowUnlessCenterFits(const CCTImage& source) const;
     void CopyToCenter(const CCTImage& source, bool replicateBorder);
     void TakeAttributesOf(const CCTImage& source);
