@@ -5,7 +5,6 @@
 #include <bit>
 #include <cctype>
 #include <fstream>
-#include <limits>
 #include <new>
 #include <string_view>
 #include <system_error>
@@ -28,12 +27,11 @@ void RequireBytes(const char* kind, std::uint64_t fileBytes, std::uint64_t neede
 
 void RequireSize(const char* kind, std::uint64_t width, std::uint64_t height, std::uint64_t bytesPerPixel)
 {
-    constexpr auto longest = static_cast<std::uint64_t>(std::numeric_limits<int>::max());
     const std::string size = std::to_string(width) + " by " + std::to_string(height) + " pixels";
     if (width == 0 || height == 0) {
         RefuseBroken(std::string(kind) + " of " + size);
     }
-    if (width > longest || height > longest || width * height > c_iMaxBytes / bytesPerPixel) {
+    if (width > c_iLongestSide || height > c_iLongestSide || width * height > c_iMaxBytes / bytesPerPixel) {
         RefuseUnsupported(std::string(kind) + " of " + size + ", which is too large");
     }
 }

@@ -37,7 +37,7 @@
 //
 // Files are hostile: sizes are held against what the file can hold before memory is taken, and no file crashes,
 // hangs, prints, or takes more than a few times the memory of the largest image, 512 MiB; nor may a file be
-// larger than that. All functions may run on many threads at once.
+// larger than that, or an image wider or higher than 2^24 pixels. All functions may run on many threads at once.
 #pragma once
 
 #include "orx/base/export.h"

@@ -18,6 +18,9 @@ namespace platform::ImageFiles {
 /// are some hundred times smaller.
 constexpr std::uint64_t c_iMaxBytes = std::uint64_t{512} << 20;
 
+/// The largest width and height that are read. A row costs time even where it has no more than one pixel.
+constexpr std::uint64_t c_iLongestSide = std::uint64_t{1} << 24;
+
 /// No compression that is read packs more bytes into one: deflate reaches 1032, LZW with codes of 12 bits
 /// 1340, JPEG 1366 (one bit a block, chroma at a sixteenth), run lengths 128. A file that claims more lies.
 constexpr std::uint64_t c_iMaxRatio = 2048;
@@ -48,7 +51,7 @@ private:
 /// Refuses a file, `kind` in words, that has fewer than `needed` bytes.
 void RequireBytes(const char* kind, std::uint64_t fileBytes, std::uint64_t needed);
 
-/// Refuses sizes of 0, sizes beyond an int, and images whose pixels take more than c_iMaxBytes, each pixel
+/// Refuses sizes of 0, sizes beyond c_iLongestSide, and images whose pixels take more than c_iMaxBytes, each pixel
 /// counted with `bytesPerPixel`.
 void RequireSize(const char* kind, std::uint64_t width, std::uint64_t height, std::uint64_t bytesPerPixel);
 

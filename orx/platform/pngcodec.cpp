@@ -87,19 +87,24 @@ public:
         } else if (HasAlpha()) {
             png_set_gray_to_rgb(m_pPng);
         }
-        png_set_interlace_handling(m_pPng);
+        m_iPasses = png_set_interlace_handling(m_pPng);
         png_read_update_info(m_pPng, m_pInfo);
         rowBytes = png_get_rowbytes(m_pPng, m_pInfo);
         return true;
     }
 
-    /// Reads the pixels into the rows, and the rest of the file.
-    bool ReadRows(png_bytepp rows)
+    /// Reads the pixels, pass by pass, and the rest of the file. Row by row, since pointers to rows of a single pixel,
+    /// which libpng would take too, need eight times the memory of the image.
+    bool ReadRows(std::byte* pixels, std::size_t rowBytes)
     {
         if (setjmp(png_jmpbuf(m_pPng)) != 0) {
             return false;
         }
-        png_read_image(m_pPng, rows);
+        for (int pass = 0; pass < m_iPasses; ++pass) {
+            for (std::size_t y = 0; y < Height(); ++y) {
+                png_read_row(m_pPng, reinterpret_cast<png_bytep>(pixels + y * rowBytes), nullptr);
+            }
+        }
         png_read_end(m_pPng, nullptr);
         return true;
     }
@@ -137,6 +142,7 @@ private:
     CMessage m_Message;
     png_structp m_pPng;
     png_infop m_pInfo;
+    int m_iPasses = 1; ///< over all rows
 };
 
 [[noreturn]] void RefuseError(const char* error)
@@ -157,16 +163,6 @@ std::optional<EPixelFormat> FormatOf(const CPngReader& png)
         return grey ? std::optional(EPixelFormat::eGray16) : std::nullopt;
     }
     return grey ? EPixelFormat::eGray8 : png.HasAlpha() ? EPixelFormat::eBgra8 : EPixelFormat::eBgr8;
-}
-
-/// Pointers to the rows, as libpng takes them.
-std::vector<png_bytep> RowPointers(CPixels& image)
-{
-    std::vector<png_bytep> rows(static_cast<std::size_t>(image.height));
-    for (std::size_t y = 0; y < rows.size(); ++y) {
-        rows[y] = reinterpret_cast<png_bytep>(RowOf(image, y).data());
-    }
-    return rows;
 }
 
 } // namespace
@@ -193,7 +189,7 @@ std::string ImageFiles::ReadPng(std::span<const std::byte> file, CPixels& image)
         RefuseUnsupported(description);
     }
     Allocate(image, c_sKind, png.Width(), png.Height(), *format);
-    if (!png.ReadRows(RowPointers(image).data())) {
+    if (!png.ReadRows(image.bytes.data(), rowBytes)) {
         RefuseError(png.Error());
     }
     return description;

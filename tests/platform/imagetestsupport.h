@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <fstream>
 #include <initializer_list>
 #include <random>
 #include <span>
@@ -86,6 +87,30 @@ inline void ExpectEqual(const CPixels& actual, const CPixels& expected)
     EXPECT_EQ(actual.format, expected.format);
     EXPECT_TRUE(actual.bytes == expected.bytes) << ::testing::PrintToString(actual.bytes) << "\ninstead of\n"
                                                 << ::testing::PrintToString(expected.bytes);
+}
+
+/// The most memory that the process has held at once since the mark was reset, in bytes.
+inline std::size_t PeakMemory()
+{
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    std::size_t kilobytes = 0;
+    while (status >> word) {
+        if (word == "VmHWM:") {
+            status >> kilobytes;
+        }
+    }
+    return kilobytes * 1024;
+}
+
+/// How much more memory than now the process holds at once while it runs `work`, in bytes.
+template <typename TWork>
+std::size_t PeakMemoryOf(TWork work)
+{
+    std::ofstream("/proc/self/clear_refs") << 5; // resets the mark
+    const std::size_t before = PeakMemory();
+    work();
+    return PeakMemory() - before;
 }
 
 /// What reading gives.
