@@ -1,5 +1,6 @@
 // TIFF through libtiff: reading.
 #include "orx/platform/imagereaders.h"
+#include "orx/platform/tiffdirectory.h"
 
 #include <tiffio.h>
 
@@ -430,9 +431,24 @@ CTiling ReadTiling(TIFF* tiff, const CLayout& layout)
     return tiling;
 }
 
+/// Refuses strips and tiles that are stored in many more bytes than they hold and than the file has: those that
+/// share bytes without pixels, which a decoder would run through again for each.
+void CheckStoredBytes(TIFF* tiff, std::uint64_t parts, std::uint64_t pixelBytes, std::uint64_t fileBytes)
+{
+    constexpr std::uint64_t tables = 1024; // of a compression, in each strip or tile
+    std::uint64_t stored = 0;
+    for (std::uint64_t part = 0; part < parts; ++part) {
+        stored += std::min(TIFFGetStrileByteCount(tiff, static_cast<std::uint32_t>(part)), fileBytes);
+    }
+    if (stored > 2 * std::max(pixelBytes, fileBytes) + parts * tables) {
+        RefuseBroken("TIFF whose strips or tiles take " + std::to_string(stored) + " bytes for " +
+                     std::to_string(pixelBytes));
+    }
+}
+
 /// Refuses strips and tiles that together hold more than the file can. Tiles reach over the image's edges, but
 /// those of a file that is not meant to waste time do not reach far.
-void CheckTiling(const CTiling& tiling, const CLayout& layout, std::uint64_t fileBytes)
+void CheckTiling(TIFF* tiff, const CTiling& tiling, const CLayout& layout, std::uint64_t fileBytes)
 {
     if (tiling.rowBytes > c_iMaxBytes / tiling.height) {
         RefuseUnsupported("TIFF in tiles of " + std::to_string(tiling.width) + " by " +
@@ -440,7 +456,11 @@ void CheckTiling(const CTiling& tiling, const CLayout& layout, std::uint64_t fil
     }
     const std::uint64_t planes = layout.IsSeparate() ? layout.samples : 1;
     const std::uint64_t rows = tiling.isTiled ? tiling.count * tiling.height : layout.height;
-    RequireBytes(c_sKind, fileBytes, tiling.rowBytes * rows * planes / *RatioOf(layout.compression));
+    const std::uint64_t pixelBytes = tiling.rowBytes * rows * planes;
+    RequireBytes(c_sKind, fileBytes, pixelBytes / *RatioOf(layout.compression));
+    if (layout.compression != COMPRESSION_NONE) {
+        CheckStoredBytes(tiff, tiling.count * planes, pixelBytes, fileBytes);
+    }
 }
 
 void ReadPlane(TIFF* tiff, const CSource& source, const CTiling& tiling, const CLayout& layout,
@@ -494,6 +514,7 @@ void FlipRows(CPixels& image)
 
 std::string ImageFiles::ReadTiff(std::span<const std::byte> file, CPixels& image)
 {
+    CheckTiffDirectory(file);
     CSource source{.bytes = file};
     const CTiff tiff = Open(source);
     if (tiff == nullptr) {
@@ -510,7 +531,7 @@ std::string ImageFiles::ReadTiff(std::span<const std::byte> file, CPixels& image
         TIFFSetField(tiff.get(), TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
     }
     const CTiling tiling = ReadTiling(tiff.get(), layout);
-    CheckTiling(tiling, layout, file.size());
+    CheckTiling(tiff.get(), tiling, layout, file.size());
     std::vector<CBgr> palette;
     if (layout.IsPalette()) {
         palette = ReadPalette(tiff.get(), layout.bits);

@@ -512,6 +512,156 @@ TEST(ReadTiff, RefusesDirectoriesThatContradictThemselves)
     ExpectBroken(WithTag(WithTag(file, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_PALETTE), TIFFTAG_BITSPERSAMPLE, 4));
 }
 
+struct CEntry
+{
+    std::uint16_t tag;
+    std::uint16_t type; ///< 1: byte, 3: 16 bits, 4: 32 bits
+    std::uint32_t count;
+    std::uint32_t value; ///< or where it stands
+};
+
+/// A little-endian classic file: its header, `body` from byte 8 on, and the directory.
+std::vector<std::byte> HandMade(std::vector<std::byte> body, const std::vector<CEntry>& entries)
+{
+    body.resize((body.size() + 1) / 2 * 2);
+    std::vector<std::byte> file = Bytes({'I', 'I', 42, 0});
+    AppendLittle<std::uint32_t>(file, 8 + body.size());
+    Append(file, body);
+    AppendLittle<std::uint16_t>(file, entries.size());
+    for (const CEntry& entry : entries) {
+        AppendLittle<std::uint16_t>(file, entry.tag);
+        AppendLittle<std::uint16_t>(file, entry.type);
+        AppendLittle<std::uint32_t>(file, entry.count);
+        AppendLittle<std::uint32_t>(file, entry.value);
+    }
+    AppendLittle<std::uint32_t>(file, 0);
+    return file;
+}
+
+/// The same as a big file.
+std::vector<std::byte> HandMadeBig(const std::vector<std::byte>& body, const std::vector<CEntry>& entries)
+{
+    std::vector<std::byte> file = Bytes({'I', 'I', 43, 0, 8, 0, 0, 0});
+    AppendLittle<std::uint64_t>(file, 16 + body.size());
+    Append(file, body);
+    AppendLittle<std::uint64_t>(file, entries.size());
+    for (const CEntry& entry : entries) {
+        AppendLittle<std::uint16_t>(file, entry.tag);
+        AppendLittle<std::uint16_t>(file, entry.type);
+        AppendLittle<std::uint64_t>(file, entry.count);
+        AppendLittle<std::uint64_t>(file, entry.value);
+    }
+    AppendLittle<std::uint64_t>(file, 0);
+    return file;
+}
+
+/// One grey pixel, at byte 16, and `count` unknown tags, which all stand for the same `bytes` bytes.
+std::vector<CEntry> PixelAndTags(std::uint32_t count, std::uint32_t bytes)
+{
+    std::vector<CEntry> entries{
+        {TIFFTAG_IMAGEWIDTH, 4, 1, 1},    {TIFFTAG_IMAGELENGTH, 4, 1, 1},
+        {TIFFTAG_BITSPERSAMPLE, 3, 1, 8}, {TIFFTAG_COMPRESSION, 3, 1, COMPRESSION_NONE},
+        {TIFFTAG_PHOTOMETRIC, 3, 1, 1},   {TIFFTAG_STRIPOFFSETS, 4, 1, 16},
+        {TIFFTAG_ROWSPERSTRIP, 4, 1, 1},  {TIFFTAG_STRIPBYTECOUNTS, 4, 1, 1}};
+    for (std::uint32_t i = 0; i < count; ++i) {
+        entries.push_back({static_cast<std::uint16_t>(40000 + i), 1, bytes, 16});
+    }
+    return entries;
+}
+
+TEST(ReadTiff, RefusesDirectoriesThatReferToMoreThanTheFile)
+{
+    constexpr std::uint32_t bytes = 1U << 20;
+    const std::vector<std::byte> body(bytes + 16, std::byte{7});
+    const CPixels pixel = Image<std::uint8_t>(1, 1, EPixelFormat::eGray8, {7});
+    ExpectImage(HandMade(body, PixelAndTags(1, bytes)), pixel, "8-bit grey TIFF");
+    ExpectImage(HandMadeBig(body, PixelAndTags(1, bytes)), pixel, "8-bit grey TIFF");
+
+    // Each tag alone would be loaded, 3 GiB in all.
+    const std::uint64_t values = std::uint64_t{3000} * bytes + 5 * 4 + 3 * 2; // with those of the pixel
+    for (const auto& file :
+         {HandMade(body, PixelAndTags(3000, bytes)), HandMadeBig(body, PixelAndTags(3000, bytes))}) {
+        CRead read;
+        EXPECT_LT(PeakMemoryOf([&] { read = Read(file); }), 64U << 20U);
+        EXPECT_EQ(read.result, EImageFileResult::eBroken);
+        EXPECT_EQ(read.description, "TIFF of " + std::to_string(file.size()) +
+                                        " bytes whose directory refers to " + std::to_string(values));
+    }
+}
+
+TEST(ReadTiff, PassesOverTagsWhoseValuesTheFileCannotHold)
+{
+    const CPixels pixel = Image<std::uint8_t>(1, 1, EPixelFormat::eGray8, {7});
+    const std::vector<std::byte> body(16, std::byte{7});
+    for (const std::uint32_t count : {1000U, 0x80000000U, 0xFFFFFFFFU}) {
+        for (const std::uint16_t type : {1, 3, 4, 5, 12, 99}) {
+            std::vector<CEntry> entries = PixelAndTags(0, 0);
+            entries.push_back({40000, type, count, 16});
+            ExpectImage(HandMade(body, entries), pixel, "8-bit grey TIFF");
+            ExpectImage(HandMadeBig(body, entries), pixel, "8-bit grey TIFF");
+        }
+    }
+}
+
+TEST(ReadTiff, RefusesDirectoriesThatBeginOrEndBehindTheFile)
+{
+    const std::vector<std::byte> body(16, std::byte{7});
+    for (const bool big : {false, true}) {
+        const std::vector<std::byte> file =
+            big ? HandMadeBig(body, PixelAndTags(0, 0)) : HandMade(body, PixelAndTags(0, 0));
+        const std::size_t placeAt = big ? 8 : 4;
+        const std::size_t countAt = big ? 32 : 24;
+        for (const int high : {1, 0x7F, 0xFF}) {
+            std::vector<std::byte> far = file;
+            far[placeAt + (big ? 7 : 3)] = static_cast<std::byte>(high);
+            ExpectBroken(far);
+            std::vector<std::byte> long_ = file;
+            long_[countAt + (big ? 7 : 1)] = static_cast<std::byte>(high);
+            ExpectBroken(long_);
+        }
+    }
+}
+
+/// `rows` strips of one pixel that are all stored in the same bytes.
+std::vector<std::byte> SharedStrips(std::uint32_t rows, int compression, const std::vector<std::byte>& strip)
+{
+    // Two rows at least: a single offset would stand in the directory.
+    std::vector<std::byte> body = strip;
+    body.resize((body.size() + 3) / 4 * 4);
+    const auto offsetsAt = static_cast<std::uint32_t>(8 + body.size());
+    for (std::uint32_t i = 0; i < rows; ++i) {
+        AppendLittle<std::uint32_t>(body, 8);
+    }
+    for (std::uint32_t i = 0; i < rows; ++i) {
+        AppendLittle<std::uint32_t>(body, strip.size());
+    }
+    return HandMade(body, {{TIFFTAG_IMAGEWIDTH, 4, 1, 1},
+                           {TIFFTAG_IMAGELENGTH, 4, 1, rows},
+                           {TIFFTAG_BITSPERSAMPLE, 3, 1, 8},
+                           {TIFFTAG_COMPRESSION, 3, 1, static_cast<std::uint32_t>(compression)},
+                           {TIFFTAG_PHOTOMETRIC, 3, 1, 1},
+                           {TIFFTAG_STRIPOFFSETS, 4, rows, offsetsAt},
+                           {TIFFTAG_ROWSPERSTRIP, 4, 1, 1},
+                           {TIFFTAG_STRIPBYTECOUNTS, 4, rows, offsetsAt + 4 * rows}});
+}
+
+TEST(ReadTiff, RefusesStripsThatShareBytesWithoutPixels)
+{
+    // PackBits: 0x80 stands for nothing, and 0 7 for one byte of 7.
+    std::vector<std::byte> idle(100'000, std::byte{0x80});
+    idle.push_back(std::byte{0});
+    idle.push_back(std::byte{7});
+    const auto sevens = [](int rows) {
+        return Image(1, rows, EPixelFormat::eGray8,
+                     std::vector<std::uint8_t>(static_cast<std::size_t>(rows), 7));
+    };
+    ExpectImage(SharedStrips(2, COMPRESSION_PACKBITS, idle), sevens(2), "8-bit grey TIFF");
+    // Small strips may be the same ones, as those of an empty image are.
+    ExpectImage(SharedStrips(2000, COMPRESSION_PACKBITS, Bytes({0, 7})), sevens(2000), "8-bit grey TIFF");
+    ImageTest::ExpectBroken(SharedStrips(2000, COMPRESSION_PACKBITS, idle),
+                            "TIFF whose strips or tiles take 200004000 bytes for 2000");
+}
+
 TEST(ReadTiff, GivesNoImageOfTheBeginningOfAFile)
 {
     // The directory stands last. The four bytes that end it, and what of the largest numbers is 0, may be missing.
