@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
+#include <new>
 #include <optional>
 #include <span>
 #include <stdexcept>
@@ -147,11 +148,19 @@ bool IsFile(const std::string& path)
     return std::filesystem::is_regular_file(platform::NativePath(path), error);
 }
 
+/// Writes all of a text, or leaves no file.
 bool WriteText(const std::string& path, const std::string& text)
 {
     std::ofstream file(platform::NativePath(path), std::ios::binary | std::ios::trunc);
+    if (!file) {
+        return false;
+    }
     file << text;
     file.close();
+    if (file.fail() && IsFile(path)) { // a device is not ours to remove
+        std::error_code ignored;
+        std::filesystem::remove(platform::NativePath(path), ignored);
+    }
     return !file.fail();
 }
 
@@ -429,12 +438,17 @@ CCTImage::EReturnCode CCTImage::LoadCSV(const std::string& path)
     const std::string base = WithoutCsv(path);
     CCTImage loaded;
     EReturnCode result = eRC_FileNotFound;
-    if (IsFile(path) || IsFile(base + c_sCsv)) {
-        result = ReadCsvFile(IsFile(path) ? path : base + c_sCsv, loaded);
-    } else if (IsFile(base + c_aChannelEndings.front())) {
-        result = ReadCsvFiles(base, loaded);
-    } else {
-        LogNotFound(path);
+    try {
+        if (IsFile(path) || IsFile(base + c_sCsv)) {
+            result = ReadCsvFile(IsFile(path) ? path : base + c_sCsv, loaded);
+        } else if (IsFile(base + c_aChannelEndings.front())) {
+            result = ReadCsvFiles(base, loaded);
+        } else {
+            LogNotFound(path);
+        }
+    } catch (const std::bad_alloc&) {
+        s_Logger.Error(L"LoadCSV: memory does not suffice for %s\n", path);
+        result = eRC_OutOfMemory;
     }
     if (result == eRC_OK) {
         TakePixelsOf(loaded);

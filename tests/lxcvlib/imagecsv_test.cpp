@@ -13,6 +13,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 namespace LxCV {
@@ -250,6 +251,28 @@ TEST(ImageCsv, FileThatCannotBeWrittenIsAFailure)
     EXPECT_EQ(log.Count(ELevel::eError, c_sChannel,
                         L"the file " + s2ws(folder / "none/a.csv") + L" could not be written!\n"),
               1);
+}
+
+TEST(ImageCsv, FullDeviceIsAFailureAndStays)
+{
+    const CTemporaryFolder folder;
+    std::filesystem::create_symlink("/dev/full", folder / "a.csv");
+    const Logging::CCapture log;
+    EXPECT_EQ(RandomImage(100, 100, Image::eIDT_UINT16, 5).SaveCSV(folder / "a"), 1);
+    EXPECT_EQ(log.Count(ELevel::eError, c_sChannel,
+                        L"the file " + s2ws(folder / "a.csv") + L" could not be written!\n"),
+              1);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "a.csv"));
+    EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+}
+
+TEST(ImageCsv, FoldersAndPipesAreNoFiles)
+{
+    const CTemporaryFolder folder;
+    const std::string path = folder / "a";
+    std::filesystem::create_directory(folder / "a.csv");
+    ASSERT_EQ(mkfifo((folder / "a_B.csv").c_str(), 0600), 0);
+    ExpectLoadFails(path, 3, "the file " + path + " could not be found or opened!\n");
 }
 
 TEST(ImageCsv, FilesThatAreNoImageLeaveTheImage)
