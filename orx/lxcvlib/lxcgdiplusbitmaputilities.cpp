@@ -5,6 +5,8 @@
 #include "orx/platform/textrenderer.h"
 #include "saturate.h"
 
+#include <algorithm>
+
 namespace LxCV {
 
 namespace {
@@ -18,9 +20,25 @@ int Sum(int a, std::int64_t b)
     return SaturateToInt(a + b);
 }
 
+struct SSpan
+{
+    int first = 0;
+    int end = 0; ///< one behind the last
+};
+
+/// Which of `count` pixels that begin at `start` lie on 0 to size - 1.
+SSpan SeenPart(int start, int count, int size)
+{
+    return {SaturateToInt(std::max<std::int64_t>(0, -std::int64_t{start})),
+            SaturateToInt(std::min<std::int64_t>(count, std::int64_t{size} - start))};
+}
+
 } // namespace
 
-LxCGdiPlusBitmapUtilities::LxCGdiPlusBitmapUtilities(const CCTImage& image) : m_Surface(image) {}
+LxCGdiPlusBitmapUtilities::LxCGdiPlusBitmapUtilities(const CCTImage& image) : m_Surface(image)
+{
+    m_Surface.SetId(image.GetId()); // which a copy leaves behind
+}
 
 void LxCGdiPlusBitmapUtilities::DrawLine(int x1, int y1, int x2, int y2, const LxCColorValueARGB8& color)
 {
@@ -50,13 +68,13 @@ void LxCGdiPlusBitmapUtilities::DrawTextW(const std::wstring& text, int x, int y
         s_Logger.Error(L"No font for the family %s, a text is left out\n", c_sFontFamily);
         return;
     }
-    const std::uint8_t* pixel = mask.pixels.data();
-    for (int row = 0; row < mask.height; ++row) {
-        for (int column = 0; column < mask.width; ++column, ++pixel) {
-            if (*pixel != 0) {
-                const int left = Sum(x, column);
-                const int top = Sum(y, row);
-                m_Surface.DrawLine(left, top, left, top, color);
+    const SSpan columns = SeenPart(x, mask.width, m_Surface.GetWidth());
+    const SSpan rows = SeenPart(y, mask.height, m_Surface.GetHeight());
+    for (int row = rows.first; row < rows.end; ++row) {
+        const std::uint8_t* const pixels = mask.pixels.data() + std::ptrdiff_t{row} * mask.width;
+        for (int column = columns.first; column < columns.end; ++column) {
+            if (pixels[column] != 0) {
+                m_Surface.DrawLine(x + column, y + row, x + column, y + row, color);
             }
         }
     }

@@ -232,6 +232,40 @@ TEST(LxCGdiPlusBitmapUtilities, DrawsOnACopyUntilTheResultIsTaken)
     EXPECT_EQ(image.GetInt32PixelFast(10, 10), 0x00FF80);
 }
 
+TEST(LxCGdiPlusBitmapUtilities, ResultKeepsTheImagesAttributes)
+{
+    Image image = Black();
+    image.SetId(7);
+    image.SetTimestamp(8);
+    image.SetDescription("a");
+    image.SetPathname("b");
+    const LxCGdiPlusBitmapUtilities surface(image);
+    surface.CopyResult(&image);
+    EXPECT_EQ(image.GetId(), 7);
+    EXPECT_EQ(image.GetTimestamp(), 8U);
+    EXPECT_EQ(image.GetDescription(), "a");
+    EXPECT_EQ(image.GetPathname(), "b");
+}
+
+TEST(LxCGdiPlusBitmapUtilities, TextOverTheBorderIsThatOfALargerImage)
+{
+    constexpr int c_iMargin = 30;
+    Image large = Black(40 + 2 * c_iMargin, 30 + 2 * c_iMargin);
+    LxCGdiPlusBitmapUtilities whole(large);
+    whole.DrawTextW(L"HxHxHxHxHx", c_iMargin - 20, c_iMargin - 4, 40, Color::eRed);
+    whole.CopyResult(&large);
+    Image small = Black(40, 30);
+    LxCGdiPlusBitmapUtilities part(small);
+    part.DrawTextW(L"HxHxHxHxHx", -20, -4, 40, Color::eRed);
+    part.CopyResult(&small);
+    EXPECT_FALSE(DrawnIn(small).empty());
+    for (int y = 0; y < 30; ++y) {
+        for (int x = 0; x < 40; ++x) {
+            ASSERT_EQ(small.GetInt32PixelFast(x, y), large.GetInt32PixelFast(x + c_iMargin, y + c_iMargin));
+        }
+    }
+}
+
 TEST(LxCGdiPlusBitmapUtilities, PolygonsAreClosedAndRectanglesTakeWidthAndHeight)
 {
     Image image = Black();
