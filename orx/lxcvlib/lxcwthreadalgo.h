@@ -153,6 +153,10 @@ protected:
     std::uint32_t GetCyclesSinceStart() const { return m_uiCyclesSinceStart; }
     std::int32_t GetNumberOfStarts() const { return m_iStarts; }
 
+    /// For the hooks: when the present window of the rate report began, in ms of the running clock, modulo 2^32; 0
+    /// before the first cycle.
+    std::uint32_t GetTickCount() const { return m_uiWindowStartTick; }
+
     /// For `DoWork`: sleeps for a time, in ms, but not past a request to pause or to exit.
     void SleepUnlessAsked(unsigned long timeMs);
 

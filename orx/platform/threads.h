@@ -22,9 +22,8 @@ ORX_EXPORT std::string GetCurrentThreadName();
 /// Sets a thread's priority beside that of the process: -15 (runs when nothing else does), -2, -1, 0 (as the
 /// process), 1, 2 or 15 (before all else). They are the nice values 19, 10, 5, 0, -5, -10 and -20, added to
 /// the nice value of the process and bounded by -20 and 19.
-/// @return false for any other number, for a thread that does not live, and where the system refuses, as it
-///         does
-///         for a higher priority than the present one without the right to raise it
+/// @return false for any other number, for a thread that does not live, and where the system refuses, as it does for
+///         a higher priority than the present one without the right to raise it
 ORX_EXPORT bool SetThreadPriority(std::uint32_t threadId, int priority);
 
 /// The processors that the process may run on: bit n for processor n, of the first 64. 0 if it cannot be

@@ -95,6 +95,20 @@ TEST_F(LxCWThreadAlgoRateTest, EachWindowCountsItsOwnCycles)
     EXPECT_EQ(Report(), 1250) << "25 * 100000 / 2000";
 }
 
+TEST_F(LxCWThreadAlgoRateTest, TheTickIsThatOfTheWindowsBegin)
+{
+    m_clock.Advance(milliseconds(500));
+    EXPECT_EQ(m_worker.GetTickCount(), 0U);
+    Cycles(1);
+    EXPECT_EQ(m_worker.GetTickCount(), 500U);
+    m_clock.Advance(milliseconds(1000));
+    Cycles(1);
+    EXPECT_EQ(m_worker.GetTickCount(), 500U);
+    m_clock.Advance(milliseconds(1));
+    Cycles(1);
+    EXPECT_EQ(m_worker.GetTickCount(), 1501U);
+}
+
 TEST_F(LxCWThreadAlgoRateTest, PartsOfAMillisecondDoNotCount)
 {
     Cycles(1);

@@ -21,6 +21,7 @@ public:
     using LxCWThreadAlgo::Control;
     using LxCWThreadAlgo::GetCyclesSinceStart;
     using LxCWThreadAlgo::GetNumberOfStarts;
+    using LxCWThreadAlgo::GetTickCount;
     using LxCWThreadAlgo::SleepUnlessAsked;
 
     EReturnCode DoWork() override
