@@ -39,10 +39,12 @@ public:
     /// Derives the half region from the region.
     void UpdateHalfRegion();
 
+    // Named in brackets: the setting that presets 0 and 3 take, where the member is not named like it.
+
     bool m_bRepairEdgesUndercutFree = true; ///< gaps are closed only where that bridges no undercut
-    bool m_bUsePyrApproach = false;         ///< coarse to fine
+    bool m_bUsePyrApproach = false;         ///< coarse to fine; true in presets 0 and 3
     std::int32_t m_iMaxIpolGap = 10;        ///< pixels; longest gap to interpolate
-    bool m_bUseCompSceneColor = false;      ///< the scene's colour is compensated
+    bool m_bUseCompSceneColor = false;      ///< the scene's colour is compensated; true in presets 0 and 3
     bool m_bClean3DData = false;            ///< outliers of the cloud are dropped
     bool m_bUseReferenceShift =
         false; ///< the reference image is shifted for the motion between the two images
@@ -52,13 +54,19 @@ public:
     bool m_bCheckOtherSymbols = false;  ///< symbols are also read from neighbouring edges
     bool m_bOrderingConstraint = false; ///< edges must appear in the order of the slide
     std::int32_t m_iMinNumSymbols = 0;  ///< symbols that must agree before an edge gets a number
-    bool m_bDepthCulling = false;       ///< points that are too far away are dropped
+    bool m_bDepthCulling = false;       ///< points that are too far away are dropped [EnableDepthCulling]
     bool m_bExitWindowCulling = false;  ///< points on the device's side of its exit window are dropped
+                                        ///< [EnableExitWindowCulling]
     bool m_bSmoothReducedData = false;  ///< a reduced cloud is smoothed; not stored
     EReduceData m_eReduceData = LxCLxCVLibSettings::eRD_None; ///< how the cloud is reduced; not stored
-    LxCRoi m_Roi;     ///< pixels of the raw image; its size is negative where the borders leave nothing
-    LxCRoi m_RoiHalf; ///< the region at half resolution, one pixel inside it: (left / 2 + 1, top / 2 + 1,
-                      ///< width / 2 - 2, height / 2 - 2); not stored
+
+    /// Pixels of the raw image: all of it but a border all round [Boundary3DDataAllRound] and, in presets 0 and 3, more
+    /// columns at the right [Boundary3DData]. Its size is negative where the borders leave nothing.
+    LxCRoi m_Roi;
+
+    /// The region at half resolution, one pixel inside it: (left / 2 + 1, top / 2 + 1, width / 2 - 2, height / 2 - 2).
+    /// Not stored.
+    LxCRoi m_RoiHalf;
 
 private:
     void TakeSettings();

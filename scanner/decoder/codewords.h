@@ -29,7 +29,7 @@ class CodeWordReader
 public:
     /// @param model calibrated, with its pattern's tables for code words of four digits; must outlive the reader
     CodeWordReader(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config)
-        : m_model(model), m_maxDistance(config.edges.m_iMaxCodeLetterDist)
+        : m_model(model), m_maxDistance(config.Edges().m_iMaxCodeLetterDist)
     {}
 
     /// Makes the working buffers for images of so many pixels.

@@ -1,17 +1,21 @@
 // Tuning of the decoding stage.
 #pragma once
 
-#include "lxcedgedetectionconfig.h"
+#include "lxccclalgoconfig.h"
 
 namespace decoder {
 
-/// The library's limits for small structures. Where the surface leans towards the projector a stripe is up to 14 rows
-/// high, which is more than their code words bridge.
-inline LxCV::LxCEdgeDetectionConfig EdgeDefaults()
+/// The library's configuration. Where the surface leans towards the projector a stripe is up to 14 rows high, which is
+/// more than the code words of small structures bridge by default.
+inline LxCV::LxCCCLAlgoConfig AlgorithmDefaults()
 {
-    LxCV::LxCEdgeDetectionConfig edges(true, false);
-    edges.m_iMaxCodeLetterDist = 14;
-    return edges;
+    constexpr int kHighestStripe = 14; // rows
+    LxCV::LxCCCLAlgoConfig algorithm;
+    for (const bool intraoral : {false, true}) { // what is set for last stays
+        algorithm.SetOptimizeAlgoForIntraoralMeasurement(intraoral);
+        algorithm.GetEdgeDetectionConfigSmall().m_iMaxCodeLetterDist = kHighestStripe;
+    }
+    return algorithm;
 }
 
 /// Limits of the decoding stage. The signal of a colour channel is the pattern image over the reference image:
@@ -31,8 +35,13 @@ struct DecoderConfig
     /// How far an edge may go up or down from one column to the next; rows.
     int traceRadius = 2;
 
-    /// Smoothing of the signal, distance of successive edges in a code word, seeds and limits of tracing.
-    LxCV::LxCEdgeDetectionConfig edges = EdgeDefaults();
+    /// What the library keeps for this stage: for teeth or for plaster, with the limits of the edge detection for each.
+    LxCV::LxCCCLAlgoConfig algorithm = AlgorithmDefaults();
+
+    /// The limits that decoding goes by, those for small structures: smoothing of the signal, distance of successive
+    /// edges in a code word, seeds and limits of tracing.
+    LxCV::LxCEdgeDetectionConfig& Edges() { return algorithm.GetEdgeDetectionConfigSmall(); }
+    const LxCV::LxCEdgeDetectionConfig& Edges() const { return algorithm.GetEdgeDetectionConfigSmall(); }
 };
 
 } // namespace decoder

@@ -56,7 +56,7 @@ void EdgeTracer::Trace(CCTImage& words, std::vector<EdgePixel>& edges)
     Init(width, words.GetHeight());
     m_image.CopyFrom(&words, false);
     m_drawn = 0;
-    const int increment = std::max(m_config.edges.m_iIncrement, 1);
+    const int increment = std::max(m_limits.m_iIncrement, 1);
     for (int row = 0; row < m_image.GetHeight(); ++row) {
         for (std::int64_t column = kMargin; column < width + kMargin; column += increment) {
             TraceFrom(static_cast<int>(column), row);
@@ -97,15 +97,15 @@ void EdgeTracer::TraceFrom(int column, int row)
     edge.SetId(cyclicId);
     edge.SetSymbol(stripeEdge < symbols.size() ? symbols[stripeEdge] : seed.GetSymbolFromExt());
     edge.Trace(Pixels(), column, m_image.GetWidth(), m_image.GetHeight(),
-               m_config.edges.m_iMaxGapWithinStripeBoundary, m_config.traceRadius, &m_config.edges);
+               m_limits.m_iMaxGapWithinStripeBoundary, m_radius, &m_limits);
     const int number = VoteOnNumber(edge);
-    if (number == kNoEdge || !m_config.edges.IsLightStripeEdgeValid(&edge, false)) {
+    if (number == kNoEdge || !m_limits.IsLightStripeEdgeValid(&edge, false)) {
         return;
     }
     LxCLightStripeEdgeSinglePixel pattern;
     pattern.EncodeTracedLSEdgeInfo(number, 0);
     m_drawn += static_cast<std::size_t>(edge.GetLen());
-    edge.DrawWInterpol(Pixels(), pattern, m_image.GetWidth(), m_config.edges.m_iThrowAwayPixAtStripeBegEnd);
+    edge.DrawWInterpol(Pixels(), pattern, m_image.GetWidth(), m_limits.m_iThrowAwayPixAtStripeBegEnd);
 }
 
 /// The number that most confirmed pixels of an edge have, the smallest of several; 0 if none has one.

@@ -34,7 +34,7 @@ class EdgeTracer
 public:
     /// @param model calibrated; must outlive the tracer
     EdgeTracer(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config)
-        : m_model(model), m_config(config)
+        : m_model(model), m_limits(config.Edges()), m_radius(config.traceRadius)
     {}
 
     /// Makes the working buffers for images of so many pixels.
@@ -53,7 +53,8 @@ private:
     int VoteOnNumber(const LxCV::LxCLightStripeEdge& edge);
 
     const LxCV::LxCPinholeFramework& m_model;
-    DecoderConfig m_config;
+    LxCV::LxCEdgeDetectionConfig m_limits;
+    int m_radius;           ///< rows from one column to the next
     LxCV::CCTImage m_image; ///< the words between two margins that tracing does not enter
     std::vector<LxCV::LxCDataBufferEntry> m_entries;
     std::size_t m_drawn = 0; ///< about as many pixels, in all edges so far

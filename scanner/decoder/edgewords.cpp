@@ -95,7 +95,7 @@ void EdgeWordWriter::FindSteps(const StripeSignal& signal, int column)
     for (std::size_t i = 0; i < kChannels; ++i) {
         const auto channel = static_cast<LxCColorValueFloat::EColor>(i);
         m_channelSteps[i].clear();
-        decoder::FindSteps(signal.Column(channel, column), channel, m_config.minGradient, m_channelSteps[i]);
+        decoder::FindSteps(signal.Column(channel, column), channel, m_minGradient, m_channelSteps[i]);
     }
     const auto isAbove = [](const ChannelStep& a, const ChannelStep& b) {
         return a.position.IsSmallerThan(b.position);
@@ -113,7 +113,7 @@ void EdgeWordWriter::WriteColumn(int column, CCTImage& words) const
 {
     std::span<const ChannelStep> rest(m_steps);
     while (!rest.empty()) {
-        const std::size_t count = CountStepsOfOneEdge(rest, m_config.maxChannelSpread);
+        const std::size_t count = CountStepsOfOneEdge(rest, m_maxChannelSpread);
         const std::span<const ChannelStep> edge = rest.first(count);
         const LxCEdgePosition position = MeanPosition(edge);
         LxCExtremum word(0);

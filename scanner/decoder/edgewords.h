@@ -32,7 +32,9 @@ inline std::size_t ExpectedEdgePixels(int width, int height)
 class EdgeWordWriter
 {
 public:
-    explicit EdgeWordWriter(const DecoderConfig& config) : m_config(config) {}
+    explicit EdgeWordWriter(const DecoderConfig& config)
+        : m_minGradient(config.minGradient), m_maxChannelSpread(config.maxChannelSpread)
+    {}
 
     /// @param words image of type INT32 and of the signal's size; cleared and filled
     /// @throws std::invalid_argument if the sizes or the type differ, or if there are no pixels
@@ -42,7 +44,8 @@ private:
     void FindSteps(const StripeSignal& signal, int column);
     void WriteColumn(int column, LxCV::CCTImage& words) const;
 
-    DecoderConfig m_config;
+    float m_minGradient;      ///< signal units a row
+    float m_maxChannelSpread; ///< rows
     std::array<std::vector<ChannelStep>, kChannels>
         m_channelSteps;                     ///< of one column, each by ascending position
     std::vector<ChannelStep> m_twoChannels; ///< blue and green, so too

@@ -57,7 +57,7 @@ void StripeSignal::Compute(const CCTImage& reference, const CCTImage& pattern, c
     }
     Init(reference.GetWidth(), reference.GetHeight());
     Divide(FloatsOf(reference), FloatsOf(pattern), config.minReference);
-    Smooth(config.edges);
+    Smooth(config.Edges());
     m_width = reference.GetWidth();
     m_height = reference.GetHeight();
     for (int top = 0; top < m_height; top += kBlockRows) {

@@ -259,7 +259,7 @@ TEST_F(CodeWords, SurviveWordsOfAllBits)
     }
     for (const int distance : {std::numeric_limits<int>::min(), -1, 0, std::numeric_limits<int>::max()}) {
         DecoderConfig config;
-        config.edges.m_iMaxCodeLetterDist = distance;
+        config.Edges().m_iMaxCodeLetterDist = distance;
         CCTImage copy(words);
         CodeWordReader(*s_model, config).Read(copy);
         EXPECT_EQ(copy.GetInt32PixelFast(kColumn, 0) & 0xFFF, words.GetInt32PixelFast(kColumn, 0) & 0xFFF);

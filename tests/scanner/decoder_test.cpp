@@ -335,16 +335,16 @@ TEST_F(DecoderOnADevice, PixelsOfAnyBitsGivePointsWithinImageAndRangeOrNone)
         greedy.minReference = trial % 2 == 0 ? greedy.minReference : -kInfinity;
         greedy.minGradient = trial % 3 == 0 ? greedy.minGradient : -1.0F;
         greedy.maxChannelSpread = trial % 5 == 0 ? kInfinity : greedy.maxChannelSpread;
-        for (int* limit : {&greedy.traceRadius, &greedy.edges.m_iMaxCodeLetterDist,
-                           &greedy.edges.m_iMaxGapWithinStripeBoundary, &greedy.edges.m_iIncrement,
-                           &greedy.edges.m_iTraceStepLimit, &greedy.edges.m_iMinStripeLengthContFlag,
-                           &greedy.edges.m_iThrowAwayPixAtStripeBegEnd}) {
+        for (int* limit : {&greedy.traceRadius, &greedy.Edges().m_iMaxCodeLetterDist,
+                           &greedy.Edges().m_iMaxGapWithinStripeBoundary, &greedy.Edges().m_iIncrement,
+                           &greedy.Edges().m_iTraceStepLimit, &greedy.Edges().m_iMinStripeLengthContFlag,
+                           &greedy.Edges().m_iThrowAwayPixAtStripeBegEnd}) {
             const int limits[] = {std::numeric_limits<int>::min(), -1, 0, 1, 7,
                                   std::numeric_limits<int>::max()};
             *limit = random() % 3 == 0 ? limits[random() % std::size(limits)] : *limit;
         }
-        greedy.edges.m_bManuallyAssignLseId = trial % 7 == 0;
-        greedy.edges.m_iSmoothingMode = trial % 3;
+        greedy.Edges().m_bManuallyAssignLseId = trial % 7 == 0;
+        greedy.Edges().m_iSmoothingMode = trial % 3;
         Decoder decoder(*m_model, greedy);
         Decode(decoder, Wrap(reference), Wrap(pattern));
         for (const MeasuredPoint& point : decoder.GetPoints()) {

@@ -237,7 +237,7 @@ TEST_F(EdgeTracing, SeedsInColumnsAnIncrementApart)
 {
     const int edge = SomeEdge();
     DecoderConfig config;
-    config.edges.m_iIncrement = 20; // columns 0 and 20
+    config.Edges().m_iIncrement = 20; // columns 0 and 20
     CCTImage between = EmptyWords();
     PutEdge(between, edge, 1, 19);
     EXPECT_TRUE(Trace(between, config).empty());
@@ -250,7 +250,7 @@ TEST_F(EdgeTracing, DrawsNoPixelsThatAreToBeThrownAway)
 {
     const int edge = SomeEdge();
     DecoderConfig config;
-    config.edges.m_iThrowAwayPixAtStripeBegEnd = 2;
+    config.Edges().m_iThrowAwayPixAtStripeBegEnd = 2;
     CCTImage words = EmptyWords();
     PutEdge(words, edge, 1, 33);
     EXPECT_EQ(ColumnsOf(Trace(words, config), edge), Range(3, 31));
@@ -259,8 +259,8 @@ TEST_F(EdgeTracing, DrawsNoPixelsThatAreToBeThrownAway)
 TEST_F(EdgeTracing, TakesNoMoreMemoryThanForEveryPixelOfTheImage)
 {
     DecoderConfig config;
-    config.edges.m_iIncrement = 1;
-    config.edges.m_iThrowAwayPixAtStripeBegEnd =
+    config.Edges().m_iIncrement = 1;
+    config.Edges().m_iThrowAwayPixAtStripeBegEnd =
         kWidth; // so that every pixel is a seed of an edge that is not drawn
     CCTImage words = EmptyWords();
     for (const auto& entry : *s_rows) {

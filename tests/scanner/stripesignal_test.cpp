@@ -22,9 +22,9 @@ constexpr int kHeight = 4;
 DecoderConfig WithSmoothing(int mode, int kernel)
 {
     DecoderConfig config;
-    config.edges.m_iSmoothingMode = mode;
-    config.edges.m_iKernelSizeX = kernel;
-    config.edges.m_iKernelSizeY = kernel;
+    config.Edges().m_iSmoothingMode = mode;
+    config.Edges().m_iKernelSizeX = kernel;
+    config.Edges().m_iKernelSizeY = kernel;
     return config;
 }
 
