@@ -46,18 +46,16 @@ public:
     std::int32_t m_iMaxIpolGap = 10;        ///< pixels; longest gap to interpolate
     bool m_bUseCompSceneColor = false;      ///< the scene's colour is compensated; true in presets 0 and 3
     bool m_bClean3DData = false;            ///< outliers of the cloud are dropped
-    bool m_bUseReferenceShift =
-        false; ///< the reference image is shifted for the motion between the two images
-    std::int32_t m_iBoundaryShiftedRefImg =
-        0;                              ///< pixels; border of the shifted reference image that is not used
-    bool m_bRepairEdges = false;        ///< gaps in traced edges are closed
-    bool m_bCheckOtherSymbols = false;  ///< symbols are also read from neighbouring edges
-    bool m_bOrderingConstraint = false; ///< edges must appear in the order of the slide
-    std::int32_t m_iMinNumSymbols = 0;  ///< symbols that must agree before an edge gets a number
-    bool m_bDepthCulling = false;       ///< points that are too far away are dropped [EnableDepthCulling]
-    bool m_bExitWindowCulling = false;  ///< points on the device's side of its exit window are dropped
-                                        ///< [EnableExitWindowCulling]
-    bool m_bSmoothReducedData = false;  ///< a reduced cloud is smoothed; not stored
+    bool m_bUseReferenceShift = false;      ///< the reference image is shifted for motion between the images
+    std::int32_t m_iBoundaryShiftedRefImg = 0; ///< pixels; border of the shifted image that is not used
+    bool m_bRepairEdges = false;               ///< gaps in traced edges are closed
+    bool m_bCheckOtherSymbols = false;         ///< symbols are also read from neighbouring edges
+    bool m_bOrderingConstraint = false;        ///< edges must appear in the order of the slide
+    std::int32_t m_iMinNumSymbols = 0;         ///< symbols that must agree before an edge gets a number
+    bool m_bDepthCulling = false;      ///< points that are too far away are dropped [EnableDepthCulling]
+    bool m_bExitWindowCulling = false; ///< points on the device's side of its exit window are dropped
+                                       ///< [EnableExitWindowCulling]
+    bool m_bSmoothReducedData = false; ///< a reduced cloud is smoothed; not stored
     EReduceData m_eReduceData = LxCLxCVLibSettings::eRD_None; ///< how the cloud is reduced; not stored
 
     /// Pixels of the raw image: all of it but a border all round [Boundary3DDataAllRound] and, in presets 0 and 3, more
