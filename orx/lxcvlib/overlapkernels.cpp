@@ -2,6 +2,8 @@
 #include "overlapkernels.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
@@ -71,20 +73,102 @@ private:
     bool m_bFalls;
 };
 
+constexpr std::size_t c_uiBlock = 32; ///< columns that are sampled at a time
+
+/// Places between four pixels each.
+struct SBlock
+{
+    std::array<float, c_uiBlock> colFraction;  ///< from the left to the right neighbours
+    std::array<float, c_uiBlock> rowFraction;  ///< from the upper to the lower neighbours
+    std::array<std::int32_t, c_uiBlock> pixel; ///< number of the upper left neighbour
+};
+
+struct SNeighbours
+{
+    float upperLeft;
+    float upperRight;
+    float lowerLeft;
+    float lowerRight;
+};
+
+[[gnu::always_inline]] inline float Mix(float fx, float fy, const SNeighbours& values)
+{
+    const float sum = (1.0F - fx) * (1.0F - fy) * values.upperLeft + fx * (1.0F - fy) * values.upperRight +
+                      (1.0F - fx) * fy * values.lowerLeft + fx * fy * values.lowerRight;
+    // Rounded weights may add up to a little more than 1.
+    return sum < c_fFullScale ? sum : c_fFullScale;
+}
+
+[[gnu::always_inline]] inline float LowByte(std::uint32_t word)
+{
+    return static_cast<float>(static_cast<std::int32_t>(word & 0xFFU));
+}
+
+[[gnu::always_inline]] inline float HighByte(std::uint32_t word)
+{
+    return static_cast<float>(static_cast<std::int32_t>(word >> 24));
+}
+
+/// The rows of an image with their bytes sorted by channel, made as they are asked for. The last ones are kept, since
+/// neighbouring rows of the result take their pixels from the same few rows.
+class PlanarRows
+{
+public:
+    static constexpr std::size_t c_uiMostKept = 16;
+
+    PlanarRows(const SExtent& extent, const std::uint8_t* bgr)
+        : m_uiWidth(extent.width), m_pPixels(bgr),
+          m_vuiRow(std::bit_floor(std::min(c_uiMostKept, extent.height)), c_uiNone),
+          m_vPlanes(m_vuiRow.size() * c_uiChannels * extent.width)
+    {}
+
+    /// A channel of a row; valid while fewer than the number of kept rows lie between it and what is asked for.
+    [[gnu::always_inline]] const std::uint8_t* Get(std::size_t row, std::size_t channel)
+    {
+        const std::size_t slot = row & (m_vuiRow.size() - 1);
+        std::uint8_t* const planes = m_vPlanes.data() + slot * c_uiChannels * m_uiWidth;
+        if (m_vuiRow[slot] != row) {
+            m_vuiRow[slot] = row;
+            Split(m_pPixels + row * c_uiChannels * m_uiWidth, m_uiWidth, planes);
+        }
+        return planes + channel * m_uiWidth;
+    }
+
+private:
+    static constexpr std::size_t c_uiNone = std::numeric_limits<std::size_t>::max();
+
+    [[gnu::always_inline]] static void Split(const std::uint8_t* __restrict bgr, std::size_t width,
+                                             std::uint8_t* __restrict planes)
+    {
+        std::uint8_t* const __restrict blue = planes;
+        std::uint8_t* const __restrict green = planes + width;
+        std::uint8_t* const __restrict red = planes + 2 * width;
+        for (std::size_t x = 0; x < width; ++x) {
+            blue[x] = bgr[c_uiChannels * x];
+            green[x] = bgr[c_uiChannels * x + 1];
+            red[x] = bgr[c_uiChannels * x + 2];
+        }
+    }
+
+    std::size_t m_uiWidth;
+    const std::uint8_t* m_pPixels;
+    std::vector<std::size_t> m_vuiRow; ///< which row a slot holds; as many as a power of two
+    std::vector<std::uint8_t> m_vPlanes;
+};
+
 /// Samples one channel of an image, a row at a time.
 class ChannelSampler
 {
 public:
-    /// @param bgr the image's pixels, which must outlive this object
-    ChannelSampler(const SExtent& extent, const std::uint8_t* bgr, std::size_t channel,
+    /// @param bgr the image's pixels, which must outlive this object, as `rows` must
+    ChannelSampler(const SExtent& extent, const std::uint8_t* bgr, PlanarRows& rows, std::size_t channel,
                    const SChannelPlacement& placement)
-        : m_Extent(extent), m_pPixels(bgr + channel), m_Placement(placement),
+        : m_Extent(extent), m_pPixels(bgr + channel), m_Rows(rows), m_uiChannel(channel),
+          m_Placement(placement),
           m_bPlaced(std::isfinite(placement.cosine) && std::isfinite(placement.sine) &&
                     std::isfinite(placement.scale) && std::isfinite(placement.originCol) &&
                     std::isfinite(placement.originRow)),
-          m_vfCosine(extent.width), m_vfSine(extent.width), m_vfColFraction(extent.width),
-          m_vfRowFraction(extent.width), m_viOffset(extent.width), m_vuiUpper(extent.width),
-          m_vuiLower(extent.width)
+          m_vfCosine(extent.width), m_vfSine(extent.width)
     {
         for (std::size_t x = 0; x < extent.width; ++x) {
             m_vfCosine[x] = static_cast<float>(x) * placement.cosine;
@@ -101,9 +185,7 @@ public:
         for (std::size_t x = 0; x < inside.begin; ++x) {
             row[x] = Nearest(x);
         }
-        Locate(inside);
-        Fetch(inside);
-        Blend(inside, row);
+        SampleInner(inside, row);
         for (std::size_t x = inside.end; x < m_Extent.width; ++x) {
             row[x] = Nearest(x);
         }
@@ -144,88 +226,133 @@ private:
         return static_cast<float>(m_pPixels[pixel * c_uiChannels]);
     }
 
-    /// Offsets of the upper left neighbours, in bytes, and the places' distances from them.
-    [[gnu::always_inline]] void Locate(const SColumns& columns)
+    /// One pixel of the inner columns.
+    float Linear(std::size_t x) const
     {
-        const float* const __restrict cosines = m_vfCosine.data();
-        const float* const __restrict sines = m_vfSine.data();
-        float* const __restrict colFraction = m_vfColFraction.data();
-        float* const __restrict rowFraction = m_vfRowFraction.data();
-        std::int32_t* const __restrict offset = m_viOffset.data();
+        const SPlace place = PlaceOf(x);
+        const auto col = static_cast<std::int32_t>(place.u);
+        const auto row = static_cast<std::int32_t>(place.v);
+        const std::size_t rowBytes = m_Extent.width * c_uiChannels;
+        const std::uint8_t* const upper = m_pPixels + static_cast<std::size_t>(row) * rowBytes +
+                                          static_cast<std::size_t>(col) * c_uiChannels;
+        const std::uint8_t* const lower = upper + rowBytes;
+        return Mix(place.u - static_cast<float>(col), place.v - static_cast<float>(row),
+                   {static_cast<float>(upper[0]), static_cast<float>(upper[c_uiChannels]),
+                    static_cast<float>(lower[0]), static_cast<float>(lower[c_uiChannels])});
+    }
+
+    [[gnu::always_inline]] void SampleInner(const SColumns& inside, float* __restrict row)
+    {
+        if (inside.end - inside.begin < c_uiBlock) {
+            for (std::size_t x = inside.begin; x < inside.end; ++x) {
+                row[x] = Linear(x);
+            }
+            return;
+        }
+        // A steep row crosses more rows of the image than are kept.
+        const bool isFlat = std::abs(PlaceOf(inside.begin).v - PlaceOf(inside.end - 1).v) <
+                            static_cast<float>(PlanarRows::c_uiMostKept - 2);
+        const std::size_t last = inside.end - c_uiBlock;
+        for (std::size_t x = inside.begin; x < last; x += c_uiBlock) {
+            SampleBlock(x, isFlat, row + x);
+        }
+        // This one may overlap the one before; both write the same.
+        SampleBlock(last, isFlat, row + last);
+    }
+
+    [[gnu::always_inline]] void SampleBlock(std::size_t first, bool isFlat, float* __restrict target)
+    {
+        SBlock block;
+        Locate(first, block);
+        if (isFlat && IsRun(block)) {
+            BlendRun(block, target);
+        } else {
+            BlendScattered(block, target);
+        }
+    }
+
+    [[gnu::always_inline]] void Locate(std::size_t first, SBlock& block) const
+    {
+        const float* const __restrict cosines = m_vfCosine.data() + first;
+        const float* const __restrict sines = m_vfSine.data() + first;
         const SChannelPlacement placement = m_Placement;
         const float cosine = m_fCosine;
         const float sine = m_fSine;
         const auto width = static_cast<std::int32_t>(m_Extent.width);
-        for (std::size_t x = columns.begin; x < columns.end; ++x) {
-            const float u = (cosines[x] + sine) * placement.scale + placement.originCol;
-            const float v = (cosine - sines[x]) * placement.scale + placement.originRow;
+        for (std::size_t i = 0; i < c_uiBlock; ++i) {
+            const float u = (cosines[i] + sine) * placement.scale + placement.originCol;
+            const float v = (cosine - sines[i]) * placement.scale + placement.originRow;
             const auto col = static_cast<std::int32_t>(u);
             const auto row = static_cast<std::int32_t>(v);
-            colFraction[x] = u - static_cast<float>(col);
-            rowFraction[x] = v - static_cast<float>(row);
-            offset[x] = (row * width + col) * static_cast<std::int32_t>(c_uiChannels);
+            block.colFraction[i] = u - static_cast<float>(col);
+            block.rowFraction[i] = v - static_cast<float>(row);
+            block.pixel[i] = row * width + col;
         }
     }
 
-    /// The words that hold two neighbours of one row each: four bytes from one pixel's channel to the next pixel's.
-    [[gnu::always_inline]] void Fetch(const SColumns& columns)
+    /// Whether each place lies one pixel to the right of the one before, as nearly all blocks of a camera do.
+    [[gnu::always_inline]] static bool IsRun(const SBlock& block)
     {
-        const std::size_t rowBytes = m_Extent.width * c_uiChannels;
-        for (std::size_t x = columns.begin; x < columns.end; ++x) {
-            const std::uint8_t* const upper = m_pPixels + m_viOffset[x];
-            std::memcpy(&m_vuiUpper[x], upper, sizeof m_vuiUpper[x]);
-            std::memcpy(&m_vuiLower[x], upper + rowBytes, sizeof m_vuiLower[x]);
+        std::int32_t differences = 0;
+        for (std::size_t i = 0; i < c_uiBlock; ++i) {
+            differences |= block.pixel[i] - block.pixel[0] - static_cast<std::int32_t>(i);
+        }
+        return differences == 0;
+    }
+
+    [[gnu::always_inline]] void BlendRun(const SBlock& block, float* __restrict target)
+    {
+        // 32 bits, since wider divisions take far longer.
+        const auto pixel = static_cast<std::uint32_t>(block.pixel[0]);
+        const auto width = static_cast<std::uint32_t>(m_Extent.width);
+        const std::size_t row = pixel / width;
+        const std::size_t col = pixel % width;
+        const std::uint8_t* const __restrict upper = m_Rows.Get(row, m_uiChannel) + col;
+        const std::uint8_t* const __restrict lower = m_Rows.Get(row + 1, m_uiChannel) + col;
+        for (std::size_t i = 0; i < c_uiBlock; ++i) {
+            target[i] = Mix(block.colFraction[i], block.rowFraction[i],
+                            {static_cast<float>(upper[i]), static_cast<float>(upper[i + 1]),
+                             static_cast<float>(lower[i]), static_cast<float>(lower[i + 1])});
         }
     }
 
-    [[gnu::always_inline]] static float LowByte(std::uint32_t word)
+    /// Fetches two neighbours at once, as the four bytes from one pixel's channel to the next pixel's.
+    [[gnu::always_inline]] void BlendScattered(const SBlock& block, float* __restrict target) const
     {
-        return static_cast<float>(static_cast<std::int32_t>(word & 0xFFU));
-    }
-    [[gnu::always_inline]] static float HighByte(std::uint32_t word)
-    {
-        return static_cast<float>(static_cast<std::int32_t>(word >> 24));
-    }
-
-    [[gnu::always_inline]] void Blend(const SColumns& columns, float* __restrict target) const
-    {
-        const float* const __restrict colFraction = m_vfColFraction.data();
-        const float* const __restrict rowFraction = m_vfRowFraction.data();
-        const std::uint32_t* const __restrict upper = m_vuiUpper.data();
-        const std::uint32_t* const __restrict lower = m_vuiLower.data();
-        for (std::size_t x = columns.begin; x < columns.end; ++x) {
-            const float fx = colFraction[x];
-            const float fy = rowFraction[x];
-            const float value = (1.0F - fx) * (1.0F - fy) * LowByte(upper[x]) +
-                                fx * (1.0F - fy) * HighByte(upper[x]) + (1.0F - fx) * fy * LowByte(lower[x]) +
-                                fx * fy * HighByte(lower[x]);
-            // Rounded weights may add up to a little more than 1.
-            target[x] = c_fFullScale < value ? c_fFullScale : value;
+        const std::uint8_t* const __restrict upperBytes = m_pPixels;
+        const std::uint8_t* const __restrict lowerBytes = m_pPixels + m_Extent.width * c_uiChannels;
+        std::array<std::uint32_t, c_uiBlock> upper;
+        std::array<std::uint32_t, c_uiBlock> lower;
+        for (std::size_t i = 0; i < c_uiBlock; ++i) {
+            const auto offset = static_cast<std::size_t>(block.pixel[i]) * c_uiChannels;
+            std::memcpy(&upper[i], upperBytes + offset, sizeof upper[i]);
+            std::memcpy(&lower[i], lowerBytes + offset, sizeof lower[i]);
+        }
+        for (std::size_t i = 0; i < c_uiBlock; ++i) {
+            target[i] = Mix(block.colFraction[i], block.rowFraction[i],
+                            {LowByte(upper[i]), HighByte(upper[i]), LowByte(lower[i]), HighByte(lower[i])});
         }
     }
 
     SExtent m_Extent;
     const std::uint8_t* m_pPixels; ///< the channel's byte of pixel (0, 0)
+    PlanarRows& m_Rows;
+    std::size_t m_uiChannel;
     SChannelPlacement m_Placement;
     bool m_bPlaced;                ///< whether all of m_Placement is finite; otherwise no place is
     std::vector<float> m_vfCosine; ///< x * cosine per column
     std::vector<float> m_vfSine;   ///< x * sine per column
     float m_fCosine = 0.0F;        ///< y * cosine of the present row
     float m_fSine = 0.0F;          ///< y * sine of the present row
-    std::vector<float> m_vfColFraction;
-    std::vector<float> m_vfRowFraction;
-    std::vector<std::int32_t> m_viOffset;
-    std::vector<std::uint32_t> m_vuiUpper;
-    std::vector<std::uint32_t> m_vuiLower;
 };
 
-[[gnu::always_inline]] inline void Join(const float* __restrict blue, const std::uint8_t* __restrict bgr,
+[[gnu::always_inline]] inline void Join(const float* __restrict blue, const std::uint8_t* __restrict green,
                                         const float* __restrict red, std::size_t width,
                                         float* __restrict target)
 {
     for (std::size_t x = 0; x < width; ++x) {
         target[c_uiChannels * x] = blue[x];
-        target[c_uiChannels * x + 1] = static_cast<float>(bgr[c_uiChannels * x + 1]);
+        target[c_uiChannels * x + 1] = static_cast<float>(green[x]);
         target[c_uiChannels * x + 2] = red[x];
     }
 }
@@ -234,15 +361,15 @@ private:
                                              const SChannelPlacement& blue, const SChannelPlacement& red,
                                              float* target)
 {
-    ChannelSampler blueSampler(extent, bgr, 0, blue);
-    ChannelSampler redSampler(extent, bgr, 2, red);
+    PlanarRows rows(extent, bgr);
+    ChannelSampler blueSampler(extent, bgr, rows, 0, blue);
+    ChannelSampler redSampler(extent, bgr, rows, 2, red);
     std::vector<float> blueRow(extent.width);
     std::vector<float> redRow(extent.width);
-    for (std::size_t y = 0; y < extent.height; ++y) {
+    for (std::size_t y = 0; y < extent.height; ++y, target += extent.width * c_uiChannels) {
         blueSampler.Sample(y, blueRow.data());
         redSampler.Sample(y, redRow.data());
-        const std::size_t first = y * extent.width * c_uiChannels;
-        Join(blueRow.data(), bgr + first, redRow.data(), extent.width, target + first);
+        Join(blueRow.data(), rows.Get(y, 1), redRow.data(), extent.width, target);
     }
 }
 

@@ -102,8 +102,8 @@ void ExpectAsDefined(const SExtent& extent, const std::vector<std::uint8_t>& byt
     }
 }
 
-constexpr std::array<SExtent, 8> kExtents{
-    {{1, 1}, {1, 7}, {7, 1}, {2, 2}, {3, 5}, {8, 8}, {33, 9}, {67, 20}}};
+constexpr std::array<SExtent, 9> kExtents{
+    {{1, 1}, {1, 7}, {7, 1}, {2, 2}, {3, 5}, {8, 8}, {33, 9}, {67, 20}, {100, 40}}};
 
 TEST(AlignChannels, IsTheDefinitionBitForBit)
 {
