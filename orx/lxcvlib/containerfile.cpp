@@ -1,12 +1,9 @@
 // Opens files for containers.
 #include "containerfile.h"
 
+#include "filestreams.h"
 #include "lxccctencryptionutils.h"
 #include "orx/logging/logger.h"
-#include "orx/platform/paths.h"
-
-#include <filesystem>
-#include <system_error>
 
 namespace LxCV {
 
@@ -15,21 +12,13 @@ namespace {
 // The channel of the class whose containers these are.
 const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCCCTEncryptionUtils");
 
-std::ifstream OpenForReading(const std::string& pathText)
-{
-    const std::filesystem::path path = platform::NativePath(pathText);
-    std::error_code failure;
-    return std::filesystem::is_regular_file(path, failure) ? std::ifstream(path, std::ios_base::binary)
-                                                           : std::ifstream();
-}
-
 } // namespace
 
 bool ReadContainerFile(std::stringstream& text, const std::vector<std::string>& paths)
 {
     s_Logger.Info(L"Read camera ini file from encrypted backup copy");
     for (const std::string& path : paths) {
-        std::ifstream file = OpenForReading(path);
+        std::ifstream file = OpenFileForReading(path);
         if (file.is_open()) {
             return LxCCCTEncryptionUtils::DecryptAndDecompress(text, file);
         }
@@ -38,18 +27,11 @@ bool ReadContainerFile(std::stringstream& text, const std::vector<std::string>& 
     return false;
 }
 
-std::ofstream OpenContainerFile(const std::string& pathText)
+std::ofstream OpenContainerFile(const std::string& path)
 {
-    const std::filesystem::path path = platform::NativePath(pathText);
-    std::ofstream file;
-    std::error_code failure;
-    if (std::filesystem::is_fifo(path, failure)) {
-        file.setstate(std::ios_base::failbit);
-    } else {
-        file.open(path, std::ios_base::binary);
-    }
+    std::ofstream file = OpenFileForWriting(path);
     if (!file.is_open()) {
-        s_Logger.Error(L"The encrypted copy '%s' cannot be opened for writing.\n", pathText);
+        s_Logger.Error(L"The encrypted copy '%s' cannot be opened for writing.\n", path);
     }
     return file;
 }
