@@ -10,7 +10,7 @@ Rendering Render(std::shared_ptr<const device::VirtualDevice> device, const Pair
     if (!(options.noise >= 0.0 && options.noise <= kLargestNoise)) {
         throw std::invalid_argument("the noise must lie between 0 and 100");
     }
-    Rendering rendering{std::move(device), device::MakeScene(options.scene), {}};
+    Rendering rendering{options, std::move(device), device::MakeScene(options.scene), {}};
     device::RenderOptions renderOptions;
     renderOptions.seed = options.seed;
     renderOptions.noise = options.noise;

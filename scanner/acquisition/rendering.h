@@ -23,6 +23,7 @@ struct PairOptions
 /// One image pair of a device, with its truth.
 struct Rendering
 {
+    PairOptions options;
     std::shared_ptr<const device::VirtualDevice> device;
     std::shared_ptr<const device::Scene> scene;
     device::RenderedPair pair;

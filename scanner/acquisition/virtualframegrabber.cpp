@@ -1,10 +1,10 @@
 #include "scanner/acquisition/virtualframegrabber.h"
 
 #include "lxccctencryptionutils.h"
-#include "lxcframegrabberreqs.h"
 #include "orx/logging/logger.h"
 #include "orx/platform/paths.h"
 #include "scanner/acquisition/numbertext.h"
+#include "scanner/acquisition/rawimages.h"
 
 #include <algorithm>
 #include <cmath>
@@ -108,24 +108,12 @@ LxCV::LxAFrameGrabber::EReturnCode VirtualFrameGrabber::Init(const std::vector<s
 
 void VirtualFrameGrabber::Open(const PairOptions& options)
 {
-    SetGeometry(m_device->Parameters().camera, options.noise);
+    const device::LensParameters& camera = m_device->Parameters().camera;
+    DescribeRawImages(camera.width, camera.height, options.noise, *GetReqs());
     m_queue.Fill(sc_iQueueSize, GetWidthRaw(), GetHeightRaw(), GetImgTypeRaw());
-    m_options = options;
     m_lastKind = eLT_Pat;
     m_frames = 0;
-    SetRendering(std::make_shared<const Rendering>(Render(m_device, m_options)));
-}
-
-void VirtualFrameGrabber::SetGeometry(const device::LensParameters& camera, double noise)
-{
-    LxCV::LxCFrameGrabberReqs& reqs = *GetReqs();
-    const CCTImage::EImageDataType type = noise > 0.0 ? CCTImage::eIDT_BGRU8 : CCTImage::eIDT_FLOAT32_3;
-    reqs.setWidthRaw(camera.width);
-    reqs.setHeightRaw(camera.height);
-    reqs.setImgTypeRaw(type);
-    reqs.setBytesPerPixelRaw(CCTImage::GetBytesPerPixel(type));
-    reqs.setWidth(camera.width);
-    reqs.setHeight(camera.height);
+    SetRendering(std::make_shared<const Rendering>(Render(m_device, options)));
 }
 
 void VirtualFrameGrabber::SetRendering(std::shared_ptr<const Rendering> rendering)
@@ -205,10 +193,9 @@ void VirtualFrameGrabber::Deliver(ELedType kind, CCTImage& image)
 {
     bool& delivered = m_delivered[kind == eLT_Ref ? 1 : 0];
     if (delivered) {
-        PairOptions options = m_options;
+        PairOptions options = GetRendering()->options;
         ++options.seed;
         SetRendering(std::make_shared<const Rendering>(Render(m_device, options)));
-        m_options = options;
     }
     const std::shared_ptr<const Rendering> rendering = GetRendering();
     const device::ImageF& source = kind == eLT_Ref ? rendering->pair.reference : rendering->pair.pattern;
@@ -224,7 +211,8 @@ void VirtualFrameGrabber::Deliver(ELedType kind, CCTImage& image)
     m_lastKind = kind;
     image.SetType(kind == eLT_Ref ? kReferenceType : kPatternType);
     image.SetTimestamp(static_cast<std::uint32_t>(++m_frames));
-    image.SetDescription(m_options.scene + "_" + std::to_string(m_options.seed) +
+    const PairOptions& options = rendering->options;
+    image.SetDescription(options.scene + "_" + std::to_string(options.seed) +
                          (kind == eLT_Ref ? "_Ref" : "_Pat"));
 }
 

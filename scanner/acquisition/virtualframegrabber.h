@@ -101,13 +101,11 @@ private:
     struct Arguments;
 
     void Open(const PairOptions& options);
-    void SetGeometry(const device::LensParameters& camera, double noise);
     void SetRendering(std::shared_ptr<const Rendering> rendering);
     ELedType KindOf(ELedType type);
     void Deliver(ELedType kind, LxCV::CCTImage& image);
 
     std::shared_ptr<const device::VirtualDevice> m_device;
-    PairOptions m_options; ///< of the present pair
     mutable std::mutex m_lock;
     std::shared_ptr<const Rendering> m_rendering; ///< guarded by the lock; null where not initialised
     std::array<bool, 2> m_delivered{};            ///< by kind, of the present pair

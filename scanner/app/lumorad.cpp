@@ -1,26 +1,35 @@
 // Arguments, commands and reports.
 #include "scanner/app/lumorad.h"
 
+#include "scanner/acquisition/numbertext.h"
+#include "scanner/app/imagesources.h"
 #include "scanner/app/measurement.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <charconv>
 #include <exception>
+#include <filesystem>
 #include <iomanip>
+#include <memory>
 #include <ostream>
 #include <stdexcept>
-#include <system_error>
 
 namespace app {
 
 namespace {
 
-constexpr int kDemoStages = 9;
+constexpr int kDemoStages = 11;
 constexpr int kRenderStages = 2;
-constexpr double kLargestNoise = 100.0;
+
+using acquisition::Rendering;
+
+/// What both commands work on.
+struct SceneOptions : acquisition::PairOptions
+{
+    std::filesystem::path out = "out/demo";
+};
 
 using StageTimes = std::vector<std::pair<std::string, double>>;
 
@@ -40,9 +49,11 @@ void PrintJson(std::ostream& out, const nlohmann::ordered_json& json)
     out << json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
 }
 
-nlohmann::ordered_json ToJson(const SceneOptions& options, const Accuracy& accuracy, const StageTimes& times)
+nlohmann::ordered_json ToJson(const SceneOptions& options, const std::string& source,
+                              const Accuracy& accuracy, const StageTimes& times)
 {
     nlohmann::ordered_json json = SceneToJson(options);
+    json["source"] = source;
     json["points"] = accuracy.points;
     json["crossings"] = accuracy.seenCrossings;
     json["coverage"] = accuracy.coverage;
@@ -58,8 +69,8 @@ nlohmann::ordered_json ToJson(const SceneOptions& options, const Accuracy& accur
     return json;
 }
 
-void PrintReport(std::ostream& out, const SceneOptions& options, const Accuracy& accuracy,
-                 const StageTimes& times)
+void PrintReport(std::ostream& out, const SceneOptions& options, const std::string& source,
+                 const Accuracy& accuracy, const StageTimes& times)
 {
     constexpr int kLabelWidth = 18;
     const auto label = [&out](const std::string& text) -> std::ostream& {
@@ -68,6 +79,7 @@ void PrintReport(std::ostream& out, const SceneOptions& options, const Accuracy&
     const auto percent = [](double share) { return 100.0 * share; };
     out << std::fixed << "Scene " << options.scene << ", seed " << options.seed << ", noise "
         << std::setprecision(2) << options.noise << "\n";
+    label("source") << source << "\n";
     label("points") << accuracy.points << "\n";
     label("coverage") << std::setprecision(1) << percent(accuracy.coverage) << " % of "
                       << accuracy.seenCrossings << " edge crossings\n";
@@ -91,7 +103,8 @@ void RunRender(const SceneOptions& options, bool json, std::ostream& out)
     std::optional<Rendering> rendering;
     {
         Progress progress(kRenderStages);
-        progress.Run("render", [&] { rendering.emplace(Render(options)); });
+        progress.Run("render",
+                     [&] { rendering.emplace(Render(std::make_shared<device::VirtualDevice>(), options)); });
         progress.Run("write images", [&] { WriteRendering(*rendering, options.out); });
     }
     if (json) {
@@ -104,35 +117,64 @@ void RunRender(const SceneOptions& options, bool json, std::ostream& out)
     }
 }
 
-void RunDemo(const SceneOptions& options, bool json, std::ostream& out)
+/// An image pair with its truth, rendered and taken through an image source.
+struct Acquisition
+{
+    std::shared_ptr<const Rendering> rendering;
+    acquisition::ImagePair images;
+};
+
+/// The pair as the virtual device delivers it.
+Acquisition AcquireFromDevice(const SceneOptions& options, Progress& progress)
+{
+    Acquisition result;
+    std::unique_ptr<acquisition::VirtualFrameGrabber> grabber;
+    progress.Run("render", [&] {
+        grabber = OpenVirtual(options);
+        result.rendering = grabber->GetRendering();
+    });
+    progress.Run("write images", [&] { WriteRendering(*result.rendering, options.out); });
+    progress.Run("acquire", [&] { result.images = acquisition::AcquirePair(*grabber); });
+    return result;
+}
+
+/// The pair as it is replayed from the files that the program writes.
+Acquisition AcquireFromFiles(const SceneOptions& options, Progress& progress)
+{
+    Acquisition result;
+    std::vector<std::filesystem::path> files;
+    progress.Run("render", [&] {
+        result.rendering =
+            std::make_shared<const Rendering>(Render(std::make_shared<device::VirtualDevice>(), options));
+    });
+    progress.Run("write images", [&] {
+        WriteRendering(*result.rendering, options.out);
+        files = WriteReplayFiles(*result.rendering, options.out);
+    });
+    progress.Run("acquire",
+                 [&] { result.images = acquisition::AcquirePair(*OpenReplay(*result.rendering, files)); });
+    return result;
+}
+
+void RunDemo(const SceneOptions& options, const std::string& source, bool json, std::ostream& out)
 {
     CreateFolder(options.out);
     StageTimes times;
     Measurement measurement;
     {
         Progress progress(kDemoStages);
-        std::optional<Rendering> rendering;
-        progress.Run("render", [&] { rendering.emplace(Render(options)); });
-        progress.Run("write images", [&] { WriteRendering(*rendering, options.out); });
-        measurement = Measure(*rendering, options.out / "model.txt", progress);
-        progress.Run("write results", [&] { WriteMeasurement(*rendering, measurement, options.out); });
+        const auto acquire = source == kSimulatedSource ? AcquireFromFiles : AcquireFromDevice;
+        const Acquisition acquired = acquire(options, progress);
+        const Rendering& rendering = *acquired.rendering;
+        measurement = Measure(acquired.images, rendering, options.out / "model.txt", progress);
+        progress.Run("write results", [&] { WriteMeasurement(rendering, measurement, options.out); });
         times = progress.GetTimes();
     }
     if (json) {
-        PrintJson(out, ToJson(options, measurement.accuracy, times));
+        PrintJson(out, ToJson(options, source, measurement.accuracy, times));
     } else {
-        PrintReport(out, options, measurement.accuracy, times);
+        PrintReport(out, options, source, measurement.accuracy, times);
     }
-}
-
-/// Whether the whole text is one number, in the classic locale, that the type holds; for a floating-point one, "inf"
-/// and "nan" are numbers too.
-template <typename Number>
-bool ReadNumber(const std::string& text, Number& number)
-{
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && stop == end;
 }
 
 /// Takes whole numbers in decimal only, where the parser would also wrap negative and clip large ones.
@@ -140,7 +182,7 @@ CLI::Validator IsSeed()
 {
     return {[](std::string& text) {
                 std::uint64_t seed = 0;
-                if (!ReadNumber(text, seed)) {
+                if (!acquisition::ReadNumber(text, seed)) {
                     return "Value " + text + " is no whole number from 0 to 2^64 - 1";
                 }
                 text = std::to_string(seed);
@@ -154,7 +196,8 @@ CLI::Validator IsNoise()
 {
     return {[](std::string& text) {
                 double noise = 0.0;
-                const bool fits = ReadNumber(text, noise) && noise >= 0.0 && noise <= kLargestNoise;
+                const bool fits = acquisition::ReadNumber(text, noise) && noise >= 0.0 &&
+                                  noise <= acquisition::kLargestNoise;
                 return fits ? std::string() : "Value " + text + " is no number from 0 to 100";
             },
             "in [0 - 100]", ""};
@@ -196,6 +239,11 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
         program.add_subcommand("demo", "Render an image pair, measure it, compare with the truth");
     CLI::App* render = program.add_subcommand("render", "Render an image pair and write the device's model");
     AddSceneOptions(*demo, options, json);
+    std::string source = kVirtualSource;
+    demo->add_option("--source", source,
+                     "Where the images come from: the virtual device, or its files replayed")
+        ->check(CLI::IsMember({kVirtualSource, kSimulatedSource}))
+        ->capture_default_str();
     AddSceneOptions(*render, options, json);
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
@@ -204,7 +252,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     }
     try {
         if (demo->parsed()) {
-            RunDemo(options, json, out);
+            RunDemo(options, source, json, out);
         } else if (render->parsed()) {
             RunRender(options, json, out);
         }

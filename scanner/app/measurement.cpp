@@ -1,4 +1,4 @@
-// Rendering, measuring and writing of results.
+// Measuring and writing of results.
 #include "scanner/app/measurement.h"
 
 #include "cctimage.h"
@@ -8,9 +8,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <string>
+#include <system_error>
 
 namespace app {
 
@@ -19,6 +22,14 @@ namespace {
 ColourImage Picture(const device::ImageF& image)
 {
     return ColourImage::FromBgr(image.width, image.height, image.data);
+}
+
+/// The same of an image of type FLOAT32_3.
+ColourImage Picture(const LxCV::CCTImage& image)
+{
+    const auto size = static_cast<std::size_t>(image.GetSizeInBytes()) / sizeof(float);
+    return ColourImage::FromBgr(image.GetWidth(), image.GetHeight(),
+                                {static_cast<const float*>(image.GetBuffer()), size});
 }
 
 void WriteText(const std::filesystem::path& file, const std::string& text)
@@ -50,13 +61,6 @@ void LoadModel(const std::filesystem::path& file, LxCV::LxCPinholeFramework& mod
     }
 }
 
-/// A view of the device's image; the library does not change it.
-LxCV::CCTImage Wrap(const device::ImageF& image)
-{
-    return {image.width, image.height, LxCV::CCTImage::eIDT_FLOAT32_3, false,
-            const_cast<float*>(image.data.data())};
-}
-
 CloudPoint ToCloudPoint(const decoder::MeasuredPoint& point, const ColourImage& reference)
 {
     const int row = std::clamp(static_cast<int>(std::lround(point.edge.row)), 0, reference.GetHeight() - 1);
@@ -77,36 +81,26 @@ void CreateFolder(const std::filesystem::path& folder)
     }
 }
 
-Rendering Render(const SceneOptions& options)
-{
-    Rendering rendering{device::VirtualDevice(), device::MakeScene(options.scene), {}};
-    device::RenderOptions renderOptions;
-    renderOptions.seed = options.seed;
-    renderOptions.noise = options.noise;
-    rendering.pair = rendering.device.RenderPair(*rendering.scene, renderOptions);
-    return rendering;
-}
-
-void WriteRendering(const Rendering& rendering, const std::filesystem::path& out)
+void WriteRendering(const acquisition::Rendering& rendering, const std::filesystem::path& out)
 {
     Picture(rendering.pair.reference).WritePng(out / "reference.png");
     Picture(rendering.pair.pattern).WritePng(out / "pattern.png");
-    WriteText(out / "model.txt", rendering.device.ParameterText(kModelRoot));
+    WriteText(out / "model.txt", rendering.device->ParameterText(kModelRoot));
 }
 
-Measurement Measure(const Rendering& rendering, const std::filesystem::path& modelFile, Progress& progress)
+Measurement Measure(const acquisition::ImagePair& images, const acquisition::Rendering& rendering,
+                    const std::filesystem::path& modelFile, Progress& progress)
 {
-    const device::RenderedPair& pair = rendering.pair;
+    const int width = images.pattern.GetWidth();
+    const int height = images.pattern.GetHeight();
     LxCV::LxCPinholeFramework model;
     progress.Run("load model", [&] { LoadModel(modelFile, model); });
-    if (model.GetStatus(pair.pattern.width, pair.pattern.height) != LxCV::LxCPinholeFramework::eOk) {
+    if (model.GetStatus(width, height) != LxCV::LxCPinholeFramework::eOk) {
         throw std::runtime_error(modelFile.string() + " is no calibrated model for images of this size");
     }
     decoder::Decoder decoder(model);
-    decoder.Init(pair.pattern.width, pair.pattern.height);
-    const LxCV::CCTImage reference = Wrap(pair.reference);
-    const LxCV::CCTImage pattern = Wrap(pair.pattern);
-    progress.Run("remove texture", [&] { decoder.ComputeSignal(reference, pattern); });
+    decoder.Init(width, height);
+    progress.Run("remove texture", [&] { decoder.ComputeSignal(images.reference, images.pattern); });
     progress.Run("find edges", [&] { decoder.FindEdges(); });
     progress.Run("read code words", [&] { decoder.ReadCodeWords(); });
     progress.Run("trace edges", [&] { decoder.TraceEdges(); });
@@ -115,16 +109,16 @@ Measurement Measure(const Rendering& rendering, const std::filesystem::path& mod
     Measurement measurement;
     progress.Run("compare", [&] {
         measurement.accuracy =
-            CompareWithTruth(rendering.device, *rendering.scene, pair.truth, decoder.GetPoints());
+            CompareWithTruth(*rendering.device, *rendering.scene, rendering.pair.truth, decoder.GetPoints());
     });
-    const ColourImage colours = Picture(pair.reference);
+    const ColourImage colours = Picture(images.reference);
     for (const decoder::MeasuredPoint& point : decoder.GetPoints()) {
         measurement.cloud.push_back(ToCloudPoint(point, colours));
     }
     return measurement;
 }
 
-void WriteMeasurement(const Rendering& rendering, const Measurement& measurement,
+void WriteMeasurement(const acquisition::Rendering& rendering, const Measurement& measurement,
                       const std::filesystem::path& out)
 {
     const device::RenderedPair& pair = rendering.pair;

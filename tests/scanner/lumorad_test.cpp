@@ -35,11 +35,11 @@ Outcome RunProgram(const std::vector<std::string>& arguments)
 class Lumorad : public ::testing::Test
 {
 protected:
-    nlohmann::json Demo(const std::string& scene, const std::string& noise,
-                        const std::string& folder = "a") const
+    nlohmann::json Demo(const std::string& scene, const std::string& noise, const std::string& folder = "a",
+                        const std::string& source = "virtual") const
     {
-        const Outcome outcome = RunProgram(
-            {"demo", "--scene", scene, "--noise", noise, "--json", "--out", (m_folder / folder).string()});
+        const Outcome outcome = RunProgram({"demo", "--scene", scene, "--noise", noise, "--json", "--source",
+                                            source, "--out", (m_folder / folder).string()});
         EXPECT_EQ(outcome.exitCode, kExitDone) << outcome.err;
         return nlohmann::json::parse(outcome.out);
     }
@@ -62,9 +62,9 @@ TEST_F(Lumorad, DemoMeasuresTheMolarWithinItsBounds)
         EXPECT_GT(milliseconds.get<double>(), 0.0) << stage;
         stages.insert(stage);
     }
-    EXPECT_EQ(stages, (std::set<std::string>{"render", "write images", "load model", "remove texture",
-                                             "find edges", "read code words", "trace edges", "triangulate",
-                                             "compare", "write results"}));
+    EXPECT_EQ(stages, (std::set<std::string>{"render", "write images", "acquire", "load model",
+                                             "remove texture", "find edges", "read code words", "trace edges",
+                                             "triangulate", "compare", "write results"}));
     for (const char* file :
          {"reference.png", "pattern.png", "depth.png", "overview.png", "cloud.ply", "model.txt"}) {
         EXPECT_GT(std::filesystem::file_size(m_folder / "a" / file), 0U) << file;
@@ -88,7 +88,8 @@ TEST_F(Lumorad, DemoGivesTheSameCloudHoweverItReports)
     const Outcome outcome = RunProgram({"demo", "--scene", "plane", "--seed", "1", "--out", folder.string()});
     EXPECT_EQ(outcome.exitCode, kExitDone) << outcome.err;
     EXPECT_EQ(outcome.err, "");
-    EXPECT_TRUE(outcome.out.starts_with("Scene plane, seed 1, noise 1.00\n  points            6"))
+    EXPECT_TRUE(outcome.out.starts_with(
+        "Scene plane, seed 1, noise 1.00\n  source            virtual\n  points            6"))
         << outcome.out;
     EXPECT_NE(outcome.out.find(" edge crossings\n  wrong codes       0.000 % of the points\n"),
               std::string::npos)
@@ -97,6 +98,32 @@ TEST_F(Lumorad, DemoGivesTheSameCloudHoweverItReports)
     const std::string cloud = ReadFile(m_folder / "a" / "cloud.ply");
     EXPECT_FALSE(cloud.empty());
     EXPECT_TRUE(ReadFile(folder / "cloud.ply") == cloud);
+}
+
+TEST_F(Lumorad, DemoGivesTheSameFiguresFromEitherSource)
+{
+    nlohmann::json fromDevice = Demo("plane", "0", "a", "virtual");
+    nlohmann::json fromFiles = Demo("plane", "0", "b", "simulated");
+    EXPECT_EQ(fromDevice.at("source"), "virtual");
+    EXPECT_EQ(fromFiles.at("source"), "simulated");
+    for (const char* differs : {"source", "out", "stages_ms"}) {
+        fromDevice.erase(differs);
+        fromFiles.erase(differs);
+    }
+    EXPECT_EQ(fromFiles, fromDevice);
+    EXPECT_TRUE(ReadFile(m_folder / "a" / "cloud.ply") == ReadFile(m_folder / "b" / "cloud.ply"));
+    EXPECT_FALSE(std::filesystem::exists(m_folder / "a" / "pattern.tif"));
+    EXPECT_TRUE(std::filesystem::exists(m_folder / "b" / "pattern.tif"));
+}
+
+TEST_F(Lumorad, FilesWithABackslashInTheirPathAreNotReplayed)
+{
+    const std::filesystem::path folder = m_folder / "a\\b";
+    const Outcome outcome =
+        RunProgram({"demo", "--scene", "plane", "--source", "simulated", "--out", folder.string()});
+    EXPECT_EQ(outcome.exitCode, kExitFailed);
+    EXPECT_EQ(outcome.err, "lumorad: cannot replay " + (folder / "reference.png").string() +
+                               ": there is a backslash in its path\n");
 }
 
 TEST_F(Lumorad, RenderWritesThePairAndTheModel)
@@ -148,6 +175,8 @@ TEST_F(Lumorad, RefusesArgumentsThatMakeNoSense)
         {"demo", "--seed", "1.5"},
         {"demo", "--seed", "18446744073709551616"},
         {"render", "--out", ""},
+        {"render", "--source", "virtual"},
+        {"demo", "--source", "camera"},
     };
     for (const auto& arguments : senseless) {
         const Outcome outcome = RunProgram(arguments);
@@ -165,8 +194,8 @@ TEST_F(Lumorad, ExplainsItself)
     EXPECT_NE(program.out.find("render"), std::string::npos);
     const Outcome demo = RunProgram({"demo", "--help"});
     EXPECT_EQ(demo.exitCode, kExitDone);
-    for (const char* option :
-         {"--scene", "--seed", "--noise", "--out", "--json", "plane", "[0 - 100]", "out/demo"}) {
+    for (const char* option : {"--scene", "--seed", "--noise", "--out", "--json", "--source", "plane",
+                               "[0 - 100]", "out/demo", "virtual", "simulated"}) {
         EXPECT_NE(demo.out.find(option), std::string::npos) << option;
     }
 }

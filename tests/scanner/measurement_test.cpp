@@ -1,5 +1,6 @@
 #include "scanner/app/measurement.h"
 
+#include "scanner/acquisition/virtualframegrabber.h"
 #include "tests/scanner/smalldevice.h"
 #include "tests/support/temporaryfolder.h"
 
@@ -15,13 +16,13 @@ namespace {
 class MeasuredPair : public ::testing::Test
 {
 protected:
-    MeasuredPair()
-        : m_rendering{device::VirtualDevice(device::SmallDevice(40, 160)), device::MakeScene("plane"), {}}
+    MeasuredPair() : m_grabber(device::SmallDevice(40, 160))
     {
-        m_rendering.pair = m_rendering.device.RenderPair(*m_rendering.scene, device::NoiseFree());
+        m_grabber.Init({"scene=plane", "noise=0"});
+        m_images = acquisition::AcquirePair(m_grabber);
     }
 
-    std::string ModelText() const { return m_rendering.device.ParameterText(kModelRoot); }
+    std::string ModelText() const { return m_grabber.GetRendering()->device->ParameterText(kModelRoot); }
 
     /// The model's text with the first `from` replaced.
     std::string ModelWith(const std::string& from, const std::string& to) const
@@ -35,8 +36,13 @@ protected:
     Measurement MeasureWith(const std::string& model)
     {
         TestSupport::WriteFile(File(), model);
+        return MeasureWithFile(File());
+    }
+
+    Measurement MeasureWithFile(const std::string& file)
+    {
         Progress progress(1);
-        return Measure(m_rendering, File(), progress);
+        return Measure(m_images, *m_grabber.GetRendering(), file, progress);
     }
 
     /// What the measurement with a model complains about; empty if it does not.
@@ -53,7 +59,8 @@ protected:
     std::string File() const { return m_folder / "model.txt"; }
 
     TestSupport::CTemporaryFolder m_folder;
-    Rendering m_rendering;
+    acquisition::VirtualFrameGrabber m_grabber;
+    acquisition::ImagePair m_images;
 };
 
 TEST_F(MeasuredPair, HasAColouredPointForEachEdge)
@@ -72,9 +79,8 @@ TEST_F(MeasuredPair, HasAColouredPointForEachEdge)
 
 TEST_F(MeasuredPair, NamesTheModelThatCannotBeRead)
 {
-    Progress progress(1);
     try {
-        Measure(m_rendering, "/nonexistent-folder/model.txt", progress);
+        MeasureWithFile("/nonexistent-folder/model.txt");
         FAIL() << "no exception";
     } catch (const std::runtime_error& error) {
         EXPECT_STREQ(error.what(), "cannot read the model /nonexistent-folder/model.txt");

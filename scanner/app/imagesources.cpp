@@ -1,0 +1,81 @@
+// Opening of image sources, and the files for the replay.
+#include "scanner/app/imagesources.h"
+
+#include "orx/platform/imagecodec.h"
+#include "scanner/acquisition/rawimages.h"
+
+#include <array>
+#include <charconv>
+#include <cstddef>
+#include <span>
+#include <stdexcept>
+
+namespace app {
+
+namespace {
+
+/// The shortest text that reads back as the same number.
+std::string TextOf(double number)
+{
+    std::array<char, 32> text{};
+    const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), number);
+    return {text.data(), end};
+}
+
+void WriteFloats(const device::ImageF& image, const std::filesystem::path& file)
+{
+    const std::span<const float> greys = image.data;
+    if (!platform::WriteTiff(
+            file, {image.width, image.height, platform::EPixelFormat::eBgrFloat, std::as_bytes(greys)})) {
+        throw std::runtime_error("cannot write " + file.string());
+    }
+}
+
+} // namespace
+
+std::unique_ptr<acquisition::VirtualFrameGrabber> OpenVirtual(const acquisition::PairOptions& options)
+{
+    auto grabber = std::make_unique<acquisition::VirtualFrameGrabber>();
+    const auto result = grabber->Init(
+        {"scene=" + options.scene, "seed=" + std::to_string(options.seed), "noise=" + TextOf(options.noise)});
+    LxCV::LxAFrameGrabber::LogResult(result);
+    if (result != LxCV::LxAFrameGrabber::eRC_OK) {
+        throw std::runtime_error("cannot start the virtual device");
+    }
+    return grabber;
+}
+
+std::unique_ptr<LxCV::LxCSimFrameGrabber> OpenReplay(const acquisition::Rendering& rendering,
+                                                     const std::vector<std::filesystem::path>& files)
+{
+    auto grabber = std::make_unique<LxCV::LxCSimFrameGrabber>();
+    acquisition::DescribeRawImages(rendering.pair.pattern.width, rendering.pair.pattern.height,
+                                   rendering.options.noise, *grabber->GetReqs());
+    std::vector<std::string> paths;
+    for (const std::filesystem::path& file : files) {
+        // The library would take the backslash for a separator, and so the file for another one.
+        if (file.native().find('\\') != std::string::npos) {
+            throw std::runtime_error("cannot replay " + file.string() + ": there is a backslash in its path");
+        }
+        paths.push_back(file.native());
+    }
+    const auto result = grabber->Init(paths);
+    LxCV::LxAFrameGrabber::LogResult(result);
+    if (result != LxCV::LxAFrameGrabber::eRC_OK) {
+        throw std::runtime_error("cannot replay " + files.front().string());
+    }
+    return grabber;
+}
+
+std::vector<std::filesystem::path> WriteReplayFiles(const acquisition::Rendering& rendering,
+                                                    const std::filesystem::path& out)
+{
+    if (rendering.options.noise > 0.0) {
+        return {out / "reference.png", out / "pattern.png"};
+    }
+    WriteFloats(rendering.pair.reference, out / "reference.tif");
+    WriteFloats(rendering.pair.pattern, out / "pattern.tif");
+    return {out / "reference.tif", out / "pattern.tif"};
+}
+
+} // namespace app
