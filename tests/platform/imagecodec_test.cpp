@@ -258,14 +258,28 @@ std::string Print(const CPixels& image)
     return text + "\n";
 }
 
+/// The interpreter that has the foreign reader's library: the first one of the search path, or the system's, which
+/// the first one may hide. Empty where neither has it.
+std::string FindPython()
+{
+    for (const std::string python : {"python3", "/usr/bin/python3"}) {
+        const std::string command = python + " -c 'import PIL' >/dev/null 2>&1";
+        if (std::system(command.c_str()) == 0) { // NOLINT(concurrency-mt-unsafe)
+            return python;
+        }
+    }
+    return {};
+}
+
 TEST(WriteImages, AreWhatAForeignProgramReads)
 {
-    if (std::system("python3 -c 'import PIL' >/dev/null 2>&1") != 0) { // NOLINT(concurrency-mt-unsafe)
+    const std::string python = FindPython();
+    if (python.empty()) {
         GTEST_SKIP() << "needs python3 with PIL";
     }
     const CTemporaryFolder folder;
     TestSupport::WriteFile(folder / "read.py", c_ForeignReader);
-    std::string command = "python3 " + (folder / "read.py");
+    std::string command = python + " " + (folder / "read.py");
     std::string expected;
     const auto write = [&](CWriter writer, const CPixels& image, const std::string& head,
                            const std::string& pixels) {
