@@ -1,6 +1,8 @@
 // The working images of one calibration step.
 #include "lxccalibdata.h"
 
+#include "lxcframegrabberreqs.h"
+
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -98,6 +100,13 @@ void LxCCalibData::Init(int width, int height)
     m_bCamMaskInUse = false;
     m_bProjMaskInUse = false;
     m_bInitialized = true;
+}
+
+void LxCCalibData::Init(const std::shared_ptr<const LxCFrameGrabberReqs>& reqs)
+{
+    if (reqs != nullptr) {
+        Init(reqs->GetWidth(), reqs->GetHeight());
+    }
 }
 
 CCTImage& LxCCalibData::GetImage(EImage image)

@@ -4,10 +4,13 @@
 #include "cctimage.h"
 #include "orx/base/export.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace LxCV {
+
+class LxCFrameGrabberReqs;
 
 /// Twenty-five images of one size, owned, that camera and projector calibration fill and read, with the flags
 /// that belong to them. Empty until `Init`.
@@ -57,6 +60,9 @@ public:
     /// Gives every image its type and this size, all pixels zero; clears both mask flags, sets the bit depth of
     /// the last spare image to 8 and the initialised flag. A size below 0 counts as 0.
     void Init(int width, int height);
+
+    /// The same with the size of a camera's converted images; null requirements change nothing.
+    void Init(const std::shared_ptr<const LxCFrameGrabberReqs>& reqs);
 
     bool IsInitialized() const { return m_bInitialized; }
 

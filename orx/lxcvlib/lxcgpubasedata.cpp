@@ -1,6 +1,7 @@
 // What objects with data on a GPU have in common.
 #include "lxcgpubasedata.h"
 
+#include "lxcframegrabberreqs.h"
 #include "lxcgpuexception.h"
 
 #include <cstddef>
@@ -28,6 +29,15 @@ void LxCGPUBaseData::Init(int width, int height, int /*rawWidth*/, int /*rawHeig
         throw LxCGPUException("Could not create buffer!");
     }
     m_pTempBuffer = std::move(buffer);
+}
+
+void LxCGPUBaseData::Init(const std::shared_ptr<const LxCFrameGrabberReqs>& reqs,
+                          std::shared_ptr<GPGPU::IContext> context)
+{
+    if (reqs != nullptr) {
+        Init(reqs->GetWidth(), reqs->GetHeight(), reqs->GetWidthRaw(), reqs->GetHeightRaw(),
+             reqs->GetImgTypeRaw(), std::move(context));
+    }
 }
 
 } // namespace LxCV

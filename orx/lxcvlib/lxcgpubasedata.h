@@ -9,6 +9,8 @@
 
 namespace LxCV {
 
+class LxCFrameGrabberReqs;
+
 /// Holds a temporary buffer on the GPU that is large enough for any image of a measurement.
 class ORX_EXPORT LxCGPUBaseData
 {
@@ -19,6 +21,10 @@ public:
     /// @throws LxCGPUException "Could not create buffer!", with the earlier buffer kept, if the size is not positive
     ///         or more than the device holds; GPGPU::CException if the device fails in another way
     void Init(int width, int height, int rawWidth, int rawHeight, CCTImage::EImageDataType rawType,
+              std::shared_ptr<GPGPU::IContext> context);
+
+    /// The same with the sizes and the raw type of a camera's images; null requirements change nothing.
+    void Init(const std::shared_ptr<const LxCFrameGrabberReqs>& reqs,
               std::shared_ptr<GPGPU::IContext> context);
 
     /// Null before `Init` with a context.

@@ -1,6 +1,7 @@
 // Persistence, status and triangulation of the camera model.
 #include "lxcpinholeframework.h"
 
+#include "lxaframegrabber.h"
 #include "lxclxcvlibsettings.h"
 #include "lxcpropertybag.h"
 #include "orx/logging/logger.h"
@@ -85,13 +86,9 @@ void LxCPinholeFramework::SerializeRoiIgnore(LxCCCTSerializer& serializer, const
 
 LxCPinholeFramework::EReturnCode LxCPinholeFramework::GetStatus(int width, int height) const
 {
-    if (!m_Projector.GetCLPattern()->IsValid()) {
-        s_Logger.Error(L"Error: CMV3DCam::GetStatus(): Invalid Pattern.\n");
-        return eInvalidPattern;
-    }
-    if (!m_bCalibrated) {
-        s_Logger.Error(L"Error: CMV3DCam::GetStatus(): Not Calibrated.\n");
-        return eNotCalibrated;
+    const EReturnCode status = GetModelStatus();
+    if (status != eOk) {
+        return status;
     }
     using Settings = LxCLxCVLibSettings;
     LxCIntrinsicParams& intrinsics = *m_pCamera->GetIntrinsicParams();
@@ -114,6 +111,28 @@ LxCPinholeFramework::EReturnCode LxCPinholeFramework::GetStatus(int width, int h
         intrinsics.SetImageSize(intrinsics.GetExactImageWidth(), Settings::GetRawDataHeight());
         intrinsics.SetPrincipalPoint(intrinsics.GetPrincipalPointX(),
                                      intrinsics.GetPrincipalPointY() - Settings::GetRawDataOffsetRow());
+    }
+    return eOk;
+}
+
+LxCPinholeFramework::EReturnCode LxCPinholeFramework::GetStatus(const LxAFrameGrabber* grabber) const
+{
+    const EReturnCode status = GetModelStatus();
+    if (status != eOk) {
+        return status;
+    }
+    return grabber != nullptr ? GetStatus(grabber->GetWidth(), grabber->GetHeight()) : eImageSizeMismatch;
+}
+
+LxCPinholeFramework::EReturnCode LxCPinholeFramework::GetModelStatus() const
+{
+    if (!m_Projector.GetCLPattern()->IsValid()) {
+        s_Logger.Error(L"Error: CMV3DCam::GetStatus(): Invalid Pattern.\n");
+        return eInvalidPattern;
+    }
+    if (!m_bCalibrated) {
+        s_Logger.Error(L"Error: CMV3DCam::GetStatus(): Not Calibrated.\n");
+        return eNotCalibrated;
     }
     return eOk;
 }

@@ -16,6 +16,8 @@
 
 namespace LxCV {
 
+class LxAFrameGrabber;
+
 /// One calibrated camera, one calibrated projector with its stripe pattern, the coma polynomial and the
 /// working space, joined into the model that turns a pixel on a stripe edge into a 3D point.
 ///
@@ -72,6 +74,9 @@ public:
     /// columns or 2 rows. That changes the camera although the operation is const, so it belongs to the start
     /// of a measurement. A camera without an image size takes any.
     virtual EReturnCode GetStatus(int width, int height) const;
+
+    /// The same for the converted images of a source. Null is a source whose images match no camera.
+    virtual EReturnCode GetStatus(const LxAFrameGrabber* grabber) const;
 
     /// Rebuilds what is derived from the model and sets or clears `IsCalibrated`.
     /// @param minEdge, maxEdge the stripe edges whose light planes are wanted, see `PrepareLightPlanes`
@@ -194,6 +199,9 @@ private:
         double row;
         double depth; ///< z in the projector frame, mm
     };
+
+    /// Whether pattern and calibration are fit for measuring.
+    EReturnCode GetModelStatus() const;
 
     /// Where on the slide, and how deep, the ray of a sensor position meets a nominal light plane.
     CSlidePoint EstimateSlidePoint(const CSensorPoint& undistorted, const CLightPlane& plane) const;

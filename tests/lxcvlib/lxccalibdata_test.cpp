@@ -1,6 +1,8 @@
 // Tests of the working images of a calibration step.
 #include "lxccalibdata.h"
 
+#include "lxcframegrabberreqs.h"
+
 #include "orx/logging/logger.h"
 #include "stringutils.h"
 #include "tests/support/temporaryfolder.h"
@@ -11,6 +13,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -76,6 +79,21 @@ TEST(LxCCalibData, InitAnewClearsAndResizes)
     data.Init(-1, 4);
     EXPECT_EQ(data.GetImage(LxCCalibData::eCamImage).GetWidth(), 0);
     EXPECT_TRUE(data.IsInitialized());
+}
+
+TEST(LxCCalibData, TakesTheSizeOfConvertedImagesFromRequirements)
+{
+    const auto reqs = std::make_shared<LxCFrameGrabberReqs>();
+    reqs->setWidth(7);
+    reqs->setHeight(6);
+    LxCCalibData data;
+    data.Init(reqs);
+    EXPECT_TRUE(data.IsInitialized());
+    EXPECT_EQ(data.GetImage(LxCCalibData::eCamImage).GetWidth(), 7);
+    EXPECT_EQ(data.GetImage(LxCCalibData::eProjSpare3).GetHeight(), 6);
+    LxCCalibData untouched;
+    untouched.Init(nullptr);
+    EXPECT_FALSE(untouched.IsInitialized());
 }
 
 TEST(LxCCalibData, NumbersOutsideTheImagesAreRefused)

@@ -2,6 +2,7 @@
 
 #include "cgpucontextfactorycct.h"
 #include "lxccallstack.h"
+#include "lxcframegrabberreqs.h"
 #include "lxcgpubasedata.h"
 #include "lxcgpuexception.h"
 #include "orx/gpgpu/csession.h"
@@ -168,6 +169,22 @@ TEST_P(GPUBuffer, TemporaryBufferHoldsThreeFloatsAPixel)
     const auto before = data.GetTempBuffer();
     data.Init(2, 2, 1, 1, CCTImage::eIDT_UINT8, nullptr);
     EXPECT_EQ(data.GetTempBuffer(), before) << "nothing happens without a context";
+}
+
+TEST_P(GPUBuffer, TemporaryBufferTakesItsSizeFromRequirements)
+{
+    const auto context = CreateContext();
+    const auto reqs = std::make_shared<LxCFrameGrabberReqs>();
+    reqs->setWidth(7);
+    reqs->setHeight(5);
+    CBaseData data;
+    data.Init(reqs, context);
+    ASSERT_NE(data.GetTempBuffer(), nullptr);
+    EXPECT_EQ(data.GetTempBuffer()->GetSize(), 7U * 5U * 12U);
+    const auto before = data.GetTempBuffer();
+    data.Init(reqs, nullptr);
+    data.Init(nullptr, context);
+    EXPECT_EQ(data.GetTempBuffer(), before);
 }
 
 TEST_P(GPUBuffer, TemporaryBufferThatCannotBeIsRefusedAndTheEarlierOneKept)

@@ -4,6 +4,7 @@
 #include "orx/logging/logger.h"
 #include "tests/lxcvlib/cameramodel.h"
 #include "tests/lxcvlib/frameworkprobe.h"
+#include "tests/lxcvlib/grabberprobe.h"
 
 #include <gtest/gtest.h>
 
@@ -98,6 +99,38 @@ TEST(GetStatus, AcceptsTheCalibratedSizeSilently)
     EXPECT_EQ(framework.GetStatus(660, 496), LxCPinholeFramework::eOk);
     EXPECT_TRUE(log.GetRecords().empty());
     EXPECT_EQ(framework.GetCamera()->GetIntrinsicParams()->GetPrincipalPointX(), 331.0);
+}
+
+TEST(GetStatus, TakesTheConvertedSizeOfAGrabber)
+{
+    const CFrameworkProbe framework(LargerSensorModel());
+    TestSupport::CPlainGrabber grabber;
+    grabber.GetReqs()->setWidth(660);
+    grabber.GetReqs()->setHeight(496);
+    const Logging::CCapture log;
+    EXPECT_EQ(framework.GetStatus(&grabber), LxCPinholeFramework::eOk);
+    EXPECT_TRUE(log.GetRecords().empty());
+    grabber.GetReqs()->setWidth(640);
+    EXPECT_EQ(framework.GetStatus(&grabber), LxCPinholeFramework::eImageSizeMismatch);
+    EXPECT_EQ(log.GetRecords().size(), 1U);
+    EXPECT_EQ(framework.GetStatus(nullptr), LxCPinholeFramework::eImageSizeMismatch);
+}
+
+TEST(GetStatus, RefusesAnUnfitModelBeforeItLooksAtAGrabber)
+{
+    const TestSupport::CPlainGrabber grabber;
+    CCameraModel model = PlainModel();
+    model.projector.calibrated = false;
+    for (const LxAFrameGrabber* source :
+         {static_cast<const LxAFrameGrabber*>(&grabber), static_cast<const LxAFrameGrabber*>(nullptr)}) {
+        const Logging::CCapture log;
+        EXPECT_EQ(LxCPinholeFramework().GetStatus(source), LxCPinholeFramework::eInvalidPattern);
+        EXPECT_EQ(CFrameworkProbe(model).GetStatus(source), LxCPinholeFramework::eNotCalibrated);
+        EXPECT_EQ(log.Count(ELevel::eError, c_sChannel, L"Error: CMV3DCam::GetStatus(): Invalid Pattern.\n"),
+                  1);
+        EXPECT_EQ(log.Count(ELevel::eError, c_sChannel, L"Error: CMV3DCam::GetStatus(): Not Calibrated.\n"),
+                  1);
+    }
 }
 
 TEST(GetStatus, CutsALargerSensorWindowOnce)
