@@ -232,14 +232,23 @@ LxAFrameGrabber::EReturnCode LxCSimFrameGrabber::Init(const std::vector<std::str
         Release();
         return eRC_CouldNotBeInitialized;
     }
+    m_bInitialised = true;
     return eRC_OK;
 }
 
 LxAFrameGrabber::EReturnCode LxCSimFrameGrabber::Start()
 {
-    if (!LxCLxCVLibSettings::IsShowFileDialogAtEverySimFGStart()) {
-        return eRC_OK;
+    const EReturnCode result =
+        LxCLxCVLibSettings::IsShowFileDialogAtEverySimFGStart() ? InitBySelection() : eRC_OK;
+    if (result == eRC_OK && m_bInitialised) {
+        GetPauseEvent().Reset();
+        GetActiveEvent().Set();
     }
+    return result;
+}
+
+LxAFrameGrabber::EReturnCode LxCSimFrameGrabber::InitBySelection()
+{
     const SFileDialog dialog{"Select files for the framegrabber (" + GetDriverName() + ")",
                              "All files|*.*|Ref and Pat images|*_Pat*;*_Ref*|Only Ref images|*_Ref*||"};
     std::vector<std::string> files;
@@ -250,8 +259,17 @@ LxAFrameGrabber::EReturnCode LxCSimFrameGrabber::Start()
     return Init(files);
 }
 
+LxAFrameGrabber::EReturnCode LxCSimFrameGrabber::Pause()
+{
+    GetActiveEvent().Reset();
+    GetPauseEvent().Set();
+    return eRC_OK;
+}
+
 LxAFrameGrabber::EReturnCode LxCSimFrameGrabber::Release()
 {
+    Pause();
+    m_bInitialised = false;
     m_Queue.Clear();
     return eRC_OK;
 }

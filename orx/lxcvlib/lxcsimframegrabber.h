@@ -47,8 +47,10 @@ public:
     EReturnCode Init(const std::vector<std::string>& files) override;
 
     /// With the setting `ShowFileDialogAtEverySimFGStart` asks for files and calls `Init` with them, sorted.
+    /// Images count as flowing from then on, provided that `Init` has succeeded; `AcquireImageRaw` does not ask.
     /// @return as `Init`; `eRC_GeneralError` where nobody selects any. Without that setting 0
     EReturnCode Start() override;
+    EReturnCode Pause() override;
 
     /// Frees the raw images in the queue. Those that a caller holds stay as they are, and it may still give them back.
     EReturnCode Release() override;
@@ -100,12 +102,14 @@ protected:
 private:
     class CColorData;
 
+    EReturnCode InitBySelection();
     std::vector<std::string> CopyFiles() const;
     void SetMirroringFor(std::string_view fileName);
 
     std::string m_sPath;
     std::vector<std::string> m_vImages; ///< paths
     int m_iNrOfImgs = 0;
+    bool m_bInitialised = false;
     int m_iCurImg = -1; ///< index of the image loaded last; -1 before the first one
     CRawImageQueue m_Queue;
     mutable BtCriticalSection m_Lock; ///< of the list and the index

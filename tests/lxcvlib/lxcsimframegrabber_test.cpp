@@ -461,6 +461,26 @@ TEST_F(LxCSimFrameGrabberWithDialog, CancellingLeavesTheListAsItWas)
     EXPECT_EQ(Next(), "a.png");
 }
 
+TEST_F(LxCSimFrameGrabberWithDialog, ImagesFlowOnceTheSelectionIsTaken)
+{
+    std::vector<std::string> files = WriteAll({"a.png"});
+    bool confirmed = true;
+    m_Grabber.SetFileSelector([&](const Grabber::SFileDialog&, std::vector<std::string>& selected) {
+        selected = files;
+        return confirmed;
+    });
+    EXPECT_EQ(m_Grabber.Start(), 0);
+    EXPECT_TRUE(m_Grabber.WaitForActive(0));
+    confirmed = false;
+    EXPECT_EQ(m_Grabber.Start(), 1);
+    EXPECT_TRUE(m_Grabber.WaitForActive(0)) << "cancelling changes nothing";
+    confirmed = true;
+    files.clear();
+    EXPECT_EQ(m_Grabber.Start(), 3);
+    EXPECT_FALSE(m_Grabber.WaitForActive(0));
+    EXPECT_TRUE(m_Grabber.WaitForPause(0));
+}
+
 TEST_F(LxCSimFrameGrabberWithDialog, WithoutASelectorTheEnvironmentNamesTheFiles)
 {
     const std::vector<std::string> files = WriteAll({"b.png", "a.png"});
