@@ -7,6 +7,7 @@
 #include "lxcgpuexception.h"
 #include "orx/gpgpu/csession.h"
 #include "orx/logging/logger.h"
+#include "tests/lxcvlib/refusingcontext.h"
 #include "tests/support/computecontext.h"
 #include "tests/support/environment.h"
 
@@ -25,8 +26,8 @@
 namespace LxCV {
 namespace {
 
-using TestSupport::BytesOf;
-using TestSupport::RandomBytes;
+using ::TestSupport::BytesOf;
+using ::TestSupport::RandomBytes;
 
 constexpr EGPUPixelType c_types[] = {eGPT_UInt8, eGPT_UInt16,  eGPT_UInt32,
                                      eGPT_Int32, eGPT_Float32, eGPT_Float64};
@@ -203,39 +204,14 @@ TEST_P(GPUBuffer, TemporaryBufferThatCannotBeIsRefusedAndTheEarlierOneKept)
     }
 }
 
-/// Has room for a number of buffers.
-class CSmallContext final : public GPGPU::IContext
-{
-public:
-    explicit CSmallContext(int room) : m_iRoom(room) {}
-
-    GPGPU::ETechnology GetTechnology() const override { return m_pHost->GetTechnology(); }
-    std::string GetDeviceName() const override { return "small"; }
-    std::uint64_t GetMemorySize() const override { return m_pHost->GetMemorySize(); }
-    std::uint64_t GetMaxBufferSize() const override { return m_pHost->GetMaxBufferSize(); }
-    std::shared_ptr<GPGPU::IBuffer> CreateBuffer(std::size_t size) override
-    {
-        return m_iRoom-- > 0 ? m_pHost->CreateBuffer(size) : nullptr;
-    }
-    void Copy(const GPGPU::IBuffer& source, std::size_t sourceOffset, GPGPU::IBuffer& target,
-              std::size_t targetOffset, std::size_t size) override
-    {
-        m_pHost->Copy(source, sourceOffset, target, targetOffset, size);
-    }
-    bool BeginSession(int timeoutMilliseconds) override { return m_pHost->BeginSession(timeoutMilliseconds); }
-    void EndSession() override { m_pHost->EndSession(); }
-
-private:
-    int m_iRoom;
-    std::shared_ptr<GPGPU::IContext> m_pHost =
-        GPGPU::CGPGPUFactory::GetTechnologyAccess(GPGPU::ETechnology::eHostMemory)->CreateContext();
-};
-
 TEST(LxCGPUBuffer2D, EveryPlaneMustBeThere)
 {
-    EXPECT_EQ(LxCGPUBuffer2D(std::make_shared<CSmallContext>(3), eGPT_UInt8, 2, 2, 3).getNrChannels(), 3U);
+    EXPECT_EQ(LxCGPUBuffer2D(std::make_shared<TestSupport::CRefusingContext>(3), eGPT_UInt8, 2, 2, 3)
+                  .getNrChannels(),
+              3U);
     EXPECT_EQ(ThrownBy([] {
-                  const LxCGPUBuffer2D buffer(std::make_shared<CSmallContext>(2), eGPT_UInt8, 2, 2, 3);
+                  const LxCGPUBuffer2D buffer(std::make_shared<TestSupport::CRefusingContext>(2), eGPT_UInt8,
+                                              2, 2, 3);
               }),
               "Could not create buffer!");
 }
