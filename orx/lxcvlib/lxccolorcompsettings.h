@@ -27,6 +27,9 @@ public:
     LxCColorCompSettings(const LxCColorCompSettings&) = default;
     LxCColorCompSettings& operator=(const LxCColorCompSettings&) = default;
 
+    // The virtual functions stand in the order of their slots, which modules built earlier rely on; so the destructor
+    // comes after them.
+
     /// The part that a device's parameter set holds. Keys: RBC, GBC, BBC, CCOpMode; the coupling in the subsection
     /// "::CameraProjectorCoupling". A key that a loaded text lacks leaves its value, here and below.
     virtual void Serialize(LxCCCTSerializer& serializer, const std::string& section);

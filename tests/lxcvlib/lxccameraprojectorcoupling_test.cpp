@@ -2,6 +2,7 @@
 
 #include "orx/logging/logger.h"
 #include "tests/lxcvlib/sectiontext.h"
+#include "tests/support/virtualslot.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <type_traits>
 
 namespace LxCV {
 namespace {
@@ -44,6 +46,12 @@ TEST(LxCCameraProjectorCoupling, IsTheIdentityAtFirst)
     const LxCCameraProjectorCoupling coupling;
     EXPECT_EQ(ValuesOf(coupling), c_aIdentity);
     EXPECT_EQ(Transform(coupling, 1.5F, -2.25F, 255.0F), (std::array{1.5F, -2.25F, 255.0F}));
+}
+
+TEST(LxCCameraProjectorCoupling, SerializeIsItsOnlyVirtualFunction)
+{
+    EXPECT_EQ(::TestSupport::SlotOf(&LxCCameraProjectorCoupling::Serialize), 0);
+    EXPECT_FALSE(std::has_virtual_destructor_v<LxCCameraProjectorCoupling>);
 }
 
 TEST(LxCCameraProjectorCoupling, CoefficientsAreNamedFromChannelToChannel)

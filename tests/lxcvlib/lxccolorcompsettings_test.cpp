@@ -2,6 +2,7 @@
 
 #include "orx/logging/logger.h"
 #include "tests/lxcvlib/sectiontext.h"
+#include "tests/support/virtualslot.h"
 
 #include <gtest/gtest.h>
 
@@ -35,6 +36,12 @@ TEST(LxCColorCompSettings, Defaults)
     EXPECT_TRUE(settings.GetOptimizeAlgoForIntraoralMeasurement());
     EXPECT_EQ(settings.GetMulValNormal(), 100.0F);
     EXPECT_EQ(settings.GetMulValIntraoral(), 170.0F);
+}
+
+TEST(LxCColorCompSettings, VirtualFunctionsKeepTheirSlots)
+{
+    EXPECT_EQ(::TestSupport::SlotOf(&LxCColorCompSettings::Serialize), 0);
+    EXPECT_EQ(::TestSupport::SlotOf(&LxCColorCompSettings::SerializeNonIniFileParams), 1);
 }
 
 TEST(LxCColorCompSettings, TheCouplingIsReachedAsAWholeAndByItsCoefficients)
