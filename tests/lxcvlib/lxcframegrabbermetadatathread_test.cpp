@@ -635,6 +635,23 @@ TEST_F(LxCFrameGrabberMetaDataThreadTest, WrongOrdersOfCallsAreBorne)
     EXPECT_GE(m_grabber.temperatures, before + 3);
 }
 
+TEST_F(LxCFrameGrabberMetaDataThreadTest, StartsAreCountedAsForAnyWorker)
+{
+    class CCountingWorker : public LxCFrameGrabberMetaDataThread
+    {
+    public:
+        using LxCFrameGrabberMetaDataThread::GetNumberOfStarts;
+        using LxCFrameGrabberMetaDataThread::LxCFrameGrabberMetaDataThread;
+        ~CCountingWorker() override { Exit(); }
+    };
+    CCountingWorker worker(&m_grabber);
+    for (int starts = 1; starts <= 3; ++starts) {
+        ASSERT_EQ(worker.Start(), 0);
+        ASSERT_EQ(worker.Pause(true, c_ulLong), 0);
+        EXPECT_EQ(worker.GetNumberOfStarts(), starts);
+    }
+}
+
 TEST_F(LxCFrameGrabberMetaDataThreadTest, DestructionEndsTheThreadInAnyState)
 {
     const auto told = [this] {
