@@ -15,7 +15,8 @@ namespace LxCV {
 ///
 /// The video images form a ring: `GetNextWriteImg` goes round it and takes the oldest image when it is full. The
 /// present index is that of the image which was written last, until `GetNextVidImg` and `GetPrevVidImg` step
-/// through the ring of a paused display; the next write goes on from where they have left it.
+/// through the ring of a paused display. In a full ring the next write goes on from where they have left it; a ring
+/// with room takes the next image that was not yet written.
 ///
 /// The buffer owns all its images; they live until the next `Allocate`, `Deallocate` or its end. Before a
 /// successful `Allocate` it has none, sizes are 0 and every image asked for is null.

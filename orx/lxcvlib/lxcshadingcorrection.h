@@ -55,7 +55,8 @@ public:
     void Release();
 
     /// Stores a copy of `image`, as `CCTImage::ConvertToBGRU8` converts it. A null image is ignored; one that cannot
-    /// be converted leaves what is stored, of another size neutral grey. Both write a line to the log.
+    /// be converted leaves what is stored, of another size neutral grey. Both write a line to the log. Throws as
+    /// `Init` does where an image of another size cannot be made.
     /// @param image must not wrap the memory of the stored image
     void SetShadingCorrectionImage(CCTImage* image);
 
