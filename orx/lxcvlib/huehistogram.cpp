@@ -2,6 +2,7 @@
 #include "huehistogram.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 
 namespace LxCV {
@@ -42,6 +43,11 @@ float HueOf(const LxCFloat3& pixel)
 
 void CHueHistogram::Add(const LxCFloat3& pixel)
 {
+    // Beside two equal elements, one that is no number would pass for grey.
+    const double sum = double{pixel.get(0)} + double{pixel.get(1)} + double{pixel.get(2)};
+    if (!std::isfinite(sum)) {
+        return;
+    }
     const float hue = HueOf(pixel);
     // Negative hues are cut towards 0 like positive ones, so that bin 180 is two degrees wide.
     if (hue > -static_cast<float>(c_iHalfTurn + 1) && hue < static_cast<float>(c_iHalfTurn)) {

@@ -10,7 +10,8 @@
 
 namespace LxCV {
 
-/// Counts pixels by hue, in bins of one degree. Bin b holds hues from b - 180 degrees on; red lies at 180.
+/// Counts pixels by hue, in bins of one degree. Bin b holds the hues that are b - 180 degrees after truncation towards
+/// zero; red lies at 180, in a bin of two degrees.
 ///
 /// The hue of a colour is the usual one of the hexagon, from -60 (magenta) over 0 (red), 120 (green) and 240 (blue)
 /// to 300. Hues from 180 on, which are those from cyan to magenta by way of blue, lie beyond the last bin and are not
@@ -20,7 +21,8 @@ class ORX_EXPORT CHueHistogram
 public:
     static constexpr int c_iBins = 360;
 
-    /// @param pixel blue, green and red, on any scale. Greys and black count as hue 0, numbers that are none not at all
+    /// @param pixel blue, green and red, on any scale. Greys and black count as hue 0; a pixel with an element that is
+    /// no finite number does not count
     void Add(const LxCFloat3& pixel);
 
     /// Pixels in a bin, 0 for one that is not there.
