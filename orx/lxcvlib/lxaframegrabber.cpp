@@ -74,11 +74,11 @@ SAcquisition AcquisitionOf(LxAFrameGrabber::ELedType type)
 {
     switch (type) {
     case LxAFrameGrabber::eLT_Ref:
-        return {LxAFrameGrabber::eLS_Ref, static_cast<CCTImage::EImageType>(4)};
+        return {LxAFrameGrabber::eLS_Ref, LxAFrameGrabber::sc_eReferenceImage};
     case LxAFrameGrabber::eLT_Any:
         return {LxAFrameGrabber::eLS_Live, CCTImage::eIT_Default};
     default:
-        return {LxAFrameGrabber::eLS_Pat, static_cast<CCTImage::EImageType>(5)};
+        return {LxAFrameGrabber::eLS_Pat, LxAFrameGrabber::sc_ePatternImage};
     }
 }
 

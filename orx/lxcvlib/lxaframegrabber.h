@@ -126,6 +126,10 @@ public:
     static constexpr double sc_dDummyTemperatur = 0.0;       ///< degrees, told where there is no sensor
     static constexpr int sc_iQueueSize = 9;                  ///< raw images of a source
 
+    /// The types of images that are asked for as reference and as pattern; of others it is `CCTImage::eIT_Default`.
+    static constexpr auto sc_eReferenceImage = static_cast<CCTImage::EImageType>(4);
+    static constexpr auto sc_ePatternImage = static_cast<CCTImage::EImageType>(5);
+
     /// @param simulated whether images come from elsewhere than a camera
     LxAFrameGrabber(const std::string& driverName, bool simulated);
     LxAFrameGrabber(const LxAFrameGrabber&);

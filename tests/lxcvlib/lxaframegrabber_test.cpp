@@ -535,8 +535,8 @@ constexpr double kGainError = 4e-6; // dB
 
 TEST(SetToNormSettings, TakesTheLongestExposureWhereGainsLeaveTheRange)
 {
-    // Gains 4, 2, 0 after the exchange; 5 is the largest allowed. With 1 it is not: the longer exposure, of the pattern,
-    // 3330 / 3.33 * 1.404928 = 1404.928 against 2809.856 of the reference, becomes 25000 and 12500.
+    // Gains 4, 2, 0 after the exchange, of which the first exceeds 3, the largest allowed. The longer exposure, that of
+    // the reference, 2809.856, becomes 25000; that of the pattern, 3330 / 3.33 * 1.404928 = 1404.928, becomes 12500.
     // x = 2809.856 / 25000 = 0.11239424; 20 log10(x) = -18.98517
     CGrabberProbe grabber = NormedGrabber();
     grabber.GetNormSettings().NormShutterTimePatFlash = 3330.0F;
