@@ -76,6 +76,17 @@ bool WriteText(const std::string& path, const std::string& text)
     return !file.fail();
 }
 
+/// Switches the overlap correction on and sets the mirror modes, unless they are so: images of one camera may then be
+/// converted by other threads meanwhile, which only read.
+void CorrectOverlap(LxCFrameGrabberReqs& reqs, int red, int green, int blue)
+{
+    const bool isSet = reqs.GetCorrectChannelOverlap() && reqs.GetMirrorRChannel() == red &&
+                       reqs.GetMirrorGChannel() == green && reqs.GetMirrorBChannel() == blue;
+    if (!isSet) {
+        reqs.SetMirrorChannelsSettings(true, red, green, blue);
+    }
+}
+
 /// The path up to and including its last separator.
 std::string FolderWithSeparator(const std::string& path)
 {
@@ -317,10 +328,27 @@ bool LxCSimFrameGrabber::LoadImageW(CCTImage* image)
             break;
         }
     }
-    const std::string& path = m_vImages[static_cast<std::size_t>(m_iCurImg)];
-    image->SetPathname(path);
-    image->SetDescription(std::string(platform::FileNameOf(path)));
-    SetMirroringFor(image->GetDescription());
+    Describe(*image, m_vImages[static_cast<std::size_t>(m_iCurImg)]);
+    return true;
+}
+
+void LxCSimFrameGrabber::Describe(CCTImage& image, const std::string& path)
+{
+    image.SetPathname(path);
+    image.SetDescription(std::string(platform::FileNameOf(path)));
+    SetMirroringFor(image.GetDescription());
+}
+
+bool LxCSimFrameGrabber::LoadOutOfTurn(const std::string& path, CCTImage& image)
+{
+    const std::lock_guard lock(m_Lock);
+    if (LoadImageW(&image) && image.GetPathname() == path) {
+        return true;
+    }
+    if (image.Load(path) != CCTImage::eRC_OK || image.GetDataType() != GetImgTypeRaw()) {
+        return false;
+    }
+    Describe(image, path);
     return true;
 }
 
@@ -328,11 +356,9 @@ bool LxCSimFrameGrabber::LoadImageW(CCTImage* image)
 void LxCSimFrameGrabber::SetMirroringFor(std::string_view fileName)
 {
     if (Holds(fileName, "_v2")) {
-        GetReqs()->SetMirrorChannelsSettings(true, CCTImage::eMM_None, CCTImage::eMM_None,
-                                             CCTImage::eMM_None);
+        CorrectOverlap(*GetReqs(), CCTImage::eMM_None, CCTImage::eMM_None, CCTImage::eMM_None);
     } else if (Holds(fileName, "_v3")) {
-        GetReqs()->SetMirrorChannelsSettings(true, CCTImage::eMM_LeftRight, CCTImage::eMM_UpDown,
-                                             CCTImage::eMM_UpDown);
+        CorrectOverlap(*GetReqs(), CCTImage::eMM_LeftRight, CCTImage::eMM_UpDown, CCTImage::eMM_UpDown);
     }
 }
 
@@ -407,7 +433,7 @@ void LxCSimFrameGrabber::ExportColorData(bool labelled)
             }
         }
         CCTImage image;
-        if (image.Load(file) != CCTImage::eRC_OK || !LoadImageW(&image)) {
+        if (!LoadOutOfTurn(file, image)) {
             continue;
         }
         CCTImage colors(GetWidth(), GetHeight(), CCTImage::eIDT_FLOAT32_3, 0.0F);

@@ -77,8 +77,9 @@ public:
     /// each bin of `CHueHistogram`, percent of the largest; "Otsu.xyz" draws the threshold between two classes as
     /// three vertical lines. They are height profiles for a 3D viewer.
     /// @param labelled counts only pixels that a label image calls tooth (white) or tissue (red). Label images lie in
-    /// the folder "labels" beside the images, with the same names as PNG; images without one are skipped. Nothing is
-    /// written unless there are pixels of both
+    /// the folder "labels" beside the images, with the same names as PNG; images without one are skipped, as are files
+    /// that are not of the raw type. Nothing is written unless there are pixels of both. The replay moves on by one
+    /// image for each one that is not skipped
     void ExportColorData(bool labelled) override;
 
     /// Replaces the files while images flow. The next image is the next one of the new list, as if it had always been
@@ -104,6 +105,12 @@ private:
 
     EReturnCode InitBySelection();
     std::vector<std::string> CopyFiles() const;
+
+    /// Loads a file of the raw type, wherever the replay is, which moves on by one image.
+    bool LoadOutOfTurn(const std::string& path, CCTImage& image);
+
+    /// What goes with the pixels of a file: path and file name, and the mirroring of channels.
+    void Describe(CCTImage& image, const std::string& path);
     void SetMirroringFor(std::string_view fileName);
 
     std::string m_sPath;

@@ -384,6 +384,29 @@ TEST_F(LxCSimFrameGrabberOnFiles, OneThreadChangesTheListWhileAnotherAcquires)
     host.join();
 }
 
+TEST_F(LxCSimFrameGrabberOnFiles, OneThreadConvertsWhileAnotherAcquiresFromTheSameCamera)
+{
+    m_Grabber.Init(WriteAll({"1_v3_Ref.png", "2_v3_Ref.png"}));
+    Image* const raw = m_Grabber.AcquireImageRaw(Grabber::eLT_Any);
+    ASSERT_NE(raw, nullptr);
+    const auto convert = [this, raw] {
+        Image converted(4, 3, Image::eIDT_FLOAT32_3, 0.0F);
+        m_Grabber.GetReqs()->ConvertImage(raw, &converted);
+        LxCFloat3 pixel;
+        converted.GetPixelFast(1, 1, &pixel);
+        return pixel.get(0);
+    };
+    std::thread worker([&] {
+        for (int i = 0; i < 100; ++i) {
+            EXPECT_EQ(convert(), 7.0F);
+        }
+    });
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_NE(Next(), "-");
+    }
+    worker.join();
+}
+
 TEST_F(LxCSimFrameGrabberOnFiles, SingleImagesAreCopiesOfTheRawOnes)
 {
     m_Grabber.GetReqs()->setWidthRaw(4);
@@ -600,6 +623,40 @@ TEST_F(LxCSimFrameGrabberOnFiles, LabelsOfAnotherSizeCountNothing)
     m_Grabber.Init({m_Folder / "a.png"});
     m_Grabber.ExportColorData(true);
     EXPECT_FALSE(std::filesystem::exists(m_Folder / "All_hue.xyz"));
+}
+
+TEST_F(LxCSimFrameGrabberOnFiles, LabelsBelongToTheImageOfTheirNameWhereverTheReplayIs)
+{
+    m_Grabber.GetReqs()->setWidth(2);
+    m_Grabber.GetReqs()->setHeight(1);
+    WriteColors(m_Folder / "a.png", {{0, 0, 255}, {0, 0, 255}});   // hue 0, but without labels
+    WriteColors(m_Folder / "b.png", {{0, 255, 255}, {0, 255, 0}}); // hues 60 and 120
+    std::filesystem::create_directory(m_Folder / "labels");
+    WriteColors(m_Folder / "labels/b.png", {{255, 255, 255}, {0, 0, 255}});
+    m_Grabber.Init({m_Folder / "a.png", m_Folder / "b.png"});
+    m_Grabber.ExportColorData(true);
+    const std::vector<int> percents = Percents(m_Folder / "All_hue.xyz");
+    ASSERT_EQ(percents.size(), 360U);
+    EXPECT_EQ(percents[180], 0);
+    EXPECT_EQ(percents[240], 100);
+    EXPECT_EQ(percents[300], 100);
+    EXPECT_EQ(Next(), "b.png"); // one image was counted
+}
+
+TEST_F(LxCSimFrameGrabberOnFiles, HuesOfFilesOfAnotherTypeAreNotCounted)
+{
+    m_Grabber.GetReqs()->setWidth(2);
+    m_Grabber.GetReqs()->setHeight(1);
+    Image(2, 1, Image::eIDT_UINT8, 0.0F).SavePNG(m_Folder / "a.png");
+    WriteColors(m_Folder / "b.png", {{0, 255, 255}, {0, 255, 255}});
+    WriteColors(m_Folder / "c.png", {{0, 255, 0}, {0, 255, 0}});
+    m_Grabber.Init({m_Folder / "a.png", m_Folder / "b.png", m_Folder / "c.png"});
+    m_Grabber.ExportColorData(false);
+    const std::vector<int> percents = Percents(m_Folder / "All_hue.xyz");
+    ASSERT_EQ(percents.size(), 360U);
+    EXPECT_EQ(percents[180], 0);
+    EXPECT_EQ(percents[240], 100);
+    EXPECT_EQ(percents[300], 100);
 }
 
 TEST_F(LxCSimFrameGrabberOnFiles, ColourDataOfNoImagesAreNotWritten)
