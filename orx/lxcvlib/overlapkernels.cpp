@@ -99,6 +99,8 @@ struct SNeighbours
     return sum < c_fFullScale ? sum : c_fFullScale;
 }
 
+static_assert(std::endian::native == std::endian::little, "bytes of a word are told apart by their order");
+
 [[gnu::always_inline]] inline float LowByte(std::uint32_t word)
 {
     return static_cast<float>(static_cast<std::int32_t>(word & 0xFFU));

@@ -480,9 +480,11 @@ TEST(ConvertImage, TakesTypeTimestampDescriptionAndPathname)
 TEST(ConvertImage, MakesAGreyImageBlackAndSaysWhy)
 {
     const Image gray = RandomImage(kWidth, kHeight, Image::eIDT_GRAY8, 1);
-    for (const bool correct : {false, true}) {
+    for (int settings = 0; settings < 8; ++settings) {
+        const int mode = (settings & 2) != 0 ? 1 : 0;
         LxCFrameGrabberReqs reqs;
-        reqs.SetMirrorChannelsSettings(correct, 0, 0, 0);
+        reqs.SetMirrorChannelsSettings((settings & 1) != 0, mode, 2 * mode, 2 * mode);
+        reqs.SetCCTMirrorTubeOn((settings & 4) != 0);
         Image out = FloatImage(5.0F);
         const Logging::CCapture log;
         reqs.ConvertImage(&gray, &out);
@@ -490,6 +492,32 @@ TEST(ConvertImage, MakesAGreyImageBlackAndSaysWhy)
         EXPECT_EQ(log.GetRecords().size(), 1U);
         ForEachElement([&](int x, int y, int c) { ASSERT_EQ(FloatAt(out, x, y, c), 0.0F); });
     }
+}
+
+TEST(ConvertImage, ConvertsOtherGreyImagesAsTheyAre)
+{
+    // Bytes without a colour that are not `eIDT_GRAY8` need no mirror to be undone.
+    const Image gray = RandomImage(kWidth, kHeight, Image::eIDT_UINT8, 1);
+    Image out = LiveImage(Image::eIDT_BGRU8);
+    const Logging::CCapture log;
+    LxCFrameGrabberReqs().ConvertImage(&gray, &out);
+    EXPECT_TRUE(log.GetRecords().empty());
+    ForEachElement([&](int x, int y, int c) { ASSERT_EQ(ByteAt(out, x, y, c), ByteAt(gray, x, y, 0)); });
+}
+
+TEST(ConvertImage, UndoesTheMirrorsOfAnImageInItsPlace)
+{
+    LxCFrameGrabberReqs reqs;
+    reqs.SetMirrorChannelsSettings(false, 1, 2, 2);
+    const Image raw = RawImage();
+    Image expected = LiveImage(Image::eIDT_BGRU8);
+    reqs.ConvertImage(&raw, &expected);
+    Image image = raw;
+    SetAttributes(image);
+    reqs.ConvertImage(&image, &image);
+    EXPECT_EQ(BytesOf(image), BytesOf(expected));
+    EXPECT_EQ(image.GetDescription(), "description");
+    EXPECT_EQ(image.GetType(), Image::eIT_Depthmap);
 }
 
 TEST(ConvertImage, LeavesAnImageOfAnotherSizeAsItIs)
