@@ -13,14 +13,16 @@ using LxCV::LxAFrameGrabber;
 
 namespace {
 
-void Acquire(LxAFrameGrabber& grabber, LxAFrameGrabber::ELedType kind, CCTImage& image)
+/// `raw` is the raw image, whose memory serves for the next one.
+void Acquire(LxAFrameGrabber& grabber, LxAFrameGrabber::ELedType kind, CCTImage& raw, CCTImage& image)
 {
-    CCTImage raw;
-    if (!grabber.AcquireSingleImage(kind, raw)) {
+    const bool acquired = grabber.AcquireSingleImage(kind, raw);
+    // Made without a temporary image: touching fresh memory is what an acquisition costs.
+    image.Resize(grabber.GetWidth(), grabber.GetHeight(), CCTImage::eIDT_FLOAT32_3);
+    if (!acquired || !image.IsValid() || !image.DoDimMatchWith(raw)) {
         const std::string name = kind == LxAFrameGrabber::eLT_Ref ? "reference" : "pattern";
         throw std::runtime_error(grabber.GetDriverName() + " delivers no " + name + " image");
     }
-    image = CCTImage(grabber.GetWidth(), grabber.GetHeight(), CCTImage::eIDT_FLOAT32_3, 0.0F);
     grabber.GetReqs()->ConvertImage(&raw, &image);
 }
 
@@ -29,8 +31,9 @@ void Acquire(LxAFrameGrabber& grabber, LxAFrameGrabber::ELedType kind, CCTImage&
 ImagePair AcquirePair(LxAFrameGrabber& grabber)
 {
     ImagePair images;
-    Acquire(grabber, LxAFrameGrabber::eLT_Pat, images.pattern);
-    Acquire(grabber, LxAFrameGrabber::eLT_Ref, images.reference);
+    CCTImage raw;
+    Acquire(grabber, LxAFrameGrabber::eLT_Pat, raw, images.pattern);
+    Acquire(grabber, LxAFrameGrabber::eLT_Ref, raw, images.reference);
     return images;
 }
 
