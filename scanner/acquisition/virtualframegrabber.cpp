@@ -26,8 +26,6 @@ const Logging::CLogger s_logger(L"ORX.Lumorad.VirtualFrameGrabber");
 
 constexpr const char* kDriverName = "VirtualFrameGrabber";
 constexpr float kWhite = 255.0F;
-constexpr auto kReferenceType = static_cast<CCTImage::EImageType>(4);
-constexpr auto kPatternType = static_cast<CCTImage::EImageType>(5);
 
 void CopyPixels(std::span<const float> from, CCTImage& image)
 {
@@ -209,7 +207,7 @@ void VirtualFrameGrabber::Deliver(ELedType kind, CCTImage& image)
     CopyPixels(source.data, image);
     delivered = true;
     m_lastKind = kind;
-    image.SetType(kind == eLT_Ref ? kReferenceType : kPatternType);
+    image.SetType(kind == eLT_Ref ? sc_eReferenceImage : sc_ePatternImage);
     image.SetTimestamp(static_cast<std::uint32_t>(++m_frames));
     const PairOptions& options = rendering->options;
     image.SetDescription(options.scene + "_" + std::to_string(options.seed) +

@@ -53,7 +53,7 @@ public:
     EReturnCode Release() override;
 
     /// The next image. `eLT_Any`, and what is no kind of image, goes by the LED sequence: reference images, pattern
-    /// images, else both in turn. The image type is 4 for a reference and 5 for a pattern image, the timestamp the
+    /// images, else both in turn. The image type is `sc_eReferenceImage` or `sc_ePatternImage`, the timestamp the
     /// number of the image since `Init`, and the description tells scene, seed and kind.
     /// @return null unless started, and where the next pair cannot be rendered
     /// @throws std::exception "no buffers available" where callers hold all raw images
