@@ -1,10 +1,12 @@
 // Mirroring and shifting of single channels.
 #include "cctimage.h"
+#include "channelkernels.h"
 #include "orx/logging/logger.h"
 #include "pixelelements.h"
 #include "pixelkernels.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <numeric>
@@ -205,21 +207,11 @@ CCTImage::EReturnCode CCTImage::ShiftChannels(CCTImage* target, int redCols, int
                    ? copied
                    : source->ShiftChannels(target, redCols, redRows, blueCols, blueRows, mirror);
     }
-    const SExtent extent = Extent();
-    const auto from = static_cast<std::size_t>(m_iBytesPerPixel);
-    const auto to = static_cast<std::size_t>(target->m_iBytesPerPixel);
-    const auto bytes = ElementsOf<std::uint8_t>(*target);
-    const auto gather = [&](std::size_t channel, int cols, int rows, bool leftRight) {
-        GatherChannel<std::uint8_t>(
-            ElementsOf<std::uint8_t>(*this), from, SourceIndices(extent.width, cols, mirror && leftRight),
-            SourceIndices(extent.height, rows, mirror && !leftRight), channel, bytes, to);
-    };
-    gather(LxCColorValueFloat::eBlue, blueCols, blueRows, false);
-    gather(LxCColorValueFloat::eGreen, 0, 0, false);
-    gather(LxCColorValueFloat::eRed, redCols, redRows, true);
-    if (target->m_eDataType == eIDT_ARGB8) {
-        target->MakeOpaque(target);
-    }
+    const std::array<SChannelSource, 3> channels{
+        {{blueCols, blueRows, false, mirror}, {0, 0, false, mirror}, {redCols, redRows, mirror, false}}};
+    GatherColors(Extent(), ElementsOf<std::uint8_t>(*this), static_cast<std::size_t>(m_iBytesPerPixel),
+                 channels, ElementsOf<std::uint8_t>(*target),
+                 static_cast<std::size_t>(target->m_iBytesPerPixel));
     return eRC_OK;
 }
 

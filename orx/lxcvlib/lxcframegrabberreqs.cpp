@@ -1,11 +1,14 @@
 // Conversion of raw images, and the section text of the mounting constants.
 #include "lxcframegrabberreqs.h"
 
+#include "channelkernels.h"
 #include "lxcpropertybag.h"
 #include "orx/logging/logger.h"
 #include "overlapkernels.h"
 #include "pixelelements.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <stdexcept>
 
@@ -24,6 +27,23 @@ bool IsByteColor(const CCTImage* image)
 {
     return image != nullptr && image->GetDataType() == CCTImage::eIDT_BGRU8 &&
            CheckPixels(*image) == CCTImage::eRC_OK;
+}
+
+bool IsMirrorMode(int mode)
+{
+    return mode == CCTImage::eMM_None || mode == CCTImage::eMM_LeftRight || mode == CCTImage::eMM_UpDown;
+}
+
+/// What three calls of `CCTImage::MirrorChannel` do, in one pass.
+void MirrorAtOnce(const CCTImage& in, CCTImage& out, const std::array<int, 3>& modes)
+{
+    using namespace ImageKernels;
+    std::array<SChannelSource, 3> channels;
+    std::ranges::transform(modes, channels.begin(), [](int mode) {
+        return SChannelSource{0, 0, mode == CCTImage::eMM_LeftRight, mode == CCTImage::eMM_UpDown};
+    });
+    const SExtent extent{static_cast<std::size_t>(in.GetWidth()), static_cast<std::size_t>(in.GetHeight())};
+    GatherColors(extent, ElementsOf<std::uint8_t>(in), 3, channels, ElementsOf<std::uint8_t>(out), 3);
 }
 
 bool IsFloatColor(const CCTImage* image)
@@ -121,6 +141,11 @@ void LxCFrameGrabberReqs::MirrorRGBChannels(const CCTImage* in, CCTImage* out, i
 {
     if (in == nullptr || in->GetDataType() != CCTImage::eIDT_BGRU8) {
         s_Logger.Error(L"MirrorRGBChannels: wrong image date type!");
+        return;
+    }
+    if (in != out && IsByteColor(in) && IsByteColor(out) && in->DoDimMatchWith(*out) && IsMirrorMode(red) &&
+        IsMirrorMode(green) && IsMirrorMode(blue)) {
+        MirrorAtOnce(*in, *out, {blue, green, red});
         return;
     }
     in->MirrorChannel(out, LxCColorValueFloat::eBlue, blue);

@@ -58,6 +58,22 @@ void Floats(const std::uint8_t* source, std::size_t size, float* target)
     FloatsBody(source, size, target);
 }
 
+[[gnu::always_inline]] inline void AlphaBody(const std::uint8_t* __restrict bgr, std::size_t pixels,
+                                             std::uint8_t* __restrict argb)
+{
+    for (std::size_t i = 0; i < pixels; ++i) {
+        argb[4 * i] = bgr[3 * i];
+        argb[4 * i + 1] = bgr[3 * i + 1];
+        argb[4 * i + 2] = bgr[3 * i + 2];
+        argb[4 * i + 3] = 0;
+    }
+}
+
+void Alpha(const std::uint8_t* bgr, std::size_t pixels, std::uint8_t* argb)
+{
+    AlphaBody(bgr, pixels, argb);
+}
+
 void SelectBytes(const std::uint8_t* source, std::size_t size, std::uint8_t threshold, std::uint8_t low,
                  std::uint8_t high, std::uint8_t* target)
 {
@@ -83,6 +99,18 @@ template <std::size_t stride>
     FloatsBody(source + i, size - i, target + i);
 }
 
+/// Four pixels at a time, of which 16 bytes are read and 12 are used.
+[[gnu::target("avx2")]] void AlphaWide(const std::uint8_t* bgr, std::size_t pixels, std::uint8_t* argb)
+{
+    const __m128i order = _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+    std::size_t i = 0;
+    for (; 3 * i + sizeof(__m128i) <= 3 * pixels; i += 4) {
+        const __m128i colors = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bgr + 3 * i));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(argb + 4 * i), _mm_shuffle_epi8(colors, order));
+    }
+    AlphaBody(bgr + 3 * i, pixels - i, argb + 4 * i);
+}
+
 [[gnu::target("avx2")]] void SelectBytesWide(const std::uint8_t* source, std::size_t size,
                                              std::uint8_t threshold, std::uint8_t low, std::uint8_t high,
                                              std::uint8_t* target)
@@ -101,6 +129,11 @@ auto FloatsKernel()
     return VectorUnits::AreWide() ? FloatsWide : Floats;
 }
 
+auto AlphaKernel()
+{
+    return VectorUnits::AreWide() ? AlphaWide : Alpha;
+}
+
 auto SelectKernel()
 {
     return VectorUnits::AreWide() ? SelectBytesWide : SelectBytes;
@@ -115,6 +148,11 @@ auto WeightedKernel()
 auto FloatsKernel()
 {
     return Floats;
+}
+
+auto AlphaKernel()
+{
+    return Alpha;
 }
 
 auto SelectKernel()
@@ -152,6 +190,11 @@ void SelectWords(std::span<const T> source, T threshold, std::uint32_t low, std:
 void BytesToFloats(std::span<const std::uint8_t> source, std::span<float> target)
 {
     FloatsKernel()(source.data(), std::min(source.size(), target.size()), target.data());
+}
+
+void AppendAlpha(std::span<const std::uint8_t> bgr, std::span<std::uint8_t> argb)
+{
+    AlphaKernel()(bgr.data(), std::min(bgr.size() / 3, argb.size() / 4), argb.data());
 }
 
 void MixBgrToGray(std::span<const std::uint8_t> bgr, const SGrayMix& mix, std::span<std::uint8_t> gray)

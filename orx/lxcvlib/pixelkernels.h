@@ -81,6 +81,9 @@ constexpr Target ConvertElement(Source value)
 /// target[i] = source[i]. The shorter span rules; the two do not overlap.
 ORX_EXPORT void BytesToFloats(std::span<const std::uint8_t> source, std::span<float> target);
 
+/// Makes pixels of 4 bytes, with alpha 0, of as many pixels of 3 bytes as both spans hold. The two do not overlap.
+ORX_EXPORT void AppendAlpha(std::span<const std::uint8_t> bgr, std::span<std::uint8_t> argb);
+
 /// Converts as many pixels as both spans hold. Grey goes to all three channels. Alpha becomes 0, but is kept
 /// from `Argb8` to `Argb8`. A colour does not become grey here.
 template <typename Source, typename Target>
@@ -95,6 +98,8 @@ void ConvertPixels(std::span<const typename Source::Element> source,
     if constexpr (from == to && std::is_same_v<typename Source::Element, std::uint8_t> &&
                   std::is_same_v<Element, float>) {
         BytesToFloats(source, target);
+    } else if constexpr (std::is_same_v<Source, Bgr8> && std::is_same_v<Target, Argb8>) {
+        AppendAlpha(source, target);
     } else if constexpr (from == to) {
         // Element by element, which compilers turn into vector code.
         for (std::size_t i = 0; i < pixels * to; ++i) {
