@@ -3,6 +3,8 @@
 
 #include "lxcpropertybag.h"
 
+#include <cstddef>
+
 namespace LxCV {
 
 namespace {
@@ -10,6 +12,9 @@ namespace {
 // The point about which the polynomials are set up, in the middle of the measuring volume. mm, camera frame.
 constexpr double c_dShiftY = 3.5;
 constexpr double c_dShiftZ = -33.0;
+
+/// Two doubles that are computed side by side.
+using Pair = double __attribute__((vector_size(2 * sizeof(double))));
 
 /// A value that is not a number becomes the lower limit.
 double Limit(double value, double limit)
@@ -35,14 +40,16 @@ void CKomaParameter::CorrectPoint(double* x, double* y, double* z) const
     const double sx = *x;
     const double sy = *y + c_dShiftY;
     const double sz = *z + c_dShiftZ;
-    const auto correction = [&](const Polynomial& c) {
-        const double sum = c[0] + c[1] * sz + c[2] * (sz * sz) + c[3] * sy + c[4] * sy * sz +
-                           c[5] * (sy * sy) + c[6] * sx + c[7] * sx * sz + c[8] * sx * sy + c[9] * (sx * sx);
-        return Limit(sum, m_dMaxDelta);
+    // c gives the coefficients of one axis, or of two axes that are computed side by side.
+    const auto sum = [&]<typename Coefficients>(const Coefficients& c) {
+        return c(0) + c(1) * sz + c(2) * (sz * sz) + c(3) * sy + c(4) * sy * sz + c(5) * (sy * sy) +
+               c(6) * sx + c(7) * sx * sz + c(8) * sx * sy + c(9) * (sx * sx);
     };
-    *x -= correction(m_dP[eAxisX]);
-    *y -= correction(m_dP[eAxisY]);
-    *z -= correction(m_dP[eAxisZ]);
+    const Pair sumXY = sum([this](std::size_t i) { return Pair{m_dP[eAxisX][i], m_dP[eAxisY][i]}; });
+    const double sumZ = sum([this](std::size_t i) { return m_dP[eAxisZ][i]; });
+    *x -= Limit(sumXY[0], m_dMaxDelta);
+    *y -= Limit(sumXY[1], m_dMaxDelta);
+    *z -= Limit(sumZ, m_dMaxDelta);
 }
 
 void CKomaParameter::Serialize(LxCCCTSerializer& serializer, const std::string& section)

@@ -7,8 +7,10 @@
 #include "orx/logging/logger.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <limits>
 
 namespace LxCV {
@@ -16,6 +18,9 @@ namespace LxCV {
 namespace {
 
 const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCPinholeFramework");
+
+/// Edges that take each step of the triangulation together, since the steps of one have to wait for each other.
+constexpr std::int64_t c_iEdgesAtOnce = 8;
 
 constexpr double c_dLocalPlaneDepth = 30.0; ///< mm, projector frame; where the local plane's points are taken
 
@@ -191,25 +196,61 @@ void LxCPinholeFramework::SetWorkingSpace(double min, double max, bool camCoords
 void LxCPinholeFramework::ComputeEdgeXYZ(double col, double row, int stripeEdge, bool camCoords, double* X,
                                          double* Y, double* Z, bool skipNearMarks) const
 {
-    *X = 0.0;
-    *Y = 0.0;
-    *Z = 0.0;
-    const LxCStripePattern& pattern = *m_Projector.GetCLPattern();
-    const std::vector<double>& nominal = pattern.GetNominalEdgePositions();
-    const auto edge = static_cast<std::size_t>(stripeEdge); // a negative number is beyond every table
-    if (!m_pCamera->IsCalibrated() || edge >= m_vEdgePlanes.size() || edge >= nominal.size()) {
+    LxC3DCoordsCCT point;
+    ComputeEdgesXYZ(col, row, stripeEdge, camCoords, {&point, 1}, skipNearMarks);
+    *X = point.x;
+    *Y = point.y;
+    *Z = point.z;
+}
+
+void LxCPinholeFramework::ComputeEdgesXYZ(double col, double row, int firstEdge, bool camCoords,
+                                          std::span<LxC3DCoordsCCT> points, bool skipNearMarks) const
+{
+    std::fill(points.begin(), points.end(), LxC3DCoordsCCT());
+    const std::vector<double>& nominal = m_Projector.GetCLPattern()->GetNominalEdgePositions();
+    const std::int64_t first = std::max(firstEdge, 0);
+    const std::int64_t end = std::min(std::int64_t{firstEdge} + std::ssize(points),
+                                      std::min(std::ssize(m_vEdgePlanes), std::ssize(nominal)));
+    if (!m_pCamera->IsCalibrated() || first >= end) {
         return;
     }
     CSensorPoint undistorted{};
     m_pCamera->DisImageToUndisSensorCoords(col, row, &undistorted.x, &undistorted.y);
-    const CSlidePoint slide = EstimateSlidePoint(undistorted, m_vEdgePlanes[edge]);
-    if (skipNearMarks && m_ProjCalibThres.IsCloseByMarkerPosition(stripeEdge, slide.col)) {
-        return;
+    for (std::int64_t edge = first; edge < end; edge += c_iEdgesAtOnce) {
+        const std::int64_t count = std::min(c_iEdgesAtOnce, end - edge);
+        ComputePointsOnEdges(
+            undistorted, static_cast<int>(edge), camCoords,
+            points.subspan(static_cast<std::size_t>(edge - firstEdge), static_cast<std::size_t>(count)),
+            skipNearMarks);
     }
-    const double slideRow = pattern.GetNumPatches() >= 1
-                                ? pattern.GetCalibratetPosition(stripeEdge, slide.col, slide.depth)
-                                : nominal[edge];
-    ComputeXYZInLocalPlane(undistorted, slide.col, slideRow, camCoords, X, Y, Z);
+}
+
+void LxCPinholeFramework::ComputePointsOnEdges(const CSensorPoint& undistorted, int firstEdge, bool camCoords,
+                                               std::span<LxC3DCoordsCCT> points, bool skipNearMarks) const
+{
+    const LxCStripePattern& pattern = *m_Projector.GetCLPattern();
+    const LxC3DCoordsCCT origin = ProjectorInCamera();
+    std::array<CSlidePoint, c_iEdgesAtOnce> slidePoints;
+    const auto index = static_cast<std::size_t>(firstEdge);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        slidePoints[i] = EstimateSlidePoint(undistorted, m_vEdgePlanes[index + i]);
+    }
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        CSlidePoint& slide = slidePoints[i];
+        slide.row =
+            pattern.GetNumPatches() >= 1
+                ? pattern.GetCalibratetPosition(firstEdge + static_cast<int>(i), slide.col, slide.depth)
+                : pattern.GetNominalEdgePositions()[index + i];
+    }
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const CSlidePoint& slide = slidePoints[i];
+        LxC3DCoordsCCT& point = points[i];
+        if (!skipNearMarks ||
+            !m_ProjCalibThres.IsCloseByMarkerPosition(firstEdge + static_cast<int>(i), slide.col)) {
+            ComputeXYZInLocalPlane(undistorted, origin, slide.col, slide.row, camCoords, &point.x, &point.y,
+                                   &point.z);
+        }
+    }
 }
 
 void LxCPinholeFramework::ComputeEdgeXYZSubEdge(double col, double row, double projCol, double /*projRow*/,
@@ -224,7 +265,7 @@ void LxCPinholeFramework::ComputeEdgeXYZSubEdge(double col, double row, double p
     }
     CSensorPoint undistorted{};
     m_pCamera->DisImageToUndisSensorCoords(col, row, &undistorted.x, &undistorted.y);
-    ComputeXYZInLocalPlane(undistorted, projCol, slideRow, camCoords, X, Y, Z);
+    ComputeXYZInLocalPlane(undistorted, ProjectorInCamera(), projCol, slideRow, camCoords, X, Y, Z);
 }
 
 double LxCPinholeFramework::ComputeEdgeDepth(double col, double row, int stripeEdge, bool camCoords,
@@ -252,13 +293,19 @@ LxCPinholeFramework::CSlidePoint LxCPinholeFramework::EstimateSlidePoint(const C
     return slide;
 }
 
-void LxCPinholeFramework::ComputeXYZInLocalPlane(const CSensorPoint& undistorted, double projCol,
+LxC3DCoordsCCT LxCPinholeFramework::ProjectorInCamera() const
+{
+    LxC3DCoordsCCT origin;
+    m_Projector.LocalToLocalCoords(m_pCamera.get(), 0.0, 0.0, 0.0, &origin.x, &origin.y, &origin.z);
+    return origin;
+}
+
+void LxCPinholeFramework::ComputeXYZInLocalPlane(const CSensorPoint& undistorted,
+                                                 const LxC3DCoordsCCT& origin, double projCol,
                                                  double slideRow, bool camCoords, double* X, double* Y,
                                                  double* Z) const
 {
     const LxCPinholeCamera& camera = *m_pCamera;
-    LxC3DCoordsCCT origin;
-    m_Projector.LocalToLocalCoords(&camera, 0.0, 0.0, 0.0, &origin.x, &origin.y, &origin.z);
     LxC3DCoordsCCT onEdge[2];
     TwoPointsOnEdge(projCol, slideRow, onEdge);
 

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -33,8 +34,8 @@ class LxAFrameGrabber;
 /// coordinates or in world coordinates. Slide positions are in slide units.
 ///
 /// Tables are derived from camera, projector, pattern and working space by `CalibStatusChanged`; whoever
-/// changes one of these through its accessor calls it afterwards. `ComputeEdgeXYZ`, `ComputeEdgeXYZSubEdge`,
-/// `ComputeEdgeDepth` and `UnwrapStripeId` only read, take no lock and allocate nothing: any number of
+/// changes one of these through its accessor calls it afterwards. `ComputeEdgeXYZ`, `ComputeEdgesXYZ`,
+/// `ComputeEdgeXYZSubEdge`, `ComputeEdgeDepth` and `UnwrapStripeId` only read, take no lock and allocate nothing: any number of
 /// threads may call them at once, but not while the model changes.
 class ORX_EXPORT LxCPinholeFramework
 {
@@ -107,6 +108,12 @@ public:
     /// @param X, Y, Z receive the point; must not be null
     void ComputeEdgeXYZ(double col, double row, int stripeEdge, bool camCoords, double* X, double* Y,
                         double* Z, bool skipNearMarks) const;
+
+    /// The points of one pixel on the stripe edges `firstEdge`, `firstEdge` + 1 ..., each as by `ComputeEdgeXYZ`, bit
+    /// for bit. Faster than single calls, since the pixel is undistorted once.
+    /// @param points receives a point for each edge, mm
+    void ComputeEdgesXYZ(double col, double row, int firstEdge, bool camCoords,
+                         std::span<LxC3DCoordsCCT> points, bool skipNearMarks) const;
 
     /// The 3D point of a pixel for a known place on the slide: the plane through the projector's centre and
     /// the slide row, two columns wide about the slide column.
@@ -203,12 +210,21 @@ private:
     /// Whether pattern and calibration are fit for measuring.
     EReturnCode GetModelStatus() const;
 
+    /// The points of a ray on some stripe edges that have light planes. The camera is calibrated.
+    /// @param points zeros, which stay where there is no point
+    void ComputePointsOnEdges(const CSensorPoint& undistorted, int firstEdge, bool camCoords,
+                              std::span<LxC3DCoordsCCT> points, bool skipNearMarks) const;
+
     /// Where on the slide, and how deep, the ray of a sensor position meets a nominal light plane.
     CSlidePoint EstimateSlidePoint(const CSensorPoint& undistorted, const CLightPlane& plane) const;
 
     /// The point of a ray in the plane through the projector's centre and the slide row, and its output.
-    void ComputeXYZInLocalPlane(const CSensorPoint& undistorted, double projCol, double slideRow,
-                                bool camCoords, double* X, double* Y, double* Z) const;
+    /// @param origin projector's centre, camera frame
+    void ComputeXYZInLocalPlane(const CSensorPoint& undistorted, const LxC3DCoordsCCT& origin, double projCol,
+                                double slideRow, bool camCoords, double* X, double* Y, double* Z) const;
+
+    /// The projector's centre in the camera frame, mm.
+    LxC3DCoordsCCT ProjectorInCamera() const;
 
     /// Points one column left and right of a slide position, in camera coordinates, mm.
     void TwoPointsOnEdge(double projCol, double slideRow, LxC3DCoordsCCT (&points)[2]) const;

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <bit>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -327,6 +328,28 @@ TEST(Triangulation, LeavesOutEdgesNearMarksOnRequest)
         EXPECT_GT(EdgeXYZ(framework, col, 240.0, 73, true, true).z, 0.0) << col;
     }
     EXPECT_GT(blanked, 30);
+}
+
+TEST(Triangulation, OfManyEdgesAtOnceIsThatOfEachBitForBit)
+{
+    std::mt19937_64 random(77);
+    for (int trial = 0; trial < 20; ++trial) {
+        const CFrameworkProbe framework(TestSupport::RandomModel(random, trial % 2 == 0));
+        const double col = static_cast<double>(random() % 6580) / 10.0;
+        const double row = static_cast<double>(random() % 4940) / 10.0;
+        const bool camCoords = trial % 3 == 0;
+        for (const int first : {0, 70, -3, 138, 4095, INT_MAX, INT_MIN}) {
+            std::vector<LxC3DCoordsCCT> points(150, LxC3DCoordsCCT(1.0, 2.0, 3.0));
+            framework.ComputeEdgesXYZ(col, row, first, camCoords, points, true);
+            for (std::size_t i = 0; i < points.size(); ++i) {
+                const std::int64_t edge = first + static_cast<std::int64_t>(i);
+                const bool isInt = edge <= INT_MAX;
+                const CXYZ expected =
+                    isInt ? EdgeXYZ(framework, col, row, static_cast<int>(edge), camCoords, true) : CXYZ{};
+                ExpectSame({points[i].x, points[i].y, points[i].z}, expected);
+            }
+        }
+    }
 }
 
 TEST(Triangulation, TakesTheMarksFromItsThresholds)
