@@ -49,7 +49,7 @@ bool LxCCCLAlgoData::Init(int width, int height, int rawWidth, int rawHeight,
     return m_bInitialized;
 }
 
-bool LxCCCLAlgoData::Init(const std::shared_ptr<LxCFrameGrabberReqs>& requirements,
+bool LxCCCLAlgoData::Init(const std::shared_ptr<const LxCFrameGrabberReqs>& requirements,
                           std::shared_ptr<GPGPU::IContext> context)
 {
     if (requirements == nullptr) {

@@ -53,7 +53,7 @@ public:
 
     /// The same with the sizes and the raw type of a camera, and a cleared last image.
     /// @return also false for null requirements
-    bool Init(const std::shared_ptr<LxCFrameGrabberReqs>& requirements,
+    bool Init(const std::shared_ptr<const LxCFrameGrabberReqs>& requirements,
               std::shared_ptr<GPGPU::IContext> context);
 
     bool IsInitialized() const { return m_bInitialized; }

@@ -82,7 +82,7 @@ bool LxCImageData::Init(int width, int height, int rawWidth, int rawHeight,
     return m_bInitialized;
 }
 
-bool LxCImageData::Init(const std::shared_ptr<LxCFrameGrabberReqs>& requirements,
+bool LxCImageData::Init(const std::shared_ptr<const LxCFrameGrabberReqs>& requirements,
                         std::shared_ptr<GPGPU::IContext> context)
 {
     if (requirements == nullptr) {

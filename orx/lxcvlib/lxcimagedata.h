@@ -53,7 +53,7 @@ public:
               CCTImage::EImageDataType rawType);
 
     /// The same with the sizes and the raw type of a camera. @return also false for null requirements
-    bool Init(const std::shared_ptr<LxCFrameGrabberReqs>& requirements,
+    bool Init(const std::shared_ptr<const LxCFrameGrabberReqs>& requirements,
               std::shared_ptr<GPGPU::IContext> context);
 
     /// Frees images and GPU buffers; `IsInitialized` is false then. Sizes, type, number of raw images and metadata

@@ -39,7 +39,7 @@ bool LxCRawProcessingData::Init(
     return m_bInitialized;
 }
 
-bool LxCRawProcessingData::Init(const std::shared_ptr<LxCFrameGrabberReqs>& requirements,
+bool LxCRawProcessingData::Init(const std::shared_ptr<const LxCFrameGrabberReqs>& requirements,
                                 std::shared_ptr<GPGPU::IContext> context, bool rawOnGPU)
 {
     if (requirements == nullptr) {

@@ -35,7 +35,7 @@ public:
               std::shared_ptr<GPGPU::IContext> context, bool rawOnGPU);
 
     /// The same with the sizes and the raw type of a camera. @return also false for null requirements
-    bool Init(const std::shared_ptr<LxCFrameGrabberReqs>& requirements,
+    bool Init(const std::shared_ptr<const LxCFrameGrabberReqs>& requirements,
               std::shared_ptr<GPGPU::IContext> context, bool rawOnGPU);
 
     bool IsInitialized() const { return m_bInitialized; }
