@@ -266,7 +266,11 @@ bool LxSScanData::Read3DFile(const std::string& fileName)
                        size->width, size->height);
         return false;
     }
-    if (m_p3DPoints->Resize(size->width, size->height, CCTImage::eIDT_FLOAT32_3) != CCTImage::eRC_OK) {
+    // An image of that size is cleared already.
+    const bool hasSize = HasType(m_p3DPoints.get(), CCTImage::eIDT_FLOAT32_3) &&
+                         m_p3DPoints->GetWidth() == size->width && m_p3DPoints->GetHeight() == size->height;
+    if (!hasSize &&
+        m_p3DPoints->Resize(size->width, size->height, CCTImage::eIDT_FLOAT32_3) != CCTImage::eRC_OK) {
         return false;
     }
     file.read(static_cast<char*>(m_p3DPoints->GetBuffer()),
