@@ -92,6 +92,27 @@ std::span<LxCFloat3> PointsOf(CCTImage* image)
     return HasType(image, CCTImage::eIDT_FLOAT32_3) ? ElementsOf<LxCFloat3>(*image) : std::span<LxCFloat3>();
 }
 
+/// Gives an image of zeros the size of a file's points and reads as many bytes as it had before. Where that fails, the
+/// image has its former size and is zero again.
+bool ReadPoints(std::istream& stream, const C3DFileHeader::SSize& size, CCTImage& points)
+{
+    constexpr CCTImage::EImageDataType c_eType = CCTImage::eIDT_FLOAT32_3;
+    const CCTImage::EImageDataType typeBefore = points.GetDataType();
+    const int widthBefore = points.GetWidth();
+    const int heightBefore = points.GetHeight();
+    const int bytesBefore = points.GetSizeInBytes();
+    const bool hasSize =
+        HasType(&points, c_eType) && widthBefore == size.width && heightBefore == size.height;
+    if (hasSize || points.Resize(size.width, size.height, c_eType) == CCTImage::eRC_OK) {
+        const int bytes = std::min(bytesBefore, points.GetSizeInBytes());
+        if (stream.read(static_cast<char*>(points.GetBuffer()), bytes)) {
+            return true;
+        }
+    }
+    points.Resize(widthBefore, heightBefore, typeBefore);
+    return false;
+}
+
 /// Removes a file that could not be written whole, but nothing that is no file.
 void RemoveFile(const std::string& pathText)
 {
@@ -255,7 +276,6 @@ bool LxSScanData::Read3DFile(const std::string& fileName)
     if (m_p3DPoints == nullptr) {
         return false;
     }
-    const int bytesBefore = m_p3DPoints->GetSizeInBytes();
     std::ifstream file = OpenFileForReading(fileName);
     const std::optional<C3DFileHeader::SSize> size = C3DFileHeader::Read(file);
     if (!size || size->channels != c_iPointChannels) {
@@ -266,16 +286,7 @@ bool LxSScanData::Read3DFile(const std::string& fileName)
                        size->width, size->height);
         return false;
     }
-    // An image of that size is cleared already.
-    const bool hasSize = HasType(m_p3DPoints.get(), CCTImage::eIDT_FLOAT32_3) &&
-                         m_p3DPoints->GetWidth() == size->width && m_p3DPoints->GetHeight() == size->height;
-    if (!hasSize &&
-        m_p3DPoints->Resize(size->width, size->height, CCTImage::eIDT_FLOAT32_3) != CCTImage::eRC_OK) {
-        return false;
-    }
-    file.read(static_cast<char*>(m_p3DPoints->GetBuffer()),
-              std::min(bytesBefore, m_p3DPoints->GetSizeInBytes()));
-    return !file.fail();
+    return ReadPoints(file, *size, *m_p3DPoints);
 }
 
 bool LxSScanData::CreateAndClear(CCTImage** slot, int width, int height, CCTImage::EImageDataType type)

@@ -96,7 +96,8 @@ public:
     /// The 3D image takes the size in the file. It is filled up to the number of bytes that it had before: make the
     /// record with the size of the file. The masks stay cleared; who reads knows which points to take as valid.
     /// @return false for a file that cannot be opened, that is shorter than its header tells, or whose points have
-    ///         not three channels, and for a record without a 3D image; the record is cleared in each case
+    ///         not three channels, for points that memory is too short for, and for a record without a 3D image; the
+    ///         record is cleared in each case, and its images have the sizes that they had
     bool Read3DFile(const std::string& fileName);
 
     CCTImage* Get3DPoints() const { return m_p3DPoints.get(); }
