@@ -72,7 +72,8 @@ public:
     /// @return false if `out` is null or fewer than 200 pixels count
     bool ComputeMedianDepth(double* out) const;
 
-    /// Maps the points of all pixels, also of those that hold none, by `t`'s forward matrix.
+    /// Maps the points of all pixels, also of those that hold none, by `t`'s forward matrix. The normals are left in
+    /// the frame in which they were: compute them anew where they are needed.
     /// @param t computes in double, and the result is rounded to float
     /// @return false if `t` is null
     bool TrafoScanData(const LxCCoordSysTrans* t);

@@ -436,7 +436,9 @@ TEST(LxSScanData, TrafoMapsEveryPixelForwardAlsoInvalidOnes)
     LxSScanData scan;
     ASSERT_TRUE(scan.Initialize(3, 3, 3, 3, false));
     std::ranges::fill(PointsIn(scan), LxCFloat3(1.0F, 2.0F, 3.0F));
+    std::ranges::fill(ElementsOf<LxCFloat3>(*scan.GetNormals()), LxCFloat3(1.0F, 0.0F, 0.0F));
     EXPECT_TRUE(scan.TrafoScanData(&quarterTurn));
+    EXPECT_EQ(scan.GetNormals()->GetFloat3Fast(1, 1).get(0), 1.0F) << "normals stay";
     for (const LxCFloat3& point : PointsIn(scan)) {
         EXPECT_TRUE(HaveSameBits(point, LxCFloat3(8.0F, 21.0F, 33.0F)));
     }
