@@ -12,10 +12,12 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <csignal>
 #include <cstdint>
 #include <limits>
 #include <random>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <type_traits>
 #include <vector>
@@ -59,6 +61,29 @@ std::string HandWritten3DFile(std::int32_t width, std::int32_t height, std::int3
     }
     return bytes;
 }
+
+/// Lets no file of this process grow beyond a size as long as it lives: writing more fails as on a full disk.
+class CFileSizeLimit
+{
+public:
+    explicit CFileSizeLimit(rlim_t bytes) : m_Handler(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        getrlimit(RLIMIT_FSIZE, &m_Before);
+        const rlimit limited = {bytes, m_Before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limited);
+    }
+    CFileSizeLimit(const CFileSizeLimit&) = delete;
+    CFileSizeLimit& operator=(const CFileSizeLimit&) = delete;
+    ~CFileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_Before);
+        std::signal(SIGXFSZ, m_Handler);
+    }
+
+private:
+    void (*m_Handler)(int);
+    rlimit m_Before{};
+};
 
 // --- The record
 
@@ -539,6 +564,25 @@ TEST(LxSScanData, Write3DFileToAFullDiskIsFalse)
                         L"LxSScanData::Write3DFile: '/dev/full' cannot be written whole.\n"),
               1);
     EXPECT_TRUE(std::filesystem::exists(full));
+}
+
+TEST(LxSScanData, Write3DFileLeavesNoFileThatTheDiskDoesNotTakeWhole)
+{
+    const CTemporaryFolder folder;
+    LxSScanData scan;
+    ASSERT_TRUE(scan.Initialize(50, 50, 1, 1, false)); // 30132 bytes
+    const Logging::CCapture log;
+    {
+        const CFileSizeLimit limit(20000);
+        EXPECT_FALSE(scan.Write3DFile(folder / "scan.bin"));
+    }
+    EXPECT_EQ(log.Count(Logging::ELevel::eError, c_sChannel,
+                        L"LxSScanData::Write3DFile: '" +
+                            std::filesystem::path(folder / "scan.bin").wstring() +
+                            L"' cannot be written whole.\n"),
+              1);
+    EXPECT_FALSE(std::filesystem::exists(folder / "scan.bin"));
+    EXPECT_TRUE(scan.Write3DFile(folder / "scan.bin"));
 }
 
 TEST(LxSScanData, Write3DFileRefusesImagesThatDoNotFit)
