@@ -332,16 +332,21 @@ TEST(LxSScanData, MedianDepthNeedsTwoHundredSamplesThatAreNotZero)
 TEST(LxSScanData, MedianDepthLooksAtNoOtherPixels)
 {
     LxSScanData scan;
-    ASSERT_TRUE(scan.Initialize(658, 494, 658, 494, false));
-    for (int y = 0; y < 494; ++y) {
-        for (int x = 0; x < 658; ++x) {
-            const bool sampled =
-                x % 10 == 2 && x > 32 - 10 && x < 658 - 32 && y % 10 == 4 && y > 20 && y < 494 - 24;
-            scan.Get3DPoints()->SetFloat3PixelFast(x, y, LxCFloat3(0, 0, sampled && x >= 32 ? 20.0F : 90.0F));
+    // 658 / 20 = 32 and 494 / 20 = 24 pixels are left out on each side: columns 32, 42 ... 622 < 626 and rows
+    // 24, 34 ... 464 < 470 are looked at. Of their pixels 199 have a depth, and so have all others: a single one of
+    // these that was looked at would make up for the 200th.
+    InitializeWithDepth(scan, 658, 494, 90.0F);
+    int count = 0;
+    for (int y = 24; y < 470; y += 10) {
+        for (int x = 32; x < 626; x += 10) {
+            scan.Get3DPoints()->SetFloat3PixelFast(x, y, LxCFloat3(0, 0, count++ < 199 ? 20.0F : 0.0F));
         }
     }
-    double depth = 0.0;
-    EXPECT_TRUE(scan.ComputeMedianDepth(&depth));
+    double depth = 1.0;
+    EXPECT_FALSE(scan.ComputeMedianDepth(&depth));
+    EXPECT_EQ(depth, 0.0);
+    scan.Get3DPoints()->SetFloat3PixelFast(622, 464, LxCFloat3(0, 0, 20.0F));
+    EXPECT_TRUE(scan.ComputeMedianDepth(&depth)) << "the last one that is looked at is the 200th";
     EXPECT_EQ(depth, 20.0);
 }
 
@@ -396,7 +401,7 @@ TEST(LxSScanData, MedianDepthLiesAroundTheMedianOfAFullSort)
     EXPECT_LE(std::abs(sum / c_iTrials - 0.5), 5.0 * c_dSigma / std::sqrt(c_iTrials));
 }
 
-TEST(LxSScanData, MedianDepthDrawsEveryPlaceOfTheReservoir)
+TEST(LxSScanData, MedianDepthReplacesTheFirstSamplesByLaterOnes)
 {
     // The first 200 samples are far, the 2500 that follow near: after them 200 * (199/200)^2500 = 7e-4 far ones are
     // expected to be left, and no median is far unless half of the places were never drawn.
