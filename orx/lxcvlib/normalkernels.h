@@ -31,9 +31,10 @@ inline constexpr float c_fMinSquaredLength = 1.0000001e-6F;
 ///
 ///     -s / |s|,   s = a x c + d x a + c x b + b x d
 ///
-/// and zero where s·s is not above `c_fMinSquaredLength`. Products with a neighbour outside of the grid are left out.
-/// Neighbours count whatever their mask is. Where lines are rows of an image, x leads right, y down and z away from
-/// the camera, normals of what the camera sees point towards it.
+/// and zero where s·s is not above `c_fMinSquaredLength`. Where s·s overflows, from differences of some 1e9 mm on, s is
+/// divided by infinity: zero, or NaN in the elements in which s itself overflows. Products with a neighbour outside of
+/// the grid are left out. Neighbours count whatever their mask is. Where lines are rows of an image, x leads right, y
+/// down and z away from the camera, normals of what the camera sees point towards it.
 ///
 /// A point whose mask is not 1 has a zero normal, and its normal mask becomes 0; the normal masks of others stay.
 /// Nothing is written if the spans do not have one size.

@@ -265,6 +265,24 @@ TEST(NormalKernels, NotANumberNearAPointLeavesTheZeroNormal)
     EXPECT_NEAR(cloud.Normal(2, 9).getModulus(), 1.0F, 1e-6F) << "no neighbour of it";
 }
 
+TEST(NormalKernels, LengthsBeyondFloatsDivideAsInfinity)
+{
+    // The four products of the point in the middle add up to (0, 0, 4 * size^2), of which the square is taken.
+    for (const auto& [size, isNumber] : {std::pair{1e4F, true}, {1e12F, true}, {1e25F, false}}) {
+        SCloud cloud(3, 3);
+        cloud.Point(1, 0) = LxCFloat3(-size, 0.0F, 0.0F);
+        cloud.Point(1, 2) = LxCFloat3(size, 0.0F, 0.0F);
+        cloud.Point(0, 1) = LxCFloat3(0.0F, -size, 0.0F);
+        cloud.Point(2, 1) = LxCFloat3(0.0F, size, 0.0F);
+        EXPECT_EQ(cloud.Compute(), 9U);
+        const float z = cloud.Normal(1, 1).get(2);
+        EXPECT_EQ(cloud.Normal(1, 1).get(0), 0.0F);
+        EXPECT_EQ(cloud.Normal(1, 1).get(1), 0.0F);
+        EXPECT_EQ(std::isnan(z), !isNumber);
+        EXPECT_TRUE(!isNumber || z == (size < 1e9F ? -1.0F : 0.0F)) << size << ": " << z;
+    }
+}
+
 TEST(NormalKernels, IsTheSameInEveryKindOfVectors)
 {
     std::mt19937 random(6);
