@@ -33,7 +33,10 @@ enum EFlag : std::size_t
     eSensor8 = 8,
     eSensor9 = 9,
     eSensor10 = 10,
-    eSensor13 = 13
+    eSensor11 = 11,
+    eSensor12 = 12,
+    eSensor13 = 13,
+    eSensor14 = 14
 };
 
 constexpr float c_fLastVersionOfShortHeaders = 12.0F;
@@ -157,11 +160,17 @@ void LxCQCCSerializer::ReadSensorData(std::istream& stream) const
 {
     struct SBlocks
     {
-        std::size_t flag;
+        EFlag flag;
         int blocks;
     };
-    constexpr std::array<SBlocks, 8> c_aOrder = {
-        {{eSensor7, 1}, {13, 1}, {14, 1}, {10, 1}, {11, 1}, {12, 1}, {eSensor8, 4}, {eSensor9, 2}}};
+    constexpr std::array<SBlocks, 8> c_aOrder = {{{eSensor7, 1},
+                                                  {eSensor13, 1},
+                                                  {eSensor14, 1},
+                                                  {eSensor10, 1},
+                                                  {eSensor11, 1},
+                                                  {eSensor12, 1},
+                                                  {eSensor8, 4},
+                                                  {eSensor9, 2}}};
     for (const SBlocks& entry : c_aOrder) {
         for (int i = 0; i < entry.blocks && m_uivFlags[entry.flag] != 0; ++i) {
             ReadSingleSensorData(stream);
