@@ -1,6 +1,8 @@
 // Error statistics.
 #include "scanner/app/accuracy.h"
 
+#include "lxcpinholeframework.h"
+
 #include <algorithm>
 #include <cmath>
 #include <optional>
@@ -133,6 +135,31 @@ Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Sce
     accuracy.rmsRightCodeMm = RootMeanSquare(rightErrors);
     accuracy.p95Mm = Percentile95(std::move(allErrors));
     return accuracy;
+}
+
+TableDeviation CompareWithComputed(const LxCV::LxCPinholeFramework& model,
+                                   std::span<const decoder::EdgePixel> edges,
+                                   std::span<const decoder::MeasuredPoint> points)
+{
+    TableDeviation deviation;
+    std::vector<double> distances;
+    distances.reserve(points.size());
+    auto found = points.begin();
+    for (const decoder::EdgePixel& edge : edges) {
+        LxCV::LxC3DCoordsCCT computed;
+        model.ComputeEdgeXYZ(edge.column, edge.row, edge.stripeEdge, true, &computed.x, &computed.y,
+                             &computed.z, false);
+        if (found != points.end() && found->edge == edge) {
+            distances.push_back(
+                Distance(computed, {found->position.x, found->position.y, found->position.z}));
+            ++found;
+        } else if (computed.z > 0.0 && computed.z >= model.GetMinZc() && computed.z <= model.GetMaxZc()) {
+            ++deviation.missing;
+        }
+    }
+    deviation.rmsMm = RootMeanSquare(distances);
+    deviation.largestMm = distances.empty() ? 0.0 : *std::ranges::max_element(distances);
+    return deviation;
 }
 
 } // namespace app

@@ -7,6 +7,10 @@
 #include <cstddef>
 #include <span>
 
+namespace LxCV {
+class LxCPinholeFramework;
+}
+
 namespace app {
 
 /// Figures of one measurement.
@@ -31,5 +35,19 @@ struct Accuracy
 /// @param truth of the pair that was measured, with its crossings
 Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Scene& scene,
                           const device::GroundTruth& truth, std::span<const decoder::MeasuredPoint> points);
+
+/// How far looked-up points are from computed ones.
+struct TableDeviation
+{
+    std::size_t missing = 0; ///< points that are computed within the working range and not found in the table
+    double largestMm = 0.0;  ///< over the points that are found
+    double rmsMm = 0.0;
+};
+
+/// @param edges  all that were looked up
+/// @param points those of them that were found in the table, in the same order
+TableDeviation CompareWithComputed(const LxCV::LxCPinholeFramework& model,
+                                   std::span<const decoder::EdgePixel> edges,
+                                   std::span<const decoder::MeasuredPoint> points);
 
 } // namespace app

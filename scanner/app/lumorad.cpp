@@ -20,7 +20,7 @@ namespace app {
 
 namespace {
 
-constexpr int kDemoStages = 11;
+constexpr int kDemoStages = 13;
 constexpr int kRenderStages = 2;
 
 using acquisition::Rendering;
@@ -50,8 +50,9 @@ void PrintJson(std::ostream& out, const nlohmann::ordered_json& json)
 }
 
 nlohmann::ordered_json ToJson(const SceneOptions& options, const std::string& source,
-                              const Accuracy& accuracy, const StageTimes& times)
+                              const Measurement& measurement, const StageTimes& times)
 {
+    const Accuracy& accuracy = measurement.accuracy;
     nlohmann::ordered_json json = SceneToJson(options);
     json["source"] = source;
     json["points"] = accuracy.points;
@@ -62,6 +63,12 @@ nlohmann::ordered_json ToJson(const SceneOptions& options, const std::string& so
     json["p95_mm"] = accuracy.p95Mm;
     json["wrong_code_fraction"] = accuracy.wrongCodeFraction;
     json["rms_right_code_mm"] = accuracy.rmsRightCodeMm;
+    json["exact"] = !measurement.table.has_value();
+    if (measurement.table.has_value()) {
+        json["table_largest_mm"] = measurement.table->largestMm;
+        json["table_rms_mm"] = measurement.table->rmsMm;
+        json["table_missing"] = measurement.table->missing;
+    }
     for (const auto& [stage, milliseconds] : times) {
         json["stages_ms"][stage] = milliseconds;
     }
@@ -70,8 +77,9 @@ nlohmann::ordered_json ToJson(const SceneOptions& options, const std::string& so
 }
 
 void PrintReport(std::ostream& out, const SceneOptions& options, const std::string& source,
-                 const Accuracy& accuracy, const StageTimes& times)
+                 const Measurement& measurement, const StageTimes& times)
 {
+    const Accuracy& accuracy = measurement.accuracy;
     constexpr int kLabelWidth = 18;
     const auto label = [&out](const std::string& text) -> std::ostream& {
         return out << "  " << std::left << std::setw(kLabelWidth) << text << std::right;
@@ -90,6 +98,12 @@ void PrintReport(std::ostream& out, const SceneOptions& options, const std::stri
     label("error, RMS") << accuracy.rmsMm << " mm (" << accuracy.rmsRightCodeMm
                         << " mm without wrong codes)\n";
     label("error, 95 percent") << accuracy.p95Mm << " mm\n";
+    if (measurement.table.has_value()) {
+        const TableDeviation& table = *measurement.table;
+        label("table") << std::setprecision(5) << "at most " << table.largestMm
+                       << " mm from computed points, RMS " << table.rmsMm << " mm; " << table.missing
+                       << " points missing\n";
+    }
     out << "Stages\n" << std::setprecision(1);
     for (const auto& [stage, milliseconds] : times) {
         label(stage) << std::setw(8) << milliseconds << " ms\n";
@@ -156,7 +170,8 @@ Acquisition AcquireFromFiles(const SceneOptions& options, Progress& progress)
     return result;
 }
 
-void RunDemo(const SceneOptions& options, const std::string& source, bool json, std::ostream& out)
+void RunDemo(const SceneOptions& options, const std::string& source, ETriangulation triangulation, bool json,
+             std::ostream& out)
 {
     CreateFolder(options.out);
     StageTimes times;
@@ -166,14 +181,14 @@ void RunDemo(const SceneOptions& options, const std::string& source, bool json, 
         const auto acquire = source == kSimulatedSource ? AcquireFromFiles : AcquireFromDevice;
         const Acquisition acquired = acquire(options, progress);
         const Rendering& rendering = *acquired.rendering;
-        measurement = Measure(acquired.images, rendering, options.out / "model.txt", progress);
+        measurement = Measure(acquired.images, rendering, options.out / "model.txt", triangulation, progress);
         progress.Run("write results", [&] { WriteMeasurement(rendering, measurement, options.out); });
         times = progress.GetTimes();
     }
     if (json) {
-        PrintJson(out, ToJson(options, source, measurement.accuracy, times));
+        PrintJson(out, ToJson(options, source, measurement, times));
     } else {
-        PrintReport(out, options, source, measurement.accuracy, times);
+        PrintReport(out, options, source, measurement, times);
     }
 }
 
@@ -244,6 +259,8 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
                      "Where the images come from: the virtual device, or its files replayed")
         ->check(CLI::IsMember({kVirtualSource, kSimulatedSource}))
         ->capture_default_str();
+    bool exact = false;
+    demo->add_flag("--exact", exact, "Compute each point instead of looking it up in a table");
     AddSceneOptions(*render, options, json);
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
@@ -252,7 +269,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     }
     try {
         if (demo->parsed()) {
-            RunDemo(options, source, json, out);
+            RunDemo(options, source, exact ? ETriangulation::eComputed : ETriangulation::eTable, json, out);
         } else if (render->parsed()) {
             RunRender(options, json, out);
         }

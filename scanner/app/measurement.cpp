@@ -4,6 +4,7 @@
 #include "cctimage.h"
 #include "lxccctserializer.h"
 #include "lxcpinholeframework.h"
+#include "lxsscandatacct.h"
 #include "scanner/decoder/decoder.h"
 
 #include <algorithm>
@@ -14,6 +15,10 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+
+#include <string>
+#include <system_error>
+#include <unistd.h>
 
 namespace app {
 
@@ -61,6 +66,25 @@ void LoadModel(const std::filesystem::path& file, LxCV::LxCPinholeFramework& mod
     }
 }
 
+/// Writes the full points as a 3D file. The library would take a backslash in the path for a separator; such a file is
+/// written elsewhere and moved to its place.
+void WriteScan(const LxCV::LxSScanDataCCT& record, const std::filesystem::path& file)
+{
+    const bool hasBackslash = file.string().find('\\') != std::string::npos;
+    const std::filesystem::path written = hasBackslash ? std::filesystem::temp_directory_path() /
+                                                             ("lumorad." + std::to_string(getpid()) + ".3d")
+                                                       : file;
+    std::error_code error;
+    const bool isWritten = record.Write3DFile(written.string(), false);
+    if (isWritten && hasBackslash) {
+        std::filesystem::copy_file(written, file, std::filesystem::copy_options::overwrite_existing, error);
+        std::filesystem::remove(written);
+    }
+    if (!isWritten || error) {
+        throw std::runtime_error("cannot write " + file.string());
+    }
+}
+
 CloudPoint ToCloudPoint(const decoder::MeasuredPoint& point, const ColourImage& reference)
 {
     const int row = std::clamp(static_cast<int>(std::lround(point.edge.row)), 0, reference.GetHeight() - 1);
@@ -89,27 +113,34 @@ void WriteRendering(const acquisition::Rendering& rendering, const std::filesyst
 }
 
 Measurement Measure(const acquisition::ImagePair& images, const acquisition::Rendering& rendering,
-                    const std::filesystem::path& modelFile, Progress& progress)
+                    const std::filesystem::path& modelFile, ETriangulation triangulation, Progress& progress)
 {
     const int width = images.pattern.GetWidth();
     const int height = images.pattern.GetHeight();
-    LxCV::LxCPinholeFramework model;
-    progress.Run("load model", [&] { LoadModel(modelFile, model); });
-    if (model.GetStatus(width, height) != LxCV::LxCPinholeFramework::eOk) {
+    const auto model = std::make_shared<LxCV::LxCPinholeFramework>();
+    progress.Run("load model", [&] { LoadModel(modelFile, *model); });
+    if (model->GetStatus(width, height) != LxCV::LxCPinholeFramework::eOk) {
         throw std::runtime_error(modelFile.string() + " is no calibrated model for images of this size");
     }
-    decoder::Decoder decoder(model);
-    decoder.Init(width, height);
+    decoder::DecoderConfig config;
+    config.useTable = triangulation == ETriangulation::eTable;
+    const auto measuring = std::make_shared<decoder::Decoder>(*model, config);
+    decoder::Decoder& decoder = *measuring;
+    progress.Run("prepare", [&] { decoder.Init(width, height); });
     progress.Run("remove texture", [&] { decoder.ComputeSignal(images.reference, images.pattern); });
     progress.Run("find edges", [&] { decoder.FindEdges(); });
     progress.Run("read code words", [&] { decoder.ReadCodeWords(); });
     progress.Run("trace edges", [&] { decoder.TraceEdges(); });
     progress.Run("triangulate", [&] { decoder.Triangulate(); });
+    progress.Run("deliver", [&] { decoder.Deliver(images.reference); });
 
-    Measurement measurement;
+    Measurement measurement{model, measuring, {}, {}, {}};
     progress.Run("compare", [&] {
         measurement.accuracy =
             CompareWithTruth(*rendering.device, *rendering.scene, rendering.pair.truth, decoder.GetPoints());
+        if (config.useTable) {
+            measurement.table = CompareWithComputed(*model, decoder.GetEdgePixels(), decoder.GetPoints());
+        }
     });
     const ColourImage colours = Picture(images.reference);
     for (const decoder::MeasuredPoint& point : decoder.GetPoints()) {
@@ -123,6 +154,7 @@ void WriteMeasurement(const acquisition::Rendering& rendering, const Measurement
 {
     const device::RenderedPair& pair = rendering.pair;
     WritePly(out / "cloud.ply", measurement.cloud);
+    WriteScan(measurement.decoder->GetRecord(), out / "scan.3d");
     const auto [nearest, farthest] = DepthRange(measurement.cloud);
     const ColourImage depth =
         PaintDepth(pair.pattern.width, pair.pattern.height, measurement.cloud, nearest, farthest);

@@ -2,7 +2,11 @@
 #include "scanner/decoder/decoder.h"
 
 #include "lxcpinholeframework.h"
+#include "lxcstripepattern.h"
+#include "lxctriangulationlut.h"
+#include "scanner/decoder/scanrecord.h"
 
+#include <array>
 #include <new>
 #include <stdexcept>
 
@@ -10,6 +14,15 @@ namespace decoder {
 
 using LxCV::CCTImage;
 using LxCV::LxC3DCoordsCCT;
+
+namespace {
+
+int CountEdges(const LxCV::LxCPinholeFramework& model)
+{
+    return model.GetCLPattern()->GetNrOfStripeEdges();
+}
+
+} // namespace
 
 Decoder::Decoder(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config)
     : m_model(model), m_config(config), m_writer(config), m_reader(model, config), m_tracer(model, config)
@@ -29,6 +42,23 @@ void Decoder::Init(int width, int height)
     m_edges.clear();
     m_points.resize(edges);
     m_points.clear();
+    if (m_config.useTable && !m_data.Init(width, height, width, height, width, CountEdges(m_model),
+                                          CCTImage::eIDT_BGRU8, &m_model, nullptr)) {
+        throw std::runtime_error("the model's points cannot be tabulated");
+    }
+    FitRecord(width, height);
+}
+
+/// Gives the record a size, if it is not its own.
+void Decoder::FitRecord(int width, int height)
+{
+    LxCV::LxSScanDataCCT& record = m_data.GetScanData();
+    const int edges = CountEdges(m_model);
+    const CCTImage* const points = record.GetFull3DPoints();
+    if ((points == nullptr || points->GetWidth() != width || points->GetHeight() != edges) &&
+        !record.Initialize(width, edges, width, height, false)) {
+        throw std::bad_alloc();
+    }
 }
 
 /// Gives the edge words a size, if it is not theirs.
@@ -62,21 +92,46 @@ void Decoder::TraceEdges()
     m_tracer.Trace(m_words, m_edges);
 }
 
+/// The point of an edge pixel; depth 0 where there is none, whatever the model's working range says.
+LxC3DCoordsCCT Decoder::PointAt(const EdgePixel& edge) const
+{
+    LxC3DCoordsCCT position;
+    if (m_config.useTable) {
+        std::array<float, 3> xyz{};
+        unsigned char isValid = 0;
+        m_data.GetTriangulationLUT()->LookUpXYZ(static_cast<float>(edge.column), static_cast<float>(edge.row),
+                                                edge.stripeEdge, xyz.data(), &isValid);
+        position.x = xyz[0];
+        position.y = xyz[1];
+        position.z = xyz[2];
+    } else {
+        m_model.ComputeEdgeXYZ(edge.column, edge.row, edge.stripeEdge, true, &position.x, &position.y,
+                               &position.z, false);
+    }
+    return position;
+}
+
 void Decoder::Triangulate()
 {
+    if (m_config.useTable && m_data.GetTriangulationLUT() == nullptr) {
+        throw std::logic_error("there is no table of points to look up");
+    }
     m_points.clear();
     m_points.reserve(m_edges.size());
     const double nearest = m_model.GetMinZc();
     const double farthest = m_model.GetMaxZc();
     for (const EdgePixel& edge : m_edges) {
-        LxC3DCoordsCCT position;
-        m_model.ComputeEdgeXYZ(edge.column, edge.row, edge.stripeEdge, true, &position.x, &position.y,
-                               &position.z, false);
-        // Depth 0 is the model's answer where there is no point, whatever its working range says.
+        const LxC3DCoordsCCT position = PointAt(edge);
         if (position.z > 0.0 && position.z >= nearest && position.z <= farthest) {
             m_points.push_back({edge, position});
         }
     }
+}
+
+void Decoder::Deliver(const CCTImage& reference)
+{
+    FitRecord(m_signal.GetWidth(), m_signal.GetHeight());
+    FillRecord(m_points, reference, m_data.GetScanData());
 }
 
 } // namespace decoder

@@ -2,25 +2,19 @@
 #pragma once
 
 #include "cctimage.h"
-#include "lxc3dcoordscct.h"
+#include "lxc3ddata.h"
 #include "scanner/decoder/codewords.h"
 #include "scanner/decoder/decoderconfig.h"
 #include "scanner/decoder/edgetracer.h"
 #include "scanner/decoder/edgewords.h"
+#include "scanner/decoder/scanrecord.h"
 #include "scanner/decoder/stripesignal.h"
 
 #include <vector>
 
 namespace decoder {
 
-/// One measured point with the edge pixel it comes from.
-struct MeasuredPoint
-{
-    EdgePixel edge;
-    LxCV::LxC3DCoordsCCT position; ///< mm, camera frame
-};
-
-/// The decoding stage: signal, edge words, code words, traced edges and points, one call for each, so that a caller
+/// The decoding stage: signal, edge words, code words, traced edges, points and record, one call for each, so that a caller
 /// can time and look at every step. The working buffers are kept from measurement to measurement.
 ///
 /// Any pixel values will do, also infinite ones and such that are not numbers, and any model: what cannot be
@@ -32,8 +26,9 @@ public:
     explicit Decoder(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config = {});
 
     /// Makes the working buffers for images of so many pixels, so that the first measurement finds them in memory
-    /// as all later ones do. Optional: the steps make what is missing.
-    /// @throws std::bad_alloc, std::invalid_argument for sizes below 1
+    /// as all later ones do, and the table of triangulated points, if points are looked up. Optional without a table:
+    /// the steps make what is missing.
+    /// @throws std::bad_alloc, std::invalid_argument for sizes below 1, std::runtime_error if there is no table
     void Init(int width, int height);
 
     /// Frees the pattern image of shading and texture.
@@ -51,15 +46,28 @@ public:
     void TraceEdges();
 
     /// Triangulates the traced edges; those outside the working range are left out.
+    /// @throws std::logic_error if points are looked up and `Init` has made no table
     void Triangulate();
+
+    /// Makes the record of the measurement: the points in a grid of image columns and stripe edges, their colours and
+    /// normals.
+    /// @param reference the image that the signal was computed from
+    /// @throws std::bad_alloc
+    void Deliver(const LxCV::CCTImage& reference);
 
     /// `LxCExtremum` words; after tracing, pixels of traced edges are `LxCLightStripeEdgeSinglePixel` words.
     const LxCV::CCTImage& GetEdgeWords() const { return m_words; }
     const std::vector<EdgePixel>& GetEdgePixels() const { return m_edges; }
     const std::vector<MeasuredPoint>& GetPoints() const { return m_points; }
 
+    /// What `Deliver` made. The full images have a column for each image column and a row for each stripe edge.
+    const LxCV::LxSScanDataCCT& GetRecord() const { return m_data.GetScanData(); }
+    LxCV::LxSScanDataCCT& GetRecord() { return m_data.GetScanData(); }
+
 private:
     void FitWords(int width, int height);
+    void FitRecord(int width, int height);
+    LxCV::LxC3DCoordsCCT PointAt(const EdgePixel& edge) const;
 
     const LxCV::LxCPinholeFramework& m_model;
     DecoderConfig m_config;
@@ -70,6 +78,7 @@ private:
     LxCV::CCTImage m_words; ///< INT32
     std::vector<EdgePixel> m_edges;
     std::vector<MeasuredPoint> m_points;
+    LxCV::LxC3DData m_data; ///< the record, and the table where points are looked up
 };
 
 } // namespace decoder

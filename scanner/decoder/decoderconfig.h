@@ -35,6 +35,10 @@ struct DecoderConfig
     /// How far an edge may go up or down from one column to the next; rows.
     int traceRadius = 2;
 
+    /// Whether points are looked up in the library's table of triangulated points, which `Decoder::Init` makes, instead
+    /// of being computed one by one.
+    bool useTable = false;
+
     /// What the library keeps for this stage: for teeth or for plaster, with the limits of the edge detection for each.
     LxCV::LxCCCLAlgoConfig algorithm = AlgorithmDefaults();
 

@@ -21,6 +21,8 @@ struct EdgePixel
     int column;     ///< pixels
     double row;     ///< pixels, distorted image; integer rows are pixel centres
     int stripeEdge; ///< number of the stripe edge on the slide
+
+    bool operator==(const EdgePixel&) const = default;
 };
 
 /// Traces the stripe edges of an image of `LxCExtremum` words that carry cyclic numbers as ids.

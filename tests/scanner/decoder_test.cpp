@@ -174,6 +174,46 @@ TEST_F(DecoderOnADevice, BuffersMadeBeforehandChangeNothing)
     }
 }
 
+TEST_F(DecoderOnADevice, LooksUpPointsNearTheComputedOnes)
+{
+    constexpr double kDeviation = 0.004; // mm, of the table's grid
+    DecoderConfig config;
+    config.useTable = true;
+    Decoder decoder(*m_model, config);
+    EXPECT_THROW(decoder.Triangulate(), std::logic_error);
+    decoder.Init(s_pair->reference.width, s_pair->reference.height);
+    Decode(decoder, Wrap(s_pair->reference), Wrap(s_pair->pattern));
+    const auto computed = Measure();
+    ASSERT_GT(decoder.GetPoints().size(), computed.size() * 9 / 10);
+    auto expected = computed.begin();
+    for (const MeasuredPoint& point : decoder.GetPoints()) {
+        expected = std::find_if(expected, computed.end(),
+                                [&](const MeasuredPoint& other) { return other.edge == point.edge; });
+        ASSERT_NE(expected, computed.end());
+        ASSERT_NEAR(point.position.x, expected->position.x, kDeviation);
+        ASSERT_NEAR(point.position.y, expected->position.y, kDeviation);
+        ASSERT_NEAR(point.position.z, expected->position.z, kDeviation);
+    }
+}
+
+TEST_F(DecoderOnADevice, DeliversEachPointInItsRecord)
+{
+    Decoder decoder(*m_model);
+    Decode(decoder, Wrap(s_pair->reference), Wrap(s_pair->pattern));
+    decoder.Deliver(Wrap(s_pair->reference));
+    const LxCV::LxSScanDataCCT& record = decoder.GetRecord();
+    EXPECT_EQ(record.GetFull3DPoints()->GetWidth(), kWidth);
+    EXPECT_EQ(record.GetFull3DPoints()->GetHeight(), m_model->GetCLPattern()->GetNrOfStripeEdges());
+    ASSERT_FALSE(decoder.GetPoints().empty());
+    for (const MeasuredPoint& point : decoder.GetPoints()) {
+        ASSERT_EQ(record.GetFullValidMask()->GetBytePixelFast(point.edge.column, point.edge.stripeEdge), 1);
+        LxCV::LxCFloat3 position;
+        record.GetFull3DPoints()->GetPixelFast(point.edge.column, point.edge.stripeEdge, &position);
+        ASSERT_EQ(position.get(2), static_cast<float>(point.position.z));
+    }
+    EXPECT_EQ(record.GetNumValidPoints(), static_cast<int>(decoder.GetPoints().size()));
+}
+
 TEST_F(DecoderOnADevice, MakesNoBuffersForImpossibleSizes)
 {
     constexpr int kMost = std::numeric_limits<int>::max();

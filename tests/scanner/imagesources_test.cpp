@@ -66,7 +66,7 @@ protected:
     Measurement MeasurePair(const ImagePair& images, const Rendering& rendering) const
     {
         Progress progress(1);
-        return Measure(images, rendering, Folder() / "model.txt", progress);
+        return Measure(images, rendering, Folder() / "model.txt", ETriangulation::eTable, progress);
     }
 
     TestSupport::CTemporaryFolder m_folder;

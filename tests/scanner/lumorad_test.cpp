@@ -36,10 +36,12 @@ class Lumorad : public ::testing::Test
 {
 protected:
     nlohmann::json Demo(const std::string& scene, const std::string& noise, const std::string& folder = "a",
-                        const std::string& source = "virtual") const
+                        const std::vector<std::string>& options = {}) const
     {
-        const Outcome outcome = RunProgram({"demo", "--scene", scene, "--noise", noise, "--json", "--source",
-                                            source, "--out", (m_folder / folder).string()});
+        std::vector<std::string> arguments{"demo", "--scene", scene,   "--noise",
+                                           noise,  "--json",  "--out", (m_folder / folder).string()};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const Outcome outcome = RunProgram(arguments);
         EXPECT_EQ(outcome.exitCode, kExitDone) << outcome.err;
         return nlohmann::json::parse(outcome.out);
     }
@@ -50,7 +52,7 @@ protected:
 
 TEST_F(Lumorad, DemoMeasuresTheMolarWithinItsBounds)
 {
-    const nlohmann::json report = Demo("molar", "1");
+    const nlohmann::json report = Demo("molar", "1", "a", {"--exact"});
     EXPECT_GE(report.at("points").get<int>(), 50000);
     EXPECT_LE(report.at("rms_mm").get<double>(), 0.0075);
     EXPECT_LT(report.at("wrong_code_fraction").get<double>(), 0.001);
@@ -62,18 +64,19 @@ TEST_F(Lumorad, DemoMeasuresTheMolarWithinItsBounds)
         EXPECT_GT(milliseconds.get<double>(), 0.0) << stage;
         stages.insert(stage);
     }
-    EXPECT_EQ(stages, (std::set<std::string>{"render", "write images", "acquire", "load model",
-                                             "remove texture", "find edges", "read code words", "trace edges",
-                                             "triangulate", "compare", "write results"}));
+    EXPECT_EQ(stages,
+              (std::set<std::string>{"render", "write images", "acquire", "load model", "remove texture",
+                                     "find edges", "read code words", "trace edges", "triangulate", "compare",
+                                     "write results", "prepare", "deliver"}));
     for (const char* file :
-         {"reference.png", "pattern.png", "depth.png", "overview.png", "cloud.ply", "model.txt"}) {
+         {"reference.png", "pattern.png", "depth.png", "overview.png", "cloud.ply", "model.txt", "scan.3d"}) {
         EXPECT_GT(std::filesystem::file_size(m_folder / "a" / file), 0U) << file;
     }
 }
 
 TEST_F(Lumorad, DemoMeasuresANoiseFreePlaneToMicrometres)
 {
-    const nlohmann::json report = Demo("plane", "0");
+    const nlohmann::json report = Demo("plane", "0", "a", {"--exact"});
     EXPECT_GE(report.at("points").get<int>(), 50000);
     EXPECT_LE(report.at("rms_mm").get<double>(), 0.0007);
     EXPECT_EQ(report.at("wrong_code_fraction").get<double>(), 0.0);
@@ -98,12 +101,15 @@ TEST_F(Lumorad, DemoGivesTheSameCloudHoweverItReports)
     const std::string cloud = ReadFile(m_folder / "a" / "cloud.ply");
     EXPECT_FALSE(cloud.empty());
     EXPECT_TRUE(ReadFile(folder / "cloud.ply") == cloud);
+    const std::string scan = ReadFile(m_folder / "a" / "scan.3d");
+    EXPECT_FALSE(scan.empty());
+    EXPECT_TRUE(ReadFile(folder / "scan.3d") == scan);
 }
 
 TEST_F(Lumorad, DemoGivesTheSameFiguresFromEitherSource)
 {
-    nlohmann::json fromDevice = Demo("plane", "0", "a", "virtual");
-    nlohmann::json fromFiles = Demo("plane", "0", "b", "simulated");
+    nlohmann::json fromDevice = Demo("plane", "0", "a", {"--source", "virtual"});
+    nlohmann::json fromFiles = Demo("plane", "0", "b", {"--source", "simulated"});
     EXPECT_EQ(fromDevice.at("source"), "virtual");
     EXPECT_EQ(fromFiles.at("source"), "simulated");
     for (const char* differs : {"source", "out", "stages_ms"}) {
@@ -112,8 +118,26 @@ TEST_F(Lumorad, DemoGivesTheSameFiguresFromEitherSource)
     }
     EXPECT_EQ(fromFiles, fromDevice);
     EXPECT_TRUE(ReadFile(m_folder / "a" / "cloud.ply") == ReadFile(m_folder / "b" / "cloud.ply"));
+    EXPECT_TRUE(ReadFile(m_folder / "a" / "scan.3d") == ReadFile(m_folder / "b" / "scan.3d"));
     EXPECT_FALSE(std::filesystem::exists(m_folder / "a" / "pattern.tif"));
     EXPECT_TRUE(std::filesystem::exists(m_folder / "b" / "pattern.tif"));
+}
+
+TEST_F(Lumorad, DemoLooksPointsUpAndTellsHowFarTheyAreFromComputedOnes)
+{
+    const nlohmann::json computed = Demo("plane", "0", "a", {"--exact"});
+    const nlohmann::json found = Demo("plane", "0", "b");
+    EXPECT_EQ(computed.at("exact"), true);
+    EXPECT_FALSE(computed.contains("table_rms_mm"));
+    EXPECT_EQ(found.at("exact"), false);
+    EXPECT_EQ(found.at("points").get<int>() + found.at("table_missing").get<int>(), computed.at("points"));
+    EXPECT_GT(found.at("table_missing").get<int>(), 0) << "there are none beside the marks of the slide";
+    constexpr double kLargest = 0.004; // mm: what the grid's steps let pass at this working distance
+    EXPECT_LT(found.at("table_largest_mm").get<double>(), kLargest);
+    EXPECT_GT(found.at("table_rms_mm").get<double>(), 0.0);
+    EXPECT_LE(found.at("table_rms_mm"), found.at("table_largest_mm"));
+    EXPECT_LT(found.at("rms_mm").get<double>(), 0.002);
+    EXPECT_GT(found.at("coverage").get<double>(), 0.97);
 }
 
 TEST_F(Lumorad, FilesWithABackslashInTheirPathAreNotReplayed)

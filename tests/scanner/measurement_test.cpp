@@ -42,7 +42,7 @@ protected:
     Measurement MeasureWithFile(const std::string& file)
     {
         Progress progress(1);
-        return Measure(m_images, *m_grabber.GetRendering(), file, progress);
+        return Measure(m_images, *m_grabber.GetRendering(), file, ETriangulation::eComputed, progress);
     }
 
     /// What the measurement with a model complains about; empty if it does not.
