@@ -1,11 +1,11 @@
 // Rows of single channels, taken apart, moved and joined, with wider vectors where the processor has them.
 #include "channelkernels.h"
 
+#include "scratchvector.h"
 #include "vectorunits.h"
 
 #include <algorithm>
 #include <cstring>
-#include <vector>
 
 #if defined(__x86_64__)
 #include <immintrin.h>
@@ -111,7 +111,7 @@ public:
     /// The channel, backwards if so, moved along the row.
     const std::uint8_t* Moved()
     {
-        const std::vector<std::uint8_t>& row = IsBackwards() ? m_Reversed : m_Taken;
+        const ScratchVector<std::uint8_t>& row = IsBackwards() ? m_Reversed : m_Taken;
         if (m_Source.cols == 0) {
             return row.data();
         }
@@ -120,7 +120,7 @@ public:
     }
 
 private:
-    void Shift(const std::vector<std::uint8_t>& row)
+    void Shift(const ScratchVector<std::uint8_t>& row)
     {
         const std::size_t width = m_Extent.width;
         const auto size = static_cast<std::int64_t>(width);
@@ -139,9 +139,9 @@ private:
 
     SExtent m_Extent;
     SChannelSource m_Source;
-    std::vector<std::uint8_t> m_Taken;
-    std::vector<std::uint8_t> m_Reversed;
-    std::vector<std::uint8_t> m_Shifted;
+    ScratchVector<std::uint8_t> m_Taken;
+    ScratchVector<std::uint8_t> m_Reversed;
+    ScratchVector<std::uint8_t> m_Shifted;
 };
 
 template <std::size_t from, std::size_t to>

@@ -1,12 +1,12 @@
 // Separable filters, each row vertically and then horizontally, with wider vectors where the processor has them.
 #include "filterkernels.h"
 
+#include "scratchvector.h"
 #include "vectorunits.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <vector>
 
 namespace LxCV::FilterKernels {
 
@@ -41,7 +41,7 @@ private:
     std::size_t m_uiMargin;
     std::size_t m_uiSize;
     std::size_t m_uiChannels;
-    std::vector<float> m_vfValues;
+    ScratchVector<float> m_vfValues;
 };
 
 /// The row `y` + `offset` of a plane, at the border the nearest one.
@@ -189,8 +189,8 @@ private:
     const float* m_pSource;
     std::size_t m_uiRadius;
     std::size_t m_uiWindow;
-    std::vector<float> m_vfToEnd;     ///< rows of a block, each summed up with those below it
-    std::vector<float> m_vfFromBegin; ///< the next block's rows so far
+    ScratchVector<float> m_vfToEnd;     ///< rows of a block, each summed up with those below it
+    ScratchVector<float> m_vfFromBegin; ///< the next block's rows so far
 };
 
 /// Sums of a window of fixed size along a padded row, pair by pair from the middle.
@@ -241,7 +241,7 @@ template <std::size_t radius>
 {
     ColumnSums columns(plane, radius, source);
     PaddedRow padded(plane, radius);
-    std::vector<float> spare(padded.PaddedSize());
+    ScratchVector<float> spare(padded.PaddedSize());
     const std::size_t window = 2 * radius + 1;
     const auto scale = static_cast<float>(1.0 / static_cast<double>(window * window));
     for (std::size_t y = 0; y < plane.height; ++y, target += plane.RowSize()) {

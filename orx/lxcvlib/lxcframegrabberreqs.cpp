@@ -6,6 +6,7 @@
 #include "orx/logging/logger.h"
 #include "overlapkernels.h"
 #include "pixelelements.h"
+#include "scratchvector.h"
 
 #include <algorithm>
 #include <array>
@@ -116,17 +117,23 @@ void LxCFrameGrabberReqs::ConvertImage(const CCTImage* in, CCTImage* out) const
 void LxCFrameGrabberReqs::ConvertAligned(const CCTImage& in, CCTImage& out) const
 {
     const bool isGray = in.GetDataType() == CCTImage::eIDT_GRAY8;
-    CCTImage mirrored;
-    const CCTImage* source = &in;
-    if (isGray || HasMirroredChannel()) {
-        mirrored.Resize(in.GetWidth(), in.GetHeight(), in.GetDataType());
-        MirrorRGBChannels(&in, &mirrored, m_iMirrorRChannel, m_iMirrorGChannel, m_iMirrorBChannel);
-        source = &mirrored;
+    if (!isGray && !HasMirroredChannel()) {
+        ConvertUnmirrored(in, out);
+        return;
     }
-    if (m_bCorrectChannelOverlap && !isGray) {
-        CorrectChannelOverlap(source, &out);
+    // As many bytes as the image has, all 0.
+    ScratchVector<std::byte> pixels(in.IsValid() ? static_cast<std::size_t>(in.GetSizeInBytes()) : 0);
+    CCTImage mirrored(in.GetWidth(), in.GetHeight(), in.GetDataType(), false, pixels.data());
+    MirrorRGBChannels(&in, &mirrored, m_iMirrorRChannel, m_iMirrorGChannel, m_iMirrorBChannel);
+    ConvertUnmirrored(mirrored, out);
+}
+
+void LxCFrameGrabberReqs::ConvertUnmirrored(const CCTImage& in, CCTImage& out) const
+{
+    if (m_bCorrectChannelOverlap && in.GetDataType() != CCTImage::eIDT_GRAY8) {
+        CorrectChannelOverlap(&in, &out);
     } else {
-        source->Convert(&out, false);
+        in.Convert(&out, false);
     }
 }
 

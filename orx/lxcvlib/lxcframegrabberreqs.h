@@ -121,6 +121,7 @@ private:
 
     bool HasMirroredChannel() const;
     void ConvertAligned(const CCTImage& in, CCTImage& out) const;
+    void ConvertUnmirrored(const CCTImage& in, CCTImage& out) const;
 
     std::string m_sSerialNumber = "unknown";
     float m_fRShiftCol = 0.0F;

@@ -2,13 +2,13 @@
 #include "normalkernels.h"
 
 #include "scankernels.h"
+#include "scratchvector.h"
 #include "vectorunits.h"
 
 #include <array>
 #include <bit>
 #include <cmath>
 #include <limits>
-#include <vector>
 
 namespace LxCV::NormalKernels {
 
@@ -138,7 +138,7 @@ public:
 
 private:
     std::size_t m_Length;
-    std::vector<float> m_vfValues;
+    ScratchVector<float> m_vfValues;
 };
 
 /// The coordinates of the points of a line.

@@ -1,6 +1,8 @@
 // Bilinear resampling row by row, with wider vectors where the processor has them.
 #include "overlapkernels.h"
 
+#include "scratchvector.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -8,7 +10,6 @@
 #include <cstddef>
 #include <cstring>
 #include <limits>
-#include <vector>
 
 namespace LxCV::ImageKernels {
 
@@ -154,8 +155,8 @@ private:
 
     std::size_t m_uiWidth;
     const std::uint8_t* m_pPixels;
-    std::vector<std::size_t> m_vuiRow; ///< which row a slot holds; as many as a power of two
-    std::vector<std::uint8_t> m_vPlanes;
+    ScratchVector<std::size_t> m_vuiRow; ///< which row a slot holds; as many as a power of two
+    ScratchVector<std::uint8_t> m_vPlanes;
 };
 
 /// Samples one channel of an image, a row at a time.
@@ -341,11 +342,11 @@ private:
     PlanarRows& m_Rows;
     std::size_t m_uiChannel;
     SChannelPlacement m_Placement;
-    bool m_bPlaced;                ///< whether all of m_Placement is finite; otherwise no place is
-    std::vector<float> m_vfCosine; ///< x * cosine per column
-    std::vector<float> m_vfSine;   ///< x * sine per column
-    float m_fCosine = 0.0F;        ///< y * cosine of the present row
-    float m_fSine = 0.0F;          ///< y * sine of the present row
+    bool m_bPlaced;                  ///< whether all of m_Placement is finite; otherwise no place is
+    ScratchVector<float> m_vfCosine; ///< x * cosine per column
+    ScratchVector<float> m_vfSine;   ///< x * sine per column
+    float m_fCosine = 0.0F;          ///< y * cosine of the present row
+    float m_fSine = 0.0F;            ///< y * sine of the present row
 };
 
 [[gnu::always_inline]] inline void Join(const float* __restrict blue, const std::uint8_t* __restrict green,
@@ -366,8 +367,8 @@ private:
     PlanarRows rows(extent, bgr);
     ChannelSampler blueSampler(extent, bgr, rows, 0, blue);
     ChannelSampler redSampler(extent, bgr, rows, 2, red);
-    std::vector<float> blueRow(extent.width);
-    std::vector<float> redRow(extent.width);
+    ScratchVector<float> blueRow(extent.width);
+    ScratchVector<float> redRow(extent.width);
     for (std::size_t y = 0; y < extent.height; ++y, target += extent.width * c_uiChannels) {
         blueSampler.Sample(y, blueRow.data());
         redSampler.Sample(y, redRow.data());

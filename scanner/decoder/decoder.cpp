@@ -35,6 +35,7 @@ void Decoder::Init(int width, int height)
     }
     m_signal.Init(width, height);
     FitWords(width, height);
+    m_writer.Init(height);
     m_reader.Init(width, height);
     m_tracer.Init(width, height);
     const std::size_t edges = ExpectedEdgePixels(width, height);
@@ -47,6 +48,10 @@ void Decoder::Init(int width, int height)
         throw std::runtime_error("the model's points cannot be tabulated");
     }
     FitRecord(width, height);
+    // Nothing is found in black images, but the library's kernels then have their working memory as well.
+    const CCTImage black(width, height, CCTImage::eIDT_FLOAT32_3, 0.0F);
+    ComputeSignal(black, black);
+    Deliver(black);
 }
 
 /// Gives the record a size, if it is not its own.

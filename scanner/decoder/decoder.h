@@ -25,9 +25,9 @@ public:
     /// @param model calibrated; must outlive the decoder
     explicit Decoder(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config = {});
 
-    /// Makes the working buffers for images of so many pixels, so that the first measurement finds them in memory
-    /// as all later ones do, and the table of triangulated points, if points are looked up. Optional without a table:
-    /// the steps make what is missing.
+    /// Makes the working buffers for images of so many pixels, and the table of triangulated points, if points are
+    /// looked up. Measurements of such images on the calling thread then take no memory, not even the first one, unless
+    /// they find far more edges than a striped surface has. Optional without a table: the steps make what is missing.
     /// @throws std::bad_alloc, std::invalid_argument for sizes below 1, std::runtime_error if there is no table
     void Init(int width, int height);
 

@@ -74,6 +74,16 @@ LxCSymbol SumOfSymbols(std::span<const ChannelStep> steps)
 
 } // namespace
 
+void EdgeWordWriter::Init(int height)
+{
+    const auto rows = static_cast<std::size_t>(height);
+    for (std::vector<ChannelStep>& steps : m_channelSteps) {
+        steps.reserve(rows);
+    }
+    m_twoChannels.reserve(2 * rows);
+    m_steps.reserve(kChannels * rows);
+}
+
 void EdgeWordWriter::Write(const StripeSignal& signal, CCTImage& words)
 {
     const bool fits = words.GetDataType() == LxCV::CCTImage::eIDT_INT32 &&

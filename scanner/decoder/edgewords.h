@@ -36,6 +36,9 @@ public:
         : m_minGradient(config.minGradient), m_maxChannelSpread(config.maxChannelSpread)
     {}
 
+    /// Makes the working buffers for columns of so many rows.
+    void Init(int height);
+
     /// @param words image of type INT32 and of the signal's size; cleared and filled
     /// @throws std::invalid_argument if the sizes or the type differ, or if there are no pixels
     void Write(const StripeSignal& signal, LxCV::CCTImage& words);

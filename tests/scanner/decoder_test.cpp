@@ -1,7 +1,10 @@
 #include "scanner/decoder/decoder.h"
 
+#include "lxcframegrabberreqs.h"
+#include "lxcimagedata.h"
 #include "lxcpinholeframework.h"
 #include "lxcstripepattern.h"
+#include "tests/lxcvlib/allocationcount.h"
 #include "tests/scanner/testmodel.h"
 
 #include <gtest/gtest.h>
@@ -194,6 +197,37 @@ TEST_F(DecoderOnADevice, LooksUpPointsNearTheComputedOnes)
         ASSERT_NEAR(point.position.y, expected->position.y, kDeviation);
         ASSERT_NEAR(point.position.z, expected->position.z, kDeviation);
     }
+}
+
+TEST_F(DecoderOnADevice, AMeasurementTakesNoMemory)
+{
+    const int width = s_pair->reference.width;
+    const int height = s_pair->reference.height;
+    const CCTImage floatReference = Wrap(s_pair->reference);
+    const CCTImage floatPattern = Wrap(s_pair->pattern);
+    CCTImage rawReference(width, height, CCTImage::eIDT_BGRU8, true, nullptr);
+    CCTImage rawPattern(width, height, CCTImage::eIDT_BGRU8, true, nullptr);
+    ASSERT_EQ(floatReference.ConvertToBGRU8(&rawReference, false), 0);
+    ASSERT_EQ(floatPattern.ConvertToBGRU8(&rawPattern, false), 0);
+
+    LxCV::LxCFrameGrabberReqs requirements;
+    requirements.SetMirrorChannelsSettings(true, CCTImage::eMM_None, CCTImage::eMM_None, CCTImage::eMM_None);
+    LxCV::LxCImageData images;
+    ASSERT_TRUE(images.Init(width, height, width, height, nullptr, CCTImage::eIDT_BGRU8));
+    DecoderConfig config;
+    config.useTable = true;
+    Decoder decoder(*m_model, config);
+    decoder.Init(width, height);
+    requirements.ConvertImage(&rawPattern, images.GetPatImg()); // a source does so for its test image
+
+    const LxCV::AllocationCount allocations;
+    ASSERT_TRUE(images.SetRawImages(&rawPattern, &rawReference));
+    requirements.ConvertImage(images.GetRawPatImg(), images.GetPatImg());
+    requirements.ConvertImage(images.GetRawRefImg(), images.GetRefImg());
+    Decode(decoder, *images.GetRefImg(), *images.GetPatImg());
+    decoder.Deliver(*images.GetRefImg());
+    EXPECT_EQ(allocations.Get(), 0U);
+    EXPECT_GT(decoder.GetRecord().GetNumValidPoints(), 1000);
 }
 
 TEST_F(DecoderOnADevice, DeliversEachPointInItsRecord)
