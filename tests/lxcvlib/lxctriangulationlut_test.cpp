@@ -359,6 +359,21 @@ TEST(LxCTriangulationLUT, CellWithOneCornerWithoutAPointHasNone)
     }
 }
 
+TEST(LxCTriangulationLUT, CornerWithoutAPointCountsEvenWithoutWeight)
+{
+    // At a grid point of depth 30 the other three corners have weight 0. One of them has no point.
+    constexpr int c_others[][2] = {{2, 1}, {1, 2}, {2, 2}};
+    for (const auto& other : c_others) {
+        Table table;
+        ASSERT_TRUE(table.Init(1, 24, 12));
+        FillEntry(table, 0, 30.0F);
+        EXPECT_EQ(table.LookUpZ(8.0F, 4.0F, 1), 30.0F);
+        SetPoint(table, 0, other[0], other[1], 0.0F);
+        ExpectNoDepth(table, 8.0F, 4.0F, 1);
+        ExpectNoPoint(table, 8.0F, 4.0F, 0);
+    }
+}
+
 TEST(LxCTriangulationLUT, PointWithAZeroBesideItsDepthIsOne)
 {
     Table table;
