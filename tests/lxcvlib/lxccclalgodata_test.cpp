@@ -25,7 +25,7 @@ namespace {
 using TestSupport::CRefusingContext;
 using TestSupport::Image;
 
-/// The published list for 7 by 5 pixels: width, height, type.
+/// The list of the class comment for 7 by 5 pixels: width, height, type.
 constexpr std::array<std::array<int, 3>, 11> c_workImages{{{7, 5, 11},
                                                            {7, 5, 11},
                                                            {7, 5, 11},
