@@ -144,6 +144,9 @@ bool LxC3DData::CreateGPUBuffers(int width, int height, int rawWidth, int rawHei
                                  CCTImage::EImageDataType rawType,
                                  const std::shared_ptr<GPGPU::IContext>& context)
 {
+    // An attempt that failed may have left some.
+    m_vReducedGPUBuffers.clear();
+    m_vFullGPUBuffers.clear();
     return context == nullptr || RunGPUInit(s_Logger, [&] {
                LxCGPUBaseData::Init(width, height, rawWidth, rawHeight, rawType, context);
                m_vReducedGPUBuffers = CreateCounterparts(

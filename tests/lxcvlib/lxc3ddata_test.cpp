@@ -475,5 +475,17 @@ TEST_F(LxC3DDataTest, GPUThatRefusesOrFailsIsLoggedAndLeavesItNotInitialised)
     EXPECT_TRUE(Init(std::make_shared<CRefusingContext>(c_buffers)));
 }
 
+TEST_F(LxC3DDataTest, BuffersOfAFailedAttemptAreDropped)
+{
+    constexpr int c_room = 3 + 1 + 11; // the table, the temporary one, planes of the first set
+    {
+        const Logging::CCapture quiet;
+        EXPECT_FALSE(Init(std::make_shared<CRefusingContext>(c_room)));
+    }
+    ASSERT_TRUE(Init());
+    EXPECT_TRUE(m_data.GetReducedGPUBuffers().empty());
+    EXPECT_TRUE(m_data.GetFullGPUBuffers().empty());
+}
+
 } // namespace
 } // namespace LxCV
