@@ -180,25 +180,39 @@ bool LxC3DData::InitTriangulationLUT(
     if (!table->Init(numEdges, width, height)) {
         return false;
     }
+    // Before the points, so that a device without room costs no time.
+    if (context != nullptr && !CreateTableOnGPU(*table, context)) {
+        return false;
+    }
     FillTable(*table, *framework);
-    if (context != nullptr && !CopyTableToGPU(*table, context)) {
+    if (m_pTriangulationLUTGPU != nullptr && !CopyTableToGPU(*table)) {
         return false;
     }
     m_pTriangulationLUT = std::move(table);
     return true;
 }
 
-bool LxC3DData::CopyTableToGPU(const LxCTriangulationLUT& table,
-                               const std::shared_ptr<GPGPU::IContext>& context)
+bool LxC3DData::CreateTableOnGPU(const LxCTriangulationLUT& table,
+                                 const std::shared_ptr<GPGPU::IContext>& context)
 {
-    return RunGPUInit(s_Logger, [&] {
-        const auto points = static_cast<unsigned int>(table.GetNrElements()) / c_uiChannels;
-        const auto copy = std::make_shared<LxCGPUBuffer2D>(context, eGPT_Float32, points, 1U, c_uiChannels);
+    const auto points = static_cast<unsigned int>(table.GetNrElements()) / c_uiChannels;
+    return points == 0 || RunGPUInit(s_Logger, [&] {
+               m_pTriangulationLUTGPU =
+                   std::make_shared<LxCGPUBuffer2D>(context, eGPT_Float32, points, 1U, c_uiChannels);
+           });
+}
+
+bool LxC3DData::CopyTableToGPU(const LxCTriangulationLUT& table)
+{
+    const bool done = RunGPUInit(s_Logger, [&] {
         for (unsigned int channel = 0; channel < c_uiChannels; ++channel) {
-            CopyChannel(table, channel, *copy->getBufferHandle(channel));
+            CopyChannel(table, channel, *m_pTriangulationLUTGPU->getBufferHandle(channel));
         }
-        m_pTriangulationLUTGPU = copy;
     });
+    if (!done) {
+        m_pTriangulationLUTGPU.reset();
+    }
+    return done;
 }
 
 } // namespace LxCV

@@ -86,14 +86,15 @@ public:
     std::shared_ptr<const LxCTriangulationLUT> GetTriangulationLUT() const { return m_pTriangulationLUT; }
 
     /// The table on the GPU: one plane for each of X, Y and Z, of one row with all grid points in the order of the
-    /// table's block. Null without a context.
+    /// table's block. Null without a context, and for a table without entries.
     std::shared_ptr<LxCGPUBuffer2D> GetTriangulationLUTGPU() const { return m_pTriangulationLUTGPU; }
 
 private:
     bool CreateImages(int width, int height, int width2, int height2);
     bool CreateGPUBuffers(int width, int height, int rawWidth, int rawHeight,
                           CCTImage::EImageDataType rawType, const std::shared_ptr<GPGPU::IContext>& context);
-    bool CopyTableToGPU(const LxCTriangulationLUT& table, const std::shared_ptr<GPGPU::IContext>& context);
+    bool CreateTableOnGPU(const LxCTriangulationLUT& table, const std::shared_ptr<GPGPU::IContext>& context);
+    bool CopyTableToGPU(const LxCTriangulationLUT& table);
 
     LxSScanDataCCT m_ScanData;
     CCTImage m_WordImage;

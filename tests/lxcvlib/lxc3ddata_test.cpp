@@ -164,6 +164,54 @@ TEST(TriangulationTable, NeedsAModelWithAValidPattern)
     EXPECT_FALSE(data.InitTriangulationLUT(-1, c_iHeight, &framework, nullptr));
 }
 
+TEST(TriangulationTable, PatternWithoutEdgesGivesATableWithoutEntries)
+{
+    CFrameworkProbe framework(TestSupport::PlainModel());
+    framework.GetCLPattern()->SetPrimitiveSize(-100'000); // 7000 / -100000 of an edge, rounded up
+    ASSERT_TRUE(framework.GetCLPattern()->IsValid());
+    LxC3DData data;
+    for (const std::shared_ptr<GPGPU::IContext>& context :
+         {std::shared_ptr<GPGPU::IContext>(),
+          std::shared_ptr<GPGPU::IContext>(std::make_shared<CRefusingContext>(INT_MAX))}) {
+        const Logging::CCapture log;
+        EXPECT_TRUE(data.InitTriangulationLUT(c_iWidth, c_iHeight, &framework, context));
+        ASSERT_NE(data.GetTriangulationLUT(), nullptr);
+        EXPECT_EQ(data.GetTriangulationLUT()->GetNrEntries(), 0);
+        EXPECT_EQ(data.GetTriangulationLUTGPU(), nullptr);
+        EXPECT_TRUE(log.GetRecords().empty());
+    }
+}
+
+TEST(TriangulationTable, RoomOnTheGPUIsTakenBeforePointsAreComputed)
+{
+    CFrameworkProbe framework(TestSupport::PlainModel());
+    const auto context = std::make_shared<CRefusingContext>(3);
+    context->SetOnCreate([&framework] {
+        framework.GetProjCalibThres()->m_viCalibMarkPos = {60};
+        framework.GetProjCalibThres()->m_viBlankOutMarkerPos = {3500};
+        framework.GetProjCalibThres()->m_iBlankOutMarkerWidth = 10000; // the whole edge
+    });
+    LxC3DData data;
+    ASSERT_TRUE(data.InitTriangulationLUT(c_iWidth, c_iHeight, &framework, context));
+    EXPECT_EQ(data.GetTriangulationLUT()->LookUpZ(20.0F, 10.0F, 60 + 1), 0.0F) << "the mark came in time";
+    EXPECT_GT(data.GetTriangulationLUT()->LookUpZ(20.0F, 10.0F, 70 + 1), 0.0F);
+}
+
+TEST(TriangulationTable, CopyThatBreaksLeavesNoTable)
+{
+    const CFrameworkProbe framework(TestSupport::PlainModel());
+    for (const int whole : {0, 1, 2}) {
+        LxC3DData data;
+        const Logging::CCapture log;
+        EXPECT_FALSE(data.InitTriangulationLUT(
+            c_iWidth, c_iHeight, &framework,
+            std::make_shared<CRefusingContext>(whole, CRefusingContext::EFailure::eBreak)));
+        EXPECT_EQ(Errors(log, L"LxCCCLAlgoData::Init: Exception device lost"), 1);
+        EXPECT_EQ(data.GetTriangulationLUT(), nullptr);
+        EXPECT_EQ(data.GetTriangulationLUTGPU(), nullptr);
+    }
+}
+
 TEST(TriangulationTable, PatternOfMoreEdgesThanThereAreNumbersIsRefused)
 {
     CFrameworkProbe framework(TestSupport::PlainModel());
