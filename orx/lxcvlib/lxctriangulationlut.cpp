@@ -169,6 +169,9 @@ float LxCTriangulationLUT::LookUpZ(float col, float row, int edge) const
 
 void LxCTriangulationLUT::LookUpXYZ(float col, float row, int edge, float* xyz, unsigned char* valid) const
 {
+    if (xyz == nullptr || valid == nullptr) {
+        return;
+    }
     SCell cell;
     if (!FindCell(col, row, static_cast<std::uint32_t>(edge), cell) || !cell.HasPoints()) {
         std::fill_n(xyz, c_iChannels, 0.0F);

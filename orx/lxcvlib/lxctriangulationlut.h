@@ -70,7 +70,7 @@ public:
 
     /// The point at an image position of a stripe edge that is counted from 0: that of entry `edge`.
     /// @param col, row as in `LookUpZ`
-    /// @param xyz   receives three floats: the point, or zeros
+    /// @param xyz   receives three floats: the point, or zeros. If it or `valid` is null, neither is written
     /// @param valid receives 1, or 0 where `LookUpZ` of the entry gives 0 for want of a point
     void LookUpXYZ(float col, float row, int edge, float* xyz, unsigned char* valid) const;
 

@@ -428,6 +428,20 @@ TEST(LxCTriangulationLUT, EdgesThatItDoesNotHaveHaveNoPoint)
     }
 }
 
+TEST(LxCTriangulationLUT, NothingIsWrittenWhereOneResultHasNoPlace)
+{
+    Table table;
+    ASSERT_TRUE(table.Init(1, 24, 12));
+    FillEntry(table, 0, 30.0F);
+    float xyz[3] = {1.0F, 2.0F, 3.0F};
+    unsigned char valid = 7;
+    table.LookUpXYZ(5.0F, 5.0F, 0, nullptr, &valid);
+    table.LookUpXYZ(5.0F, 5.0F, 0, xyz, nullptr);
+    table.LookUpXYZ(-5.0F, 5.0F, 0, nullptr, nullptr);
+    EXPECT_EQ(valid, 7);
+    EXPECT_EQ(xyz[2], 3.0F);
+}
+
 TEST(LxCTriangulationLUT, LookupsTakeNoMemory)
 {
     Table table;
