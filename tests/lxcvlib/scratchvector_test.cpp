@@ -86,10 +86,12 @@ TEST(ScratchMemory, KeepsNoLargeBlocksAndNotTooManySmallOnes)
     }
 }
 
-TEST(ScratchMemory, RefusesWhatNoMemoryHolds)
+TEST(ScratchVector, RefusesMoreElementsThanBytesCanBeCounted)
 {
-    EXPECT_THROW(CScratchMemory::Take(std::numeric_limits<std::size_t>::max() / 2), std::bad_alloc);
-    EXPECT_THROW(ScratchVector<double>(ScratchVector<double>().max_size()), std::exception);
+    constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
+    EXPECT_THROW(static_cast<void>(CScratchAllocator<double>().allocate(most / sizeof(double) + 1)),
+                 std::bad_array_new_length);
+    EXPECT_THROW(static_cast<void>(CScratchAllocator<double>().allocate(most)), std::bad_array_new_length);
 }
 
 TEST(ScratchMemory, BelongsToItsThread)
