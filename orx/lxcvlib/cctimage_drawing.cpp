@@ -145,12 +145,13 @@ void CCTImage::DrawEllipse(const LxCEllipse& ellipse, const void* pixel)
     if (!std::isfinite(length)) {
         return;
     }
-    const double lines = std::clamp(std::ceil(length), c_dFewestEllipseLines, c_dMostEllipseLines);
+    const auto lines =
+        static_cast<int>(std::clamp(std::ceil(length), c_dFewestEllipseLines, c_dMostEllipseLines));
     const double co = std::cos(ellipse.GetAlpha());
     const double si = std::sin(ellipse.GetAlpha());
     double lastX = ellipse.GetX() + ellipse.GetA() * co;
     double lastY = ellipse.GetY() + ellipse.GetA() * si;
-    for (double i = 1.0; i <= lines; ++i) {
+    for (int i = 1; i <= lines; ++i) {
         const double u = ellipse.GetA() * std::cos(c_dTwoPi * i / lines);
         const double w = ellipse.GetB() * std::sin(c_dTwoPi * i / lines);
         const double x = ellipse.GetX() + u * co - w * si;

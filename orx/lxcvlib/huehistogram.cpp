@@ -51,7 +51,8 @@ void CHueHistogram::Add(const LxCFloat3& pixel)
     const float hue = HueOf(pixel);
     // Negative hues are cut towards 0 like positive ones, so that bin 180 is two degrees wide.
     if (hue > -static_cast<float>(c_iHalfTurn + 1) && hue < static_cast<float>(c_iHalfTurn)) {
-        ++m_aCounts[static_cast<std::size_t>(static_cast<int>(hue) + c_iHalfTurn)];
+        const int bin = static_cast<int>(hue) + c_iHalfTurn;
+        ++m_aCounts[static_cast<std::size_t>(bin)];
     }
 }
 

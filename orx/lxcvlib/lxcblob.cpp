@@ -164,6 +164,7 @@ int LxCBlob::CreateArtificialContour(double* const xs, double* const ys, double 
     int count = 0;
     std::int64_t lastX = 0;
     std::int64_t lastY = 0;
+    // NOLINTNEXTLINE(clang-analyzer-security.FloatLoopCounter): a step that changes nothing ends it
     for (double x = cx - a; x <= cx + a; x += c_dColumnStep) {
         if (count + 1 >= maxPoints || x + c_dColumnStep == x) {
             return 0;

@@ -184,7 +184,7 @@ void LxCHomography::WeighFeatures(SIteration& state)
     std::size_t row = 0;
     for (std::int32_t i = 0; i < m_iFeatureCount; ++i) {
         SHomographyFeature& feature = m_pFeatures[i];
-        double derivatives[2][c_iParameters + 1];
+        double derivatives[2][c_iParameters + 1]{};
         jacobian(&feature, m_adParameters, c_iParameters, derivatives[0], derivatives[1]);
         const double residualX = derivatives[0][c_iParameters];
         const double residualY = derivatives[1][c_iParameters];

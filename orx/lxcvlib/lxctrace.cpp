@@ -97,6 +97,7 @@ __attribute__((format(printf, 2, 0))) std::size_t FormatInto(std::span<char> lin
     int length = -1;
     if (!IsHarmful(format)) {
         const CTextLocale locale;
+        // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has begun it
         length = std::vsnprintf(line.data(), line.size(), format, args);
     }
     if (length < 0) {
