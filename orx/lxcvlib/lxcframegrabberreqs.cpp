@@ -121,8 +121,10 @@ void LxCFrameGrabberReqs::ConvertAligned(const CCTImage& in, CCTImage& out) cons
         ConvertUnmirrored(in, out);
         return;
     }
-    // As many bytes as the image has, all 0.
-    ScratchVector<std::byte> pixels(in.IsValid() ? static_cast<std::size_t>(in.GetSizeInBytes()) : 0);
+    // As many bytes as the type wants, all 0.
+    const auto pixelSize = static_cast<std::size_t>(CCTImage::GetBytesPerPixel(in.GetDataType()));
+    ScratchVector<std::byte> pixels(in.IsValid() ? static_cast<std::size_t>(in.GetSizeInPixels()) * pixelSize
+                                                 : 0);
     CCTImage mirrored(in.GetWidth(), in.GetHeight(), in.GetDataType(), false, pixels.data());
     MirrorRGBChannels(&in, &mirrored, m_iMirrorRChannel, m_iMirrorGChannel, m_iMirrorBChannel);
     ConvertUnmirrored(mirrored, out);

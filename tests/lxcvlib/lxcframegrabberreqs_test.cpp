@@ -551,6 +551,31 @@ TEST(ConvertImage, TakesUnknownMirrorModesAsBlack)
     });
 }
 
+/// Has the type of three bytes a pixel and the memory of one.
+class CSmallPixels : public CCTImage
+{
+public:
+    CSmallPixels()
+    {
+        Resize(kWidth, kHeight, eIDT_BGRU8);
+        allocate(kWidth, kHeight, 1);
+        Clear();
+    }
+};
+
+TEST(ConvertImage, TakesPixelsSmallerThanTheirTypeAsBlack)
+{
+    const CSmallPixels raw;
+    ASSERT_EQ(raw.GetDataType(), Image::eIDT_BGRU8);
+    for (const bool correctOverlap : {false, true}) {
+        LxCFrameGrabberReqs reqs;
+        reqs.SetMirrorChannelsSettings(correctOverlap, 1, 2, 2);
+        Image image = FloatImage();
+        reqs.ConvertImage(&raw, &image); // the address sanitizer sees a read behind the small ones
+        ForEachElement([&](int x, int y, int channel) { EXPECT_EQ(FloatAt(image, x, y, channel), 0.0F); });
+    }
+}
+
 TEST(ConvertImageThreads, ConvertAtOnceIntoTheirOwnImages)
 {
     const LxCFrameGrabberReqs reqs = MountedReqs();
