@@ -2,6 +2,7 @@
 #include "orx/parameter/keyfile.h"
 
 #include "orx/logging/logger.h"
+#include "orx/platform/filedescriptor.h"
 #include "orx/platform/paths.h"
 
 #include <cerrno>
@@ -9,6 +10,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <openssl/rand.h>
+#include <span>
 #include <string>
 #include <sys/stat.h>
 #include <system_error>
@@ -18,58 +20,13 @@ namespace parameter {
 
 namespace {
 
+using platform::CFileDescriptor;
+
 const Logging::CLogger s_Logger(L"ORX.Lumorad.KeyFile");
-
-/// A file descriptor that closes itself.
-class CFile
-{
-public:
-    explicit CFile(int descriptor) : m_iDescriptor(descriptor) {}
-    ~CFile()
-    {
-        if (m_iDescriptor >= 0) {
-            close(m_iDescriptor);
-        }
-    }
-    CFile(const CFile&) = delete;
-    CFile& operator=(const CFile&) = delete;
-
-    int Get() const { return m_iDescriptor; }
-    bool IsOpen() const { return m_iDescriptor >= 0; }
-
-private:
-    int m_iDescriptor;
-};
 
 std::string ErrorText(int error)
 {
     return std::generic_category().message(error);
-}
-
-bool ReadWhole(int file, KeyBytes& key)
-{
-    std::size_t done = 0;
-    while (done < key.size()) {
-        const ssize_t count = read(file, key.data() + done, key.size() - done);
-        if (count == 0 || (count < 0 && errno != EINTR)) {
-            return false;
-        }
-        done += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    return true;
-}
-
-bool WriteWhole(int file, const KeyBytes& key)
-{
-    std::size_t done = 0;
-    while (done < key.size()) {
-        const ssize_t count = write(file, key.data() + done, key.size() - done);
-        if (count < 0 && errno != EINTR) {
-            return false;
-        }
-        done += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    return fsync(file) == 0;
 }
 
 /// Opens without waiting for the other end of a pipe, which a hostile file may be.
@@ -83,7 +40,8 @@ std::optional<KeyBytes> ReadKey(int descriptor, const std::filesystem::path& fil
     struct stat status = {};
     KeyBytes key{};
     if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) ||
-        status.st_size != static_cast<off_t>(key.size()) || !ReadWhole(descriptor, key)) {
+        status.st_size != static_cast<off_t>(key.size()) ||
+        !platform::ReadWhole(descriptor, std::as_writable_bytes(std::span(key)))) {
         s_Logger.Error(L"The key file '%s' does not hold exactly %i bytes.\n", file.string(), key.size());
         return std::nullopt;
     }
@@ -105,12 +63,13 @@ int CreateKey(const std::filesystem::path& file)
         return EIO;
     }
     std::string temporary = file.string() + ".XXXXXX";
-    const CFile descriptor(mkostemp(temporary.data(), O_CLOEXEC)); // with mode 0600
+    const CFileDescriptor descriptor(mkostemp(temporary.data(), O_CLOEXEC)); // with mode 0600
     if (!descriptor.IsOpen()) {
         return errno;
     }
     int error = 0;
-    if (!WriteWhole(descriptor.Get(), key) || link(temporary.c_str(), file.c_str()) != 0) {
+    if (!platform::WriteWhole(descriptor.Get(), std::as_bytes(std::span(key))) ||
+        link(temporary.c_str(), file.c_str()) != 0) {
         error = errno;
     } else {
         s_Logger.Info(L"The key file '%s' was made.\n", file.string());
@@ -130,7 +89,7 @@ std::filesystem::path GetKeyFilePath()
 
 std::optional<KeyBytes> LoadOrCreateKey(const std::filesystem::path& file)
 {
-    CFile present(OpenForReading(file));
+    CFileDescriptor present(OpenForReading(file));
     if (present.IsOpen()) {
         return ReadKey(present.Get(), file);
     }
@@ -138,7 +97,7 @@ std::optional<KeyBytes> LoadOrCreateKey(const std::filesystem::path& file)
     if (error == ENOENT) {
         error = CreateKey(file);
         if (error == 0) {
-            const CFile made(OpenForReading(file));
+            const CFileDescriptor made(OpenForReading(file));
             if (made.IsOpen()) {
                 return ReadKey(made.Get(), file);
             }

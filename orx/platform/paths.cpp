@@ -113,21 +113,27 @@ std::string GetEnvironmentText(const char* name)
     return value != nullptr ? value : "";
 }
 
+std::string GetUserDataDir()
+{
+    std::string folder = GetEnvironmentText("XDG_DATA_HOME");
+    if (!folder.empty()) {
+        return folder + "/" + kDataDirName;
+    }
+    folder = GetHomeDir();
+    return folder.empty() ? folder : folder + "/.local/share/" + kDataDirName;
+}
+
 std::string GetProgramDataDir(const std::string& machineWide)
 {
-    std::string folder = GetEnvironmentText("PROGRAMDATA");
+    const std::string folder = GetEnvironmentText("PROGRAMDATA");
     if (!folder.empty()) {
         return folder;
     }
     if (IsUsableFolder(machineWide)) {
         return machineWide;
     }
-    folder = GetEnvironmentText("XDG_DATA_HOME");
-    if (!folder.empty()) {
-        return folder + "/" + kDataDirName;
-    }
-    folder = GetHomeDir();
-    return folder.empty() ? machineWide : folder + "/.local/share/" + kDataDirName;
+    const std::string user = GetUserDataDir();
+    return user.empty() ? machineWide : user;
 }
 
 } // namespace platform

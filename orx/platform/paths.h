@@ -30,10 +30,17 @@ ORX_EXPORT std::string GetExecutablePath();
 /// The value of an environment variable; empty where it is not set.
 ORX_EXPORT std::string GetEnvironmentText(const char* name);
 
+/// The machine-wide data folder, for all users.
+inline constexpr const char* kMachineWideDataDir = "/var/lib/lxcvlib";
+
+/// The folder of the user's own data, as path text without a separator at its end: lxcvlib in XDG_DATA_HOME or in
+/// .local/share of the home folder; empty where neither is known. It need not exist.
+ORX_EXPORT std::string GetUserDataDir();
+
 /// The folder that programs keep shared data in, as path text without a separator at its end: the environment
 /// variable PROGRAMDATA where set and not empty; else the machine-wide folder where this process can write to it
-/// or make it; else the user's: lxcvlib in XDG_DATA_HOME or in .local/share of the home folder. The machine-wide
-/// folder is made here where it is absent and may be made; no other folder is.
-ORX_EXPORT std::string GetProgramDataDir(const std::string& machineWide = "/var/lib/lxcvlib");
+/// or make it; else that of `GetUserDataDir`, where there is one. The machine-wide folder is made here where it is
+/// absent and may be made; no other folder is.
+ORX_EXPORT std::string GetProgramDataDir(const std::string& machineWide = kMachineWideDataDir);
 
 } // namespace platform
