@@ -25,6 +25,7 @@ enum ECalibError : std::int32_t
     eCalibWrongOrientation = 13,
     eCalibNoFourSquares = 14,
     eCalibTiltTooStrong = 15,
+    eCalibImageUnsuitable = 19,
     eCalibTooFewReferenceMarks = 21,
     eCalibQualityInsufficient = 26,
     eCalibTooFewGoodMarks = 27,
@@ -32,7 +33,10 @@ enum ECalibError : std::int32_t
     eCalibTooFewVerticalFits = 32,
     eCalibHorizontalFitPoor = 33,
     eCalibDiscardedByUser = 34,
-    eCalibMirrorTube = 43
+    eCalibNoCoordinates = 35,
+    eCalibMirrorTube = 43,
+    eCalibRegistryValueMissing = 44,
+    eCalibWrongThresholds = 45
 };
 
 } // namespace LxCV

@@ -5,6 +5,7 @@
 #include "lxcsensorcoordscct.h"
 #include "orx/base/export.h"
 
+#include <memory>
 #include <string>
 
 namespace LxCV {
@@ -53,6 +54,10 @@ public:
 
     /// All fields as constructed, except for the quality limit, which stays.
     virtual void Reset();
+
+    /// A copy of the same dynamic type: every class of marks overrides this. Pointers to what the mark does not own
+    /// stay as they are.
+    virtual std::unique_ptr<LxCCalibMark> Clone() const { return std::make_unique<LxCCalibMark>(*this); }
 
     double GetQualityLimit() const { return m_dQualityLimit; }
     void SetQualityLimit(double limit) { m_dQualityLimit = limit; }

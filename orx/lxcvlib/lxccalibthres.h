@@ -4,6 +4,7 @@
 #include "cctimage.h"
 #include "orx/base/export.h"
 
+#include <memory>
 #include <string>
 
 namespace LxCV {
@@ -27,6 +28,9 @@ public:
 
     /// Writes or reads the members under `section`. A key that a loaded text lacks gets its default.
     virtual void Serialize(LxCCCTSerializer& serializer, const std::string& section);
+
+    /// A copy of the same dynamic type: every descendant overrides this.
+    virtual std::unique_ptr<LxCCalibThres> Clone() const { return std::make_unique<LxCCalibThres>(*this); }
 
     int m_iImgMargin;       ///< pixels; marks closer than this to the image border are not used
     int m_iImgMarginBottom; ///< pixels; additional strip at the bottom of the image

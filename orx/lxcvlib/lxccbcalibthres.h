@@ -3,6 +3,7 @@
 
 #include "lxccalibthres.h"
 
+#include <memory>
 #include <string>
 
 namespace LxCV {
@@ -36,6 +37,8 @@ public:
     /// at least 1, `m_iMaxEdgeLen` at least `m_iMinEdgeLen`, and an empty `m_sTargetIdS` becomes the number
     /// `m_uiTargetId` as signed decimal of at least eight characters, filled up with zeros.
     void Serialize(LxCCCTSerializer& serializer, const std::string& section) override;
+
+    std::unique_ptr<LxCCalibThres> Clone() const override { return std::make_unique<LxCCBCalibThres>(*this); }
 
     int m_iMinLocExtAmount;       ///< a gradient extremum must exceed this ...
     int m_iMinTotalExtAmount;     ///< ... or the sum of three neighbours this

@@ -3,6 +3,7 @@
 
 #include "lxccalibthres.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,8 @@ public:
     /// Own members under `section`, the base's under `section` + "::Base". Loading ends with
     /// `ResetMarkerMask`.
     void Serialize(LxCCCTSerializer& serializer, const std::string& section) override;
+
+    std::unique_ptr<LxCCalibThres> Clone() const override { return std::make_unique<LxCCProjSlideCalibThres>(*this); }
 
     /// 1 + the index of `stripe` in `m_viCalibMarkPos`, or 0 for a stripe without marks.
     int GetIdOfMarker(int stripe) const;
