@@ -33,7 +33,10 @@ public:
     /// `ResetMarkerMask`.
     void Serialize(LxCCCTSerializer& serializer, const std::string& section) override;
 
-    std::unique_ptr<LxCCalibThres> Clone() const override { return std::make_unique<LxCCProjSlideCalibThres>(*this); }
+    std::unique_ptr<LxCCalibThres> Clone() const override
+    {
+        return std::make_unique<LxCCProjSlideCalibThres>(*this);
+    }
 
     /// 1 + the index of `stripe` in `m_viCalibMarkPos`, or 0 for a stripe without marks.
     int GetIdOfMarker(int stripe) const;

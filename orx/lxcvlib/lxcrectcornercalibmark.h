@@ -4,6 +4,7 @@
 #include "lxccalibmark.h"
 #include "orx/base/export.h"
 
+#include <memory>
 #include <string>
 
 namespace LxCV {
@@ -58,6 +59,12 @@ public:
     /// All fields as constructed and not virtual, except for the quality limit, which stays. The edges are not told:
     /// see `ResetCorner`.
     void Reset() override;
+
+    /// Edges and rectangle are those of the original.
+    std::unique_ptr<LxCCalibMark> Clone() const override
+    {
+        return std::make_unique<LxCRectCornerCalibMark>(*this);
+    }
 
     virtual bool IsVirtual() const { return m_bVirtual; }
     virtual bool IsRectIdManAssigned() const { return m_iManRectId > 0; }
