@@ -1,5 +1,7 @@
 #include "scanner/device/lens.h"
 
+#include <stdexcept>
+
 namespace device {
 
 namespace {
@@ -27,6 +29,23 @@ Distorted Distort(const LensParameters& lens, double x, double y)
 }
 
 } // namespace
+
+void CheckLens(const LensParameters& lens)
+{
+    constexpr int c_largest = 100000;
+    if (lens.width <= 0 || lens.width > c_largest || lens.height <= 0 || lens.height > c_largest) {
+        throw std::invalid_argument("the raster of a lens is empty or too large");
+    }
+    if (!(lens.pitchX > 0.0 && lens.pitchY > 0.0 && lens.focalLength > 0.0)) {
+        throw std::invalid_argument("pitch and focal length of a lens must be positive");
+    }
+    for (const double value : {lens.pitchX, lens.pitchY, lens.focalLength, lens.centreX, lens.centreY,
+                               lens.k2, lens.k4, lens.k6, lens.tau1, lens.tau2}) {
+        if (!std::isfinite(value)) {
+            throw std::invalid_argument("the numbers of a lens must be finite");
+        }
+    }
+}
 
 Lens::Lens(const LensParameters& parameters)
     : m_parameters(parameters), m_unitsX(parameters.focalLength / parameters.pitchX),

@@ -31,6 +31,10 @@ struct LensParameters
     double tau2 = 0.0;
 };
 
+/// @throws std::invalid_argument for numbers that describe no lens: an empty raster or one of more than 100000 units
+/// either way, lengths that are not positive, numbers that are not finite
+void CheckLens(const LensParameters& lens);
+
 /// Maps between directions of a device frame and positions on its raster. Const operations may run on many
 /// threads at once.
 class Lens

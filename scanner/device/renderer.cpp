@@ -1,6 +1,7 @@
 // Turns a scene into a pair of images: geometry, light, optics, sensor.
 #include "scanner/device/devicemodel.h"
 
+#include "scanner/device/blur.h"
 #include "scanner/device/parallel.h"
 #include "scanner/device/random.h"
 
@@ -24,26 +25,6 @@ void AddScaled(Colour& sum, const Colour& colour, double factor)
     for (std::size_t channel = 0; channel < sum.size(); ++channel) {
         sum[channel] += factor * colour[channel];
     }
-}
-
-/// Samples of Gauss's bell at whole pixels, with sum 1; a single 1 where the bell is gone at the next pixel.
-std::vector<double> BlurKernel(double sigma)
-{
-    constexpr double c_sharp = 0.02; // pixels; exp(-0.5 / c_sharp^2) is 0 in double precision
-    if (sigma < c_sharp) {
-        return {1.0};
-    }
-    const int reach = static_cast<int>(std::ceil(4.0 * sigma));
-    std::vector<double> kernel;
-    double sum = 0.0;
-    for (int offset = -reach; offset <= reach; ++offset) {
-        kernel.push_back(std::exp(-0.5 * offset * offset / (sigma * sigma)));
-        sum += kernel.back();
-    }
-    for (double& weight : kernel) {
-        weight /= sum;
-    }
-    return kernel;
 }
 
 /// One rendering. Pixels are addressed with the margin that the blur needs: pixel (0, 0) of the image stands at

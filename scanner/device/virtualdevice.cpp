@@ -48,23 +48,10 @@ void Require(bool holds, const char* text)
     }
 }
 
-void Check(const LensParameters& lens)
-{
-    constexpr int c_largest = 100000;
-    Require(lens.width > 0 && lens.width <= c_largest && lens.height > 0 && lens.height <= c_largest,
-            "the raster of a lens is empty or too large");
-    Require(lens.pitchX > 0.0 && lens.pitchY > 0.0 && lens.focalLength > 0.0,
-            "pitch and focal length of a lens must be positive");
-    for (const double value : {lens.pitchX, lens.pitchY, lens.focalLength, lens.centreX, lens.centreY,
-                               lens.k2, lens.k4, lens.k6, lens.tau1, lens.tau2}) {
-        Require(std::isfinite(value), "the numbers of a lens must be finite");
-    }
-}
-
 const DeviceParameters& Checked(const DeviceParameters& parameters)
 {
-    Check(parameters.camera);
-    Check(parameters.projector);
+    CheckLens(parameters.camera);
+    CheckLens(parameters.projector);
     const SlideParameters& slide = parameters.slide;
     Require(slide.stripeWidth > 0 && slide.stripeWidth <= parameters.projector.height,
             "the stripe width must be positive and fit on the slide");
