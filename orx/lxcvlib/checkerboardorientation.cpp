@@ -23,7 +23,7 @@ constexpr std::array<Orientation, c_NrOrientations> c_Orientations = {{
 
 bool IsKnown(ECalibOrientation orientation)
 {
-    return orientation >= eCO_0 && orientation <= eCO_3;
+    return orientation >= eCO_NoTurn && orientation <= eCO_ThreeQuarterTurn;
 }
 
 const Orientation& TablesOf(ECalibOrientation orientation)

@@ -10,10 +10,10 @@ namespace LxCV {
 enum ECalibOrientation : std::int32_t
 {
     eCO_Unknown = -1,
-    eCO_0 = 0,
-    eCO_1 = 1,
-    eCO_2 = 2,
-    eCO_3 = 3
+    eCO_NoTurn = 0,
+    eCO_QuarterTurn = 1,
+    eCO_HalfTurn = 2,
+    eCO_ThreeQuarterTurn = 3
 };
 
 } // namespace LxCV

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ecaliberror.h"
+#include "ecaliborientation.h"
 #include "lxc3dcoordscct.h"
 #include "lxccalibmark.h"
 #include "lxccalibthres.h"
@@ -42,15 +43,8 @@ class LxCCBRect;
 class ORX_EXPORT LxCCalibBody
 {
 public:
-    /// How the target lies in the image, in quarter turns.
-    enum ECalibOrientation : int
-    {
-        eCO_Unknown = -1,
-        eCO_NoTurn = 0,
-        eCO_QuarterTurn = 1,
-        eCO_HalfTurn = 2,
-        eCO_ThreeQuarterTurn = 3
-    };
+    using ECalibOrientation = LxCV::ECalibOrientation;
+    using enum LxCV::ECalibOrientation;
 
     // Coordinate files that are none: the value of the target data store, and the built-in data of two slides of the
     // projector.

@@ -11,7 +11,8 @@ namespace {
 
 constexpr int kColumns = 8;
 constexpr int kRows = 7;
-constexpr std::array<ECalibOrientation, 4> kOrientations = {eCO_0, eCO_1, eCO_2, eCO_3};
+constexpr std::array<ECalibOrientation, 4> kOrientations = {eCO_NoTurn, eCO_QuarterTurn, eCO_HalfTurn,
+                                                            eCO_ThreeQuarterTurn};
 constexpr std::array<EDirection, 4> kDirections = {eD_Left, eD_Right, eD_Up, eD_Down};
 constexpr int kIntMin = std::numeric_limits<int>::min();
 constexpr int kIntMax = std::numeric_limits<int>::max();
@@ -61,7 +62,7 @@ TEST(CheckerboardOrientation, StepsOfAnUnknownOrientationAreOneAndTheColumns)
 
 TEST(CheckerboardOrientation, StepsOfTheSmallestNumberOfColumnsDoNotOverflow)
 {
-    EXPECT_EQ(GetCheckerboardIdSteps(eCO_1, kIntMin).x, -std::int64_t{kIntMin});
+    EXPECT_EQ(GetCheckerboardIdSteps(eCO_QuarterTurn, kIntMin).x, -std::int64_t{kIntMin});
 }
 
 TEST(CheckerboardOrientation, DirectionsAreQuarterTurns)
@@ -124,10 +125,10 @@ TEST(CheckerboardOrientation, ImageDirectionsLookUpTheBorderThatTheyLeadTo)
 {
     // Square 8 is the last of the first row. At orientation 1 the image's up leads to its left, the image's right
     // to its up, the image's down to its right.
-    EXPECT_TRUE(HasNeighborInImage(8, kColumns, kRows, eCO_1, eD_Up));
-    EXPECT_FALSE(HasNeighborInImage(8, kColumns, kRows, eCO_1, eD_Right));
-    EXPECT_FALSE(HasNeighborInImage(8, kColumns, kRows, eCO_1, eD_Down));
-    EXPECT_TRUE(HasNeighborInImage(8, kColumns, kRows, eCO_1, eD_Left));
+    EXPECT_TRUE(HasNeighborInImage(8, kColumns, kRows, eCO_QuarterTurn, eD_Up));
+    EXPECT_FALSE(HasNeighborInImage(8, kColumns, kRows, eCO_QuarterTurn, eD_Right));
+    EXPECT_FALSE(HasNeighborInImage(8, kColumns, kRows, eCO_QuarterTurn, eD_Down));
+    EXPECT_TRUE(HasNeighborInImage(8, kColumns, kRows, eCO_QuarterTurn, eD_Left));
 }
 
 TEST(CheckerboardOrientation, EverythingFollowsAtAnUnknownOrientation)
@@ -142,7 +143,7 @@ TEST(CheckerboardOrientation, ATargetWithoutColumnsHasNoNeighbors)
 {
     for (const EDirection direction : kDirections) {
         EXPECT_FALSE(HasNeighborOnTarget(5, 0, kRows, direction));
-        EXPECT_FALSE(HasNeighborInImage(5, 0, kRows, eCO_2, direction));
+        EXPECT_FALSE(HasNeighborInImage(5, 0, kRows, eCO_HalfTurn, direction));
     }
 }
 
