@@ -48,7 +48,10 @@ Edge MakeEdge(CStraightEdge::EOrientation orientation, int first, int last,
     CCTImage image = WordImage(size, size);
     PutEdge(image, orientation, first, last, value, isMax);
     Edge edge(orientation);
-    const int across = static_cast<int>(std::floor(value(first)));
+    int across = 0; // searched, since `value` may be random
+    while (across + 1 < size && PixelAt(image, orientation, first, across) == 0) {
+        ++across;
+    }
     const bool vertical = orientation == CStraightEdge::eVertical;
     edge.Trace(image, vertical ? across : first, vertical ? first : across, 1);
     return edge;
