@@ -1,16 +1,14 @@
-// The store's folders, and how a value is replaced by way of a new file beside it.
+// The store's folders and files.
 #include "orx/platform/keyvaluestore.h"
 
 #include "orx/platform/filedescriptor.h"
 #include "orx/platform/paths.h"
+#include "orx/platform/replacefile.h"
 
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace platform {
 
@@ -101,18 +99,7 @@ std::error_code WriteStoreValue(EStoreRoot root, std::string_view key, std::stri
     if (error) {
         return error;
     }
-    std::string fresh = (file.parent_path() / ".XXXXXX").string();
-    const CFileDescriptor descriptor(mkostemp(fresh.data(), O_CLOEXEC));
-    if (!descriptor.IsOpen()) {
-        return SystemError(errno);
-    }
-    const mode_t mode = root == EStoreRoot::eCurrentUser ? kUserMode : kMachineMode;
-    if (fchmod(descriptor.Get(), mode) != 0 || !WriteWhole(descriptor.Get(), value) ||
-        std::rename(fresh.c_str(), file.c_str()) != 0) {
-        error = SystemError(errno);
-        unlink(fresh.c_str());
-    }
-    return error;
+    return ReplaceFile(file, value, root == EStoreRoot::eCurrentUser ? kUserMode : kMachineMode);
 }
 
 std::error_code ReadStoreValue(EStoreRoot root, std::string_view key, std::string_view name,

@@ -125,14 +125,14 @@ std::string GetUserDataDir()
 
 std::string GetProgramDataDir(const std::string& machineWide)
 {
-    const std::string folder = GetEnvironmentText("PROGRAMDATA");
+    std::string folder = GetEnvironmentText("PROGRAMDATA");
     if (!folder.empty()) {
         return folder;
     }
     if (IsUsableFolder(machineWide)) {
         return machineWide;
     }
-    const std::string user = GetUserDataDir();
+    std::string user = GetUserDataDir();
     return user.empty() ? machineWide : user;
 }
 

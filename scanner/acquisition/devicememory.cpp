@@ -1,34 +1,13 @@
 #include "scanner/acquisition/devicememory.h"
 
+#include "orx/platform/replacefile.h"
+
 #include <fstream>
+#include <span>
 #include <system_error>
 #include <utility>
 
 namespace acquisition {
-
-namespace {
-
-/// Replaces a file by way of a new one beside it, so that a crash leaves the one or the other.
-bool ReplaceFile(const std::filesystem::path& file, const std::string& content)
-{
-    std::filesystem::path fresh = file;
-    fresh += ".new";
-    std::ofstream stream(fresh, std::ios::binary | std::ios::trunc);
-    stream << content;
-    stream.close();
-    std::error_code error;
-    if (stream) {
-        std::filesystem::rename(fresh, file, error);
-    }
-    if (!stream || error) {
-        std::error_code ignored;
-        std::filesystem::remove(fresh, ignored);
-        return false;
-    }
-    return true;
-}
-
-} // namespace
 
 bool DeviceMemory::Open(const std::filesystem::path& file)
 {
@@ -61,7 +40,7 @@ bool DeviceMemory::Write(std::string_view bytes)
     }
     std::string content(bytes);
     content.resize(kSize, kErased);
-    if (!m_file.empty() && !ReplaceFile(m_file, content)) {
+    if (!m_file.empty() && platform::ReplaceFile(m_file, std::as_bytes(std::span(content)))) {
         return false;
     }
     m_content = std::move(content);

@@ -129,7 +129,7 @@ TEST_F(KeyValueStore, TellsWhyAValueCannotBeWritten)
     EXPECT_EQ(WriteStoreValue(c_user, "key", "data", {}), std::errc::not_a_directory);
     m_Store.Set(m_Folder / "store");
     std::filesystem::create_directories(m_Folder / "store/user/key/data");
-    EXPECT_EQ(WriteStoreValue(c_user, "key", "data", {}), std::errc::is_a_directory);
+    EXPECT_EQ(WriteStoreValue(c_user, "key", "data", {}), std::errc::invalid_argument);
     const std::filesystem::directory_iterator files(m_Folder / "store/user/key");
     EXPECT_EQ(std::distance(begin(files), end(files)), 1) << "what was begun is removed";
 }
@@ -150,7 +150,7 @@ TEST_F(KeyValueStore, ShowsReadersOneWholeValueWhileItIsReplaced)
     const std::string values[] = {std::string(c_uiLargest, 'a'), std::string(c_uiLargest / 2, 'b')};
     EXPECT_EQ(WriteStoreValue(c_user, "key", "data", BytesOf(values[0])), std::error_code());
     std::thread writer([&] {
-        for (int i = 0; i < 100; ++i) {
+        for (int i = 0; i < 30; ++i) {
             EXPECT_EQ(WriteStoreValue(c_user, "key", "data", BytesOf(values[i % 2])), std::error_code());
         }
     });

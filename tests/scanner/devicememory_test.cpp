@@ -107,10 +107,10 @@ TEST_F(DeviceMemoryInFile, AFileThatCannotBeWrittenLeavesTheContent)
     EXPECT_EQ(ContentOf(m_memory), Area(""));
     ASSERT_TRUE(m_memory.Open(m_file));
     ASSERT_TRUE(m_memory.Write("old"));
-    std::filesystem::create_directory(m_file + ".new"); // in the way of the new file
+    std::filesystem::remove(m_file);
+    std::filesystem::create_directory(m_file); // in the way of the new file
     EXPECT_FALSE(m_memory.Write("new"));
     EXPECT_EQ(ContentOf(m_memory), Area("old"));
-    EXPECT_EQ(ReadFile(m_file), Area("old"));
 }
 
 TEST_F(DeviceMemoryInFile, ClosedItKeepsItsContentToItself)

@@ -211,7 +211,8 @@ TEST_F(VirtualGrabberMemory, ATextThatDoesNotFitLeavesTheOldContent)
 TEST_F(VirtualGrabberMemory, AFileThatCannotBeWrittenLeavesTheOldContent)
 {
     EXPECT_TRUE(Store(m_grabber, 7));
-    std::filesystem::create_directory(m_file + ".new"); // in the way of the new file
+    std::filesystem::remove(m_file);
+    std::filesystem::create_directory(m_file); // in the way of the new file
     EXPECT_FALSE(Store(m_grabber, 8));
     EXPECT_EQ(Load(m_grabber), 7);
 }
