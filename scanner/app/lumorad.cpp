@@ -3,7 +3,9 @@
 
 #include "scanner/acquisition/numbertext.h"
 #include "scanner/app/imagesources.h"
+#include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
+#include "scanner/app/targetcommands.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -41,12 +43,6 @@ nlohmann::ordered_json SceneToJson(const SceneOptions& options)
     json["seed"] = options.seed;
     json["noise"] = options.noise;
     return json;
-}
-
-/// Paths may hold bytes that are no UTF-8, which JSON cannot; they become replacement characters.
-void PrintJson(std::ostream& out, const nlohmann::ordered_json& json)
-{
-    out << json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
 }
 
 nlohmann::ordered_json ToJson(const SceneOptions& options, const std::string& source,
@@ -262,6 +258,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     bool exact = false;
     demo->add_flag("--exact", exact, "Compute each point instead of looking it up in a table");
     AddSceneOptions(*render, options, json);
+    const TargetCommand runTarget = AddTargetCommands(program);
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
@@ -272,6 +269,8 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
             RunDemo(options, source, exact ? ETriangulation::eComputed : ETriangulation::eTable, json, out);
         } else if (render->parsed()) {
             RunRender(options, json, out);
+        } else {
+            runTarget(out);
         }
         if (!out.flush()) {
             throw std::runtime_error("cannot write the report");

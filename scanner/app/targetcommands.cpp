@@ -1,0 +1,303 @@
+// Archives of calibration targets: made, listed, taken apart, and a target of theirs put into the store.
+#include "scanner/app/targetcommands.h"
+
+#include "lxccalibrationtargetwriter.h"
+#include "orx/platform/keyvaluestore.h"
+#include "orx/platform/replacefile.h"
+#include "scanner/app/jsonreport.h"
+#include "scanner/app/targettext.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
+#include <iomanip>
+#include <memory>
+#include <ostream>
+#include <span>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+namespace app {
+
+namespace {
+
+using Writer = LxCV::LxCCalibrationTargetWriter;
+
+/// One of the commands, and what runs it.
+struct Command
+{
+    const CLI::App* parser;
+    TargetCommand run;
+};
+
+std::ifstream OpenForReading(const std::filesystem::path& file)
+{
+    std::error_code ignored;
+    std::ifstream stream;
+    if (!std::filesystem::is_directory(file, ignored)) {
+        stream.open(file, std::ios::binary);
+    }
+    if (!stream.is_open()) {
+        throw std::runtime_error("cannot open '" + file.string() + "'");
+    }
+    return stream;
+}
+
+/// The content of a file that is to become an archive's text.
+std::string ReadText(const std::filesystem::path& file)
+{
+    constexpr std::size_t tooLong = Writer::sc_uiMaxArchiveText + 1;
+    constexpr std::size_t step = 64 * 1024;
+    std::ifstream stream = OpenForReading(file);
+    std::string text;
+    while (stream.good() && text.size() < tooLong) {
+        const std::size_t begin = text.size();
+        text.resize(std::min(tooLong, begin + std::max(begin, step)));
+        stream.read(text.data() + begin, static_cast<std::streamsize>(text.size() - begin));
+        text.resize(begin + static_cast<std::size_t>(stream.gcount()));
+    }
+    if (stream.bad()) {
+        throw std::runtime_error("cannot read '" + file.string() + "'");
+    }
+    if (text.size() == tooLong) {
+        throw std::runtime_error("'" + file.string() + "' is longer than the " +
+                                 std::to_string(Writer::sc_uiMaxArchiveText) +
+                                 " bytes that an archive holds");
+    }
+    return text;
+}
+
+void WriteFile(const std::filesystem::path& file, std::string_view content)
+{
+    if (const std::error_code error = platform::ReplaceFile(file, std::as_bytes(std::span(content)))) {
+        throw std::runtime_error("cannot write '" + file.string() + "': " + error.message());
+    }
+}
+
+void RequireTwoFiles(const std::filesystem::path& one, const std::filesystem::path& other)
+{
+    std::error_code ignored;
+    if (std::filesystem::equivalent(one, other, ignored)) {
+        throw std::runtime_error("'" + one.string() + "' and '" + other.string() + "' are one file");
+    }
+}
+
+std::string CountTargets(std::size_t count)
+{
+    return std::to_string(count) + (count == 1 ? " target" : " targets");
+}
+
+struct PackOptions
+{
+    std::filesystem::path text;
+    std::filesystem::path archive;
+};
+
+void Pack(const PackOptions& options, std::ostream& out)
+{
+    RequireTwoFiles(options.text, options.archive);
+    const std::string text = ReadText(options.text);
+    std::size_t count = 0;
+    try {
+        count = ReadTargetText(text).size();
+    } catch (const TargetTextError& error) {
+        throw std::runtime_error(options.text.string() + ":" + std::to_string(error.GetLine()) + ": " +
+                                 error.what());
+    }
+    std::istringstream in(text);
+    std::ostringstream archive;
+    if (!Writer::compress(in, archive)) {
+        throw std::runtime_error("cannot compress '" + options.text.string() + "'");
+    }
+    WriteFile(options.archive, archive.view());
+    out << "Wrote " << CountTargets(count) << " to " << options.archive.string() << ", "
+        << archive.view().size() << " bytes\n";
+}
+
+struct UnpackOptions
+{
+    std::filesystem::path archive;
+    std::filesystem::path text; ///< empty for a list
+    bool json = false;
+};
+
+void PrintTargets(const std::vector<TargetRecord>& targets, std::ostream& out)
+{
+    constexpr int numberWidth = 8;
+    constexpr int pointsWidth = 7;
+    out << std::setw(numberWidth) << "target"
+        << "  points  extent (mm)\n";
+    for (const TargetRecord& target : targets) {
+        out << std::setw(numberWidth) << target.number << " " << std::setw(pointsWidth) << target.points;
+        std::string_view separator = "  ";
+        for (std::size_t axis = 0; axis < target.least.size(); ++axis) {
+            out << separator << "xyz"[axis] << " " << target.least[axis] << " to " << target.greatest[axis];
+            separator = ", ";
+        }
+        out << "\n";
+    }
+    out << CountTargets(targets.size()) << "\n";
+}
+
+nlohmann::ordered_json ToJson(const std::filesystem::path& archive, const std::vector<TargetRecord>& targets)
+{
+    nlohmann::ordered_json json;
+    json["archive"] = archive.string();
+    json["targets"] = nlohmann::ordered_json::array();
+    for (const TargetRecord& target : targets) {
+        json["targets"].push_back({{"number", target.number},
+                                   {"points", target.points},
+                                   {"least_mm", target.least},
+                                   {"greatest_mm", target.greatest}});
+    }
+    return json;
+}
+
+void ListTargets(const UnpackOptions& options, std::string_view text, std::ostream& out)
+{
+    std::vector<TargetRecord> targets;
+    try {
+        targets = ReadTargetText(text);
+    } catch (const TargetTextError& error) {
+        throw std::runtime_error("'" + options.archive.string() + "', line " +
+                                 std::to_string(error.GetLine()) + " of its text: " + error.what());
+    }
+    if (options.json) {
+        PrintJson(out, ToJson(options.archive, targets));
+    } else {
+        PrintTargets(targets, out);
+    }
+}
+
+void Unpack(const UnpackOptions& options, std::ostream& out)
+{
+    std::ifstream archive = OpenForReading(options.archive);
+    std::ostringstream text;
+    if (!Writer::decompress(text, archive)) {
+        throw std::runtime_error("'" + options.archive.string() + "' is no archive of targets, or damaged");
+    }
+    if (options.text.empty()) {
+        ListTargets(options, text.view(), out);
+        return;
+    }
+    RequireTwoFiles(options.archive, options.text);
+    WriteFile(options.text, text.view());
+    out << "Wrote " << text.view().size() << " bytes of text to " << options.text.string() << "\n";
+}
+
+struct InstallOptions
+{
+    std::string number;
+    std::filesystem::path archive; ///< empty for the one that the library looks for
+};
+
+std::string StorePath()
+{
+    return platform::GetStoreValuePath(platform::EStoreRoot::eCurrentUser, Writer::sc_sRegistryKey,
+                                       Writer::sc_sRegistryValue)
+        .string();
+}
+
+/// Why a target was not installed.
+std::string ToMessage(Writer::ECalibDataReturnCode code, const std::string& number, Writer::ETargetType type,
+                      const std::string& archive)
+{
+    switch (code) {
+    case Writer::eCDRC_InvalidNumber:
+        return "'" + number +
+               "' is no target's number: it has eight digits, the last two of which check the others";
+    case Writer::eCDRC_NoData:
+        return type == Writer::eTT_WithoutData ? "there are no data for targets of the kind of " + number
+                                               : "'" + archive + "' has no data for target " + number +
+                                                     ", or more than the store has room for";
+    case Writer::eCDRC_ArchiveNotReadable:
+        return "'" + archive + "' cannot be opened, is no archive of targets, or is damaged";
+    case Writer::eCDRC_RegistryWriteFailed:
+        return "cannot write '" + StorePath() + "'";
+    case Writer::eCDRC_Success:
+        break;
+    }
+    return "";
+}
+
+void Install(const InstallOptions& options, std::ostream& out)
+{
+    std::string digits = options.number;
+    const Writer::ETargetType type = Writer::GetTargetType(digits);
+    Writer::ECalibDataReturnCode code = Writer::eCDRC_Success;
+    if (options.archive.empty()) {
+        code = Writer::WriteCalibDataToRegistry(options.number);
+    } else {
+        std::ifstream archive = OpenForReading(options.archive);
+        code = Writer::WriteCalibDataToRegistry(options.number, archive);
+    }
+    if (code != Writer::eCDRC_Success) {
+        const std::string archive =
+            options.archive.empty() ? Writer::GetArchivePath() : options.archive.string();
+        throw std::runtime_error(ToMessage(code, options.number, type, archive));
+    }
+    constexpr std::size_t numberDigits = 8;
+    out << "Target " << digits.substr(0, numberDigits)
+        << (type == Writer::eTT_IMT ? ", an IMT target," : ", a paper target,") << " is installed in "
+        << StorePath() << "\n";
+}
+
+Command AddPack(CLI::App& target)
+{
+    const auto options = std::make_shared<PackOptions>();
+    CLI::App* const parser =
+        target.add_subcommand("pack", "Check a text of targets and make an archive of it");
+    parser->add_option("TEXT", options->text, "The text: two lines a target")->required();
+    parser->add_option("ARCHIVE", options->archive, "The archive to write")->required();
+    return {parser, [options](std::ostream& out) { Pack(*options, out); }};
+}
+
+Command AddUnpack(CLI::App& target)
+{
+    const auto options = std::make_shared<UnpackOptions>();
+    CLI::App* const parser =
+        target.add_subcommand("unpack", "List the targets of an archive, or write its text");
+    parser->add_option("ARCHIVE", options->archive, "The archive")->required();
+    CLI::Option* const text =
+        parser->add_option("TEXT", options->text, "The text to write, as it stands, unchecked");
+    parser->add_flag("--json", options->json, "Print the list as JSON")->excludes(text);
+    return {parser, [options](std::ostream& out) { Unpack(*options, out); }};
+}
+
+Command AddInstall(CLI::App& target)
+{
+    const auto options = std::make_shared<InstallOptions>();
+    CLI::App* const parser =
+        target.add_subcommand("install", "Put a target's data into the store that calibrations read");
+    parser->add_option("NUMBER", options->number, "The target's number, eight digits")->required();
+    parser->add_option(
+        "--archive", options->archive,
+        "The archive that has its data; without it HEXFILES/LumoradCalibrationData.dat beside this "
+        "program");
+    return {parser, [options](std::ostream& out) { Install(*options, out); }};
+}
+
+} // namespace
+
+TargetCommand AddTargetCommands(CLI::App& program)
+{
+    CLI::App* const target = program.add_subcommand("target", "Work on calibration targets");
+    target->require_subcommand(1);
+    const std::vector<Command> commands{AddPack(*target), AddUnpack(*target), AddInstall(*target)};
+    return [commands](std::ostream& out) {
+        for (const Command& command : commands) {
+            if (command.parser->parsed()) {
+                command.run(out);
+            }
+        }
+    };
+}
+
+} // namespace app
