@@ -2,11 +2,14 @@
 #include "lxcrectedgelocator.h"
 
 #include "c2dstraightline.h"
+#include "calibedgekernels.h"
 #include "cctimage.h"
 #include "lxccalibedge.h"
 #include "lxccalibid.h"
 
 #include <new>
+#include <numeric>
+#include <span>
 
 namespace LxCV {
 
@@ -16,8 +19,49 @@ constexpr int c_iSeedStep = 3;   // pixels between seed columns, or rows
 constexpr int c_iFirstSeed = 2;  // pixels; first seed in a column, or row
 constexpr int c_iSeedMargin = 2; // pixels; the last one lies at size - 2
 
-/// Edge image and id image, by seed line and position in it: columns and rows for horizontal edges, rows and
-/// columns for vertical ones.
+/// The places of all entries in each column where seeds are looked for.
+///
+/// They are collected row by row: a walk down the columns of a large image would wait for memory at each pixel.
+class CColumnSeeds
+{
+public:
+    explicit CColumnSeeds(const CCTImage& edgeImage)
+        : m_uiWidth(static_cast<std::size_t>(edgeImage.GetWidth())), m_vEnds(m_uiWidth + 1)
+    {
+        ForEachEntry(edgeImage, [this](std::size_t column, int) { ++m_vEnds[column + 1]; });
+        std::partial_sum(m_vEnds.begin(), m_vEnds.end(), m_vEnds.begin());
+        m_vRows.resize(m_vEnds.back());
+        // Each begin moves to the end of its column, which is the begin of the next one.
+        ForEachEntry(edgeImage, [this](std::size_t column, int row) { m_vRows[m_vEnds[column]++] = row; });
+    }
+
+    /// Rows in ascending order.
+    std::span<const int> GetRows(int column) const
+    {
+        const auto index = static_cast<std::size_t>(column);
+        const std::size_t begin = index == 0 ? 0 : m_vEnds[index - 1];
+        return std::span(m_vRows).subspan(begin, m_vEnds[index] - begin);
+    }
+
+private:
+    template <typename Action>
+    void ForEachEntry(const CCTImage& edgeImage, Action action) const
+    {
+        const auto* const first = static_cast<const std::int32_t*>(edgeImage.GetBuffer());
+        for (int y = c_iFirstSeed; y <= edgeImage.GetHeight() - c_iSeedMargin; ++y) {
+            const std::span<const std::int32_t> words(first + y * m_uiWidth, m_uiWidth);
+            for (std::size_t x = 0; (x = CalibEdgeKernels::FindNonZero(words, x)) < m_uiWidth; ++x) {
+                action(x, y);
+            }
+        }
+    }
+
+    std::size_t m_uiWidth;
+    std::vector<std::size_t> m_vEnds; ///< of each column's places; once all are stored, else begins
+    std::vector<int> m_vRows;         ///< column by column
+};
+
+/// Traces from all seeds of an edge image: column by column for horizontal edges, row by row for vertical ones.
 class CTracing
 {
 public:
@@ -36,35 +80,55 @@ public:
         m_iMinLen = minLen;
         m_iMaxLen = maxLen;
         m_pSpare = std::make_unique<LxCCBRectEdge>(m_eOrientation);
-        const int lines = IsVertical() ? m_EdgeImage.GetHeight() : m_EdgeImage.GetWidth();
-        TraceLine(lines / 2);
-        for (std::int64_t offset = c_iSeedStep; offset < lines; offset += c_iSeedStep) {
-            const std::int64_t line = offset % 2 != 0 ? (lines + offset) / 2 : (lines - offset) / 2 - 1;
-            if (line >= 0 && !IsFull()) {
-                TraceLine(static_cast<int>(line));
-            }
+        if (m_eOrientation == CStraightEdge::eVertical) {
+            ForEachLine(m_EdgeImage.GetHeight(), [this](int y) { TraceRow(y); });
+        } else {
+            const CColumnSeeds seeds(m_EdgeImage);
+            ForEachLine(m_EdgeImage.GetWidth(), [this, &seeds](int x) { TraceColumn(seeds, x); });
         }
     }
 
 private:
-    bool IsVertical() const { return m_eOrientation == CStraightEdge::eVertical; }
+    template <typename Action>
+    void ForEachLine(int lines, Action action) const
+    {
+        action(lines / 2);
+        for (std::int64_t offset = c_iSeedStep; offset < lines && !IsFull(); offset += c_iSeedStep) {
+            const std::int64_t line = offset % 2 != 0 ? (lines + offset) / 2 : (lines - offset) / 2 - 1;
+            if (line >= 0) {
+                action(static_cast<int>(line));
+            }
+        }
+    }
+
     bool IsFull() const { return m_Edges.size() >= LxCRectEdgeLocator::sc_uiMaxEdges; }
 
-    void TraceLine(int line)
+    void TraceColumn(const CColumnSeeds& seeds, int x)
     {
-        const std::ptrdiff_t width = m_EdgeImage.GetWidth();
-        const int last = (IsVertical() ? m_EdgeImage.GetWidth() : m_EdgeImage.GetHeight()) - c_iSeedMargin;
-        const std::ptrdiff_t step = IsVertical() ? 1 : width;
-        std::ptrdiff_t pixel = (IsVertical() ? line * width : line) + c_iFirstSeed * step;
-        for (int place = c_iFirstSeed; place <= last && !IsFull(); ++place, pixel += step) {
-            if (LxCCalibEdge(m_pWords[pixel]).HasEntry() && !LxCCalibId(m_pIds[pixel]).IsContourPixel()) {
-                TraceSeed(IsVertical() ? place : line, IsVertical() ? line : place);
-            }
+        for (const int y : seeds.GetRows(x)) {
+            TraceSeed(x, y);
+        }
+    }
+
+    void TraceRow(int y)
+    {
+        const auto width = static_cast<std::size_t>(m_EdgeImage.GetWidth());
+        if (width <= c_iSeedMargin) {
+            return;
+        }
+        const std::span<const std::int32_t> seeds(m_pWords + y * width, width - c_iSeedMargin + 1);
+        for (std::size_t x = c_iFirstSeed; (x = CalibEdgeKernels::FindNonZero(seeds, x)) < seeds.size();
+             ++x) {
+            TraceSeed(static_cast<int>(x), y);
         }
     }
 
     void TraceSeed(int x, int y)
     {
+        const std::ptrdiff_t pixel = static_cast<std::ptrdiff_t>(y) * m_EdgeImage.GetWidth() + x;
+        if (IsFull() || LxCCalibId(m_pIds[pixel]).IsContourPixel()) {
+            return;
+        }
         m_pSpare->Trace(m_EdgeImage, x, y, m_iMethod);
         const int length = m_pSpare->GetLen();
         if (length < m_iMinLen || length > m_iMaxLen) {

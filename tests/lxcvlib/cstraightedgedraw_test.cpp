@@ -126,7 +126,7 @@ TEST(CStraightEdgeDraw, KeepsWithinTheImage)
             CCTImage image = WordImage(size, size);
             for (const int offset : {c_iMin, -11, -10, -1, 0, 1, c_iMax}) {
                 edge.DrawEx(image, 1, c_iMax, true, offset, offset);
-                edge.DrawEx(image, 1, c_iMin, true, -(offset + 1), 0);
+                edge.DrawEx(image, 1, c_iMin, true, offset, 0);
             }
         }
         CCTImage empty;
