@@ -1,6 +1,7 @@
 // The checkerboard target: separate dark squares on bright ground, some of which hold a small bright square.
 #pragma once
 
+#include "checkerboardorientation.h"
 #include "lxccalibbody.h"
 #include "lxcrectedgelocator.h"
 #include "lxcroi.h"
@@ -69,8 +70,24 @@ public:
 
     using LxCCalibBody::DrawCalibMarks;
 
+    /// Builds the squares anew and gives them their ids: finds the squares that enclose a bright one, which form a
+    /// figure without symmetry, takes the orientation from that, and spreads ids from them by `PropagateRectIds`. With
+    /// F the id of the first marked square, the figure is the squares F, F + 2, F + 3 in one row and the one below
+    /// F + 2.
+    /// @return 0, also with squares that ids did not reach; 45 without `LxCCBCalibThres`; 14 unless four squares
+    ///         enclose one (three where `m_bAssumeStandardOrientation` is set); 13 if they do not form the figure; 43 if
+    ///         its two parts differ in scale by more than 1.5, as in a mirror, with the orientation unknown; 15 if the
+    ///         squares could not be sorted. All but 43 are logged
     ECalibError IdentifyCalibMarks() override;
+
+    /// A record of each mark that is used for calibration and has world coordinates, see `GetWorldCoords`, behind those
+    /// of `out`. The caller owns them.
+    /// @return 0, and the target is reset; 1, and nothing has changed, if a mark is no `LxCRectCornerCalibMark`
     ECalibError ExportCalibrationDataUsingWCDataFile(std::vector<LxCCalibrationData*>& out) override;
+
+    /// The coordinates of a square's corner, four a square in the order of their ids: that of the place on the target at
+    /// which the mark's place in the image is at this orientation, or at `eCO_NoTurn` while it is not known.
+    /// @return (0, 0, 0) for an id below 1 or above the number of coordinates
     LxC3DCoordsCCT GetWorldCoords(const LxCCalibMark& mark) const override;
 
     /// Also removes all edges and squares, and deletes the marks of the second polarity.
@@ -80,6 +97,7 @@ public:
     /// logged.
     void DrawMask(CCTImage* mask, int size) const override;
 
+    /// As the base, then `NormalizeTargetCoordsToCenter` and `FillVectorBlackAreaOnTarget`; stops at the first error.
     ECalibError Read3DCoordsFromStream(std::istream& stream) override;
 
     /// Sets the pixels of a mask to 0 that lie in a square of the first list, widened by `margin` pixels along the
@@ -90,6 +108,8 @@ public:
     /// either axis. Without coordinates as the base. @return 0; 1 for a null
     ECalibError GetPositionInWC(double* minX, double* minY, double* maxX, double* maxY) const override;
 
+    /// Takes the ids of squares of the first list that have one below 0 or above columns * rows, and of all that share
+    /// one with another, and makes those squares invalid. @return 0
     ECalibError DoubleCheckIds(int columns, int rows) override;
 
     // Virtual operations of this class, in the order of their slots.
@@ -101,14 +121,25 @@ public:
     /// `RemoveRects`, then `DetectAllRects`.
     virtual void DetectAllRectsExtern();
 
-    /// Keeps four squares of the first list that form a valid rectangle and frees the others.
+    /// Keeps the four squares of the first list that `DetectValidRectangleWithinCalibMarks` finds and frees the others,
+    /// whose marks are of no square then. Without four such squares nothing changes.
+    /// @param tolerance degrees
     virtual void FilterRectsForValidRectangle(double tolerance);
 
+    /// Looks in the first list for four different squares whose centres i, j, k, l have right angles at j, k and l.
+    /// @param quad receives the first four by their places in the list: least i, then j, k and l. Untouched without any
+    /// @param tolerance degrees by which each angle may be off
+    /// @return whether there are four; false for null
     virtual bool DetectValidRectangleWithinCalibMarks(LxCCBRect* quad[4], double tolerance);
 
+    /// The squares of the first list nearest to the image's corners: with the least sums of the centre's distances (pixels)
+    /// from the two borders, the later one of equal ones. Nulls are passed over. @return 0; 1 without squares
     virtual ECalibError SortRectsDiagonal(int width, int height, LxCCBRect** ul, LxCCBRect** ur,
                                           LxCCBRect** ll, LxCCBRect** lr);
 
+    /// As `IdentifyCalibMarks` where just three squares enclose one: the left one is taken to be missing, and the
+    /// orientation to be `eCO_NoTurn`.
+    /// @return 14 too if the columns' pitch is more than 1.5 times that of the rows
     virtual ECalibError IdentifyCalibMarksWDefaultOrient3EmbSqs();
 
     /// Frees all squares; no mark points to one afterwards.
@@ -119,15 +150,28 @@ public:
     /// left without a square become invalid.
     virtual void DetectAllRects();
 
+    /// Appends each square of the second list that a square of the first list encloses to `embedded`, and the first such
+    /// square to `enclosing`. The target keeps them. @return how many were found
     virtual int DetectEmbeddedRects(std::vector<LxCCBRect*>& embedded, std::vector<LxCCBRect*>& enclosing);
 
     /// The angle (degrees) at the centre of square `b` between the directions to the centres of `a` and `c`, indices
     /// into the first list. Not a number for an index outside it, and where two centres coincide.
     virtual double ComputeCornerAngle(int a, int b, int c) const;
 
+    /// The squares with the least and the largest x and y of their centres, the later one of equal ones. Nulls to write
+    /// to are passed over. @return false for an empty list
     virtual bool SortRects(const std::vector<LxCCBRect*>& list, LxCCBRect** left, LxCCBRect** right,
                            LxCCBRect** top, LxCCBRect** bottom);
 
+    /// Spreads ids from the squares of the first list that have one to their neighbours in the image, on a target with
+    /// `columns` squares a row and `rows` rows, at the orientation that stands. Each of `m_iMaxIterationsPropIDs` passes
+    /// goes through all squares with an id that are not invalid and searches to the left, right, up and down, wherever
+    /// `IsSpace`, by `FindHorNeighbor` and `FindVerNeighbor`. A neighbour k units away gets the id k steps on, and its
+    /// units from the distance. In the first half of the passes searches reach 1.3 units, in the second half 2.3, so
+    /// that a missing square is bridged (1.1 and 1.2, and relaxed, with `m_bFishEyeLens`). After each pass
+    /// `DoubleCheckIds` undoes what does not fit, and `UpdateDistUnits` takes all units from the neighbours.
+    ///
+    /// Passes that only repeat earlier ones are not run, so that any number of passes ends. @return 0
     virtual ECalibError PropagateRectIds(int columns, int rows);
 
     /// Fills the gradient and edge images of the camera step from `eCamImageSmoothed`. Where the thresholds say so,
@@ -137,6 +181,29 @@ public:
     virtual void CreateEdgeImgs(LxCCalibData& data, int range, bool checkHor, bool checkVer);
 
     // The others.
+
+    /// Whether the target goes on from square `id` in a direction of the image, see `HasNeighborInImage`.
+    static bool IsSpace(int id, int columns, int rows, ECalibOrientation orientation, EDirection direction);
+
+    /// Sets a square's horizontal unit to the mean distance of its left and right neighbours by id, as far as they are in
+    /// the list, and its vertical unit likewise. Without neighbours, and for an id below 1, units stay.
+    static void UpdateDistUnits(LxCCBRect& rect, const std::vector<LxCCBRect*>& list, int columns, int rows,
+                                ECalibOrientation orientation);
+
+    // Black areas: where the squares of the target are, 0.075 wider on each side. Positions and distances are in the
+    // unit of the world coordinates, target frame.
+
+    /// Takes the areas from the world coordinates, four for each square; what is left over makes none. @return 0
+    ECalibError FillVectorBlackAreaOnTarget();
+
+    /// Areas reach from their lower bounds, inclusive, to their upper bounds, exclusive.
+    bool IsInsideBlackAreaOnTarget(double x, double y) const;
+
+    /// The distance to the nearest centre of an area; the largest float divided by 1000 without areas.
+    float GetDistToBlackAreaOnTarget(double x, double y) const;
+
+    /// In 1/1000 of the world unit.
+    const std::vector<LxCRoi>& GetBlackAreas() const { return m_vBlackAreas; }
 
     /// Which polarity the square of a corner has, by the corner's type and by whether its edges are maxima (bright to
     /// dark). `eP_NoCorner` without a type or an edge.
@@ -180,9 +247,12 @@ protected:
     std::vector<LxCCBRect*> m_vRects;          ///< owned, never null
     std::vector<LxCCBRect*> m_vSecondRects;    ///< owned, never null
     std::vector<LxCCalibMark*> m_vSecondMarks; ///< owned, never null
-    std::vector<LxCRoi> m_vBlackAreas;         ///< 1/1000 mm, target frame
+    std::vector<LxCRoi> m_vBlackAreas;         ///< 1/1000 of the world unit, target frame
 
 private:
+    /// Null for an id without coordinates.
+    const LxC3DCoordsCCT* FindWorldCoords(int id) const;
+
     ECalibError FindCorners(LxCCalibData& data, const LxCCBCalibThres& thres, bool debug);
     void PrepareImages(LxCCalibData& data, const LxCCBCalibThres& thres, bool debug);
 };

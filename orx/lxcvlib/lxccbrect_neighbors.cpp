@@ -5,7 +5,8 @@
 #include "lxcrectcornercalibmark.h"
 
 #include <cmath>
-#include <limits>
+#include <cstddef>
+#include <optional>
 
 namespace LxCV {
 
@@ -53,12 +54,20 @@ template <typename Direction>
 class CLane
 {
 public:
-    /// False if a side has no corner, no edge or no line.
-    bool Fit(const LxCCBRect& rect)
+    explicit CLane(const LxCCBRect& rect) : m_rect(rect) {}
+
+    /// Whether the corners of a square lie on the lines, up to a deviation (pixels). The lines are fitted when the
+    /// first square asks: most searches find none that is near enough.
+    bool Holds(const LxCCBRect& rect, double deviation)
     {
-        return FitSide(Direction::FirstSide(rect), m_first) && FitSide(Direction::SecondSide(rect), m_second);
+        if (!m_fitted.has_value()) {
+            m_fitted = FitSide(Direction::FirstSide(m_rect), m_first) &&
+                       FitSide(Direction::SecondSide(m_rect), m_second);
+        }
+        return *m_fitted && Miss(rect) * 0.5 < deviation;
     }
 
+private:
     /// The root of the sum of squares by which the corners miss their lines, pixels.
     double Miss(const LxCCBRect& rect) const
     {
@@ -68,7 +77,6 @@ public:
                          Square(m_second, *rect.GetLRCorner()));
     }
 
-private:
     static bool FitSide(const Corner* corner, C2DStraightLine& line)
     {
         const LxCCBRectEdge* const edge = corner != nullptr ? Direction::Edge(*corner) : nullptr;
@@ -87,11 +95,13 @@ private:
         return miss * miss;
     }
 
+    const LxCCBRect& m_rect;
+    std::optional<bool> m_fitted;
     C2DStraightLine m_first;
     C2DStraightLine m_second;
 };
 
-/// How far from the middle between two whole numbers of units a distance is; not a number for an infinite one.
+/// The fraction by which a distance differs from a whole number of units, 0.5 where it does not.
 double FractionOfUnits(double distance, double unit)
 {
     if (unit == 0.0) {
@@ -105,10 +115,10 @@ template <typename Direction>
 int FindNeighbor(const LxCCBRect& self, const std::vector<LxCCBRect*>* list, bool forward, double limit,
                  double deviation, bool relaxed)
 {
-    CLane<Direction> lane;
-    if (list == nullptr || !lane.Fit(self)) {
+    if (list == nullptr) {
         return -1;
     }
+    CLane<Direction> lane(self);
     const double sign = forward ? 1.0 : -1.0;
     const double relaxation = relaxed ? c_dRelaxed : 0.0;
     const double unit = Direction::Unit(self);
@@ -126,7 +136,7 @@ int FindNeighbor(const LxCCBRect& self, const std::vector<LxCCBRect*>* list, boo
         }
         const double fraction = FractionOfUnits(distance, unit);
         if (c_dMinFraction - relaxation < fraction && fraction < c_dMaxFraction + relaxation / 2.0 &&
-            lane.Miss(*candidate) * 0.5 < deviation) {
+            lane.Holds(*candidate, deviation)) {
             best = distance * sign;
             found = static_cast<int>(i);
         }
