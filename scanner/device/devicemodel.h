@@ -32,6 +32,7 @@ public:
     Vec2 ImageFromPoint(const Vec3& pointInCamera) const;
     Vec2 SlideFromPoint(const Vec3& pointInCamera) const;
     Ray RayFromImage(const Vec2& image) const;
+    Ray RayFromSlide(const Vec2& slide) const;
     const Vec3& ProjectorCentre() const { return m_projectorCentre; }
     Vec3 WorldFromCamera(const Vec3& point) const { return m_cameraFromWorld.Backward(point); }
     Vec3 CameraFromWorld(const Vec3& point) const { return m_cameraFromWorld.Forward(point); }

@@ -123,7 +123,8 @@ private:
         });
     }
 
-    /// Whether one piece of surface fills the pixel and its neighbours, so flat that a quadratic describes v.
+    /// Whether one piece of surface fills the pixel and its neighbours, so flat that a quadratic describes the
+    /// slide position.
     bool IsSmooth(int col, int row) const
     {
         constexpr double c_mostBending = 0.6; // slide units, a sixteenth of a pixel
@@ -137,36 +138,52 @@ private:
                 }
             }
         }
-        const double v = centre.slide.y;
-        const double bendX = SampleAt(col - 1, row).slide.y - 2.0 * v + SampleAt(col + 1, row).slide.y;
-        const double bendY = SampleAt(col, row - 1).slide.y - 2.0 * v + SampleAt(col, row + 1).slide.y;
-        return std::abs(bendX) < c_mostBending && std::abs(bendY) < c_mostBending &&
-               std::abs(Twist(col, row)) < c_mostBending;
+        const auto isFlat = [&](double Vec2::*part) {
+            const SlideModel model = ModelAt(col, row, part);
+            return std::abs(model.bendX) < c_mostBending && std::abs(model.bendY) < c_mostBending &&
+                   std::abs(model.twist) < c_mostBending;
+        };
+        return isFlat(&Vec2::y) && (!m_model.Slide().HasMarks() || isFlat(&Vec2::x));
     }
 
-    /// The mixed second derivative of v, slide units per pixel squared.
-    double Twist(int col, int row) const
+    /// A quadratic model of one slide coordinate around a pixel centre, slide units and pixels.
+    struct SlideModel
     {
-        return 0.25 * (SampleAt(col + 1, row + 1).slide.y - SampleAt(col - 1, row + 1).slide.y -
-                       SampleAt(col + 1, row - 1).slide.y + SampleAt(col - 1, row - 1).slide.y);
+        double centre, slopeX, slopeY, bendX, bendY, twist;
+
+        double At(double dx, double dy) const
+        {
+            return centre + slopeX * dx + slopeY * dy + 0.5 * (bendX * dx * dx + bendY * dy * dy) +
+                   twist * dx * dy;
+        }
+    };
+
+    SlideModel ModelAt(int col, int row, double Vec2::*part) const
+    {
+        const auto at = [&](int dx, int dy) { return SampleAt(col + dx, row + dy).slide.*part; };
+        const double centre = at(0, 0);
+        return {centre,
+                0.5 * (at(1, 0) - at(-1, 0)),
+                0.5 * (at(0, 1) - at(0, -1)),
+                at(-1, 0) - 2.0 * centre + at(1, 0),
+                at(0, -1) - 2.0 * centre + at(0, 1),
+                0.25 * (at(1, 1) - at(-1, 1) - at(1, -1) + at(-1, -1))};
     }
 
-    /// Supersamples a quadratic model of v and a linear one of the light within the pixel.
+    /// Supersamples a quadratic model of the slide position and a linear one of the light within the pixel.
     PixelLight SmoothPixel(int col, int row) const
     {
         const SurfaceSample& centre = SampleAt(col, row);
         PixelLight light;
         if (!centre.lit) {
-            Shine(centre, centre.slide.y, 1.0, 1.0, light);
+            Shine(centre, centre.slide, {1.0, 1.0}, 1.0, light);
             return light;
         }
         const SurfaceSample &left = SampleAt(col - 1, row), &right = SampleAt(col + 1, row);
         const SurfaceSample &above = SampleAt(col, row - 1), &below = SampleAt(col, row + 1);
-        const double slopeX = 0.5 * (right.slide.y - left.slide.y);
-        const double slopeY = 0.5 * (below.slide.y - above.slide.y);
-        const double bendX = left.slide.y - 2.0 * centre.slide.y + right.slide.y;
-        const double bendY = above.slide.y - 2.0 * centre.slide.y + below.slide.y;
-        const double twist = Twist(col, row);
+        const SlideModel v = ModelAt(col, row, &Vec2::y);
+        const bool hasMarks = m_model.Slide().HasMarks();
+        const SlideModel u = hasMarks ? ModelAt(col, row, &Vec2::x) : SlideModel{};
         const int n = m_options.supersamples;
         const double weight = 1.0 / (n * n);
         SurfaceSample local = centre;
@@ -174,8 +191,6 @@ private:
             const double dy = (j + 0.5) / n - 0.5;
             for (int i = 0; i < n; ++i) {
                 const double dx = (i + 0.5) / n - 0.5;
-                const double v = centre.slide.y + slopeX * dx + slopeY * dy +
-                                 0.5 * (bendX * dx * dx + bendY * dy * dy) + twist * dx * dy;
                 local.irradiance = centre.irradiance + 0.5 * dx * (right.irradiance - left.irradiance) +
                                    0.5 * dy * (below.irradiance - above.irradiance);
                 for (std::size_t channel = 0; channel < local.albedo.size(); ++channel) {
@@ -183,8 +198,14 @@ private:
                                             0.5 * dx * (right.albedo[channel] - left.albedo[channel]) +
                                             0.5 * dy * (below.albedo[channel] - above.albedo[channel]);
                 }
-                const double reach = 0.5 * std::abs(slopeY + bendY * dy + twist * dx) / n;
-                Shine(local, v, reach, weight, light);
+                // Rows cross the stripes, columns cross the marks' other sides.
+                Vec2 at{0.0, v.At(dx, dy)};
+                Vec2 reach{0.0, 0.5 * std::abs(v.slopeY + v.bendY * dy + v.twist * dx) / n};
+                if (hasMarks) {
+                    at.x = u.At(dx, dy);
+                    reach.x = 0.5 * std::abs(u.slopeX + u.bendX * dx + u.twist * dy) / n;
+                }
+                Shine(local, at, reach, weight, light);
             }
         }
         return light;
@@ -201,25 +222,27 @@ private:
             for (int i = 0; i < n; ++i) {
                 const Vec2 image{col + (i + 0.5) / n - 0.5, row + (j + 0.5) / n - 0.5};
                 const SurfaceSample sample = m_model.Sample(m_scene, image);
-                Shine(sample, sample.slide.y, reach, weight, light);
+                Shine(sample, sample.slide, {reach, reach}, weight, light);
             }
         }
         return light;
     }
 
-    /// Adds what one sample sends to the camera. Its pattern is the slide's mean over v - reach .. v + reach.
-    void Shine(const SurfaceSample& sample, double v, double reach, double weight, PixelLight& light) const
+    /// Adds what one sample sends to the camera. Its pattern is the slide's mean over the rectangle around `slide`
+    /// that reaches by `reach` to each side.
+    void Shine(const SurfaceSample& sample, const Vec2& slide, const Vec2& reach, double weight,
+               PixelLight& light) const
     {
         if (!sample.hit) {
             return;
         }
         const OpticsParameters& optics = m_model.Parameters().optics;
-        const Colour slide = sample.lit ? m_model.Slide().Mean(v, reach) : Colour{};
-        for (std::size_t channel = 0; channel < slide.size(); ++channel) {
+        const Colour passed = sample.lit ? m_model.Slide().Mean(slide, reach) : Colour{};
+        for (std::size_t channel = 0; channel < passed.size(); ++channel) {
             const double share = weight * sample.albedo[channel];
             const double lit = optics.light[channel] * sample.irradiance;
             light.reference[channel] += share * (lit + optics.ambient[channel]);
-            light.pattern[channel] += share * (lit * slide[channel] + optics.ambient[channel]);
+            light.pattern[channel] += share * (lit * passed[channel] + optics.ambient[channel]);
         }
     }
 

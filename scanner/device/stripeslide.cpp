@@ -9,6 +9,7 @@ namespace device {
 
 namespace {
 
+constexpr double c_reach = 9.0;   ///< in sigma; beyond it a blurred edge has ended to within 1e-18
 constexpr double c_spacing = 0.5; ///< of the nodes, slide units: a twelfth of the usual blur
 
 double NormalDistribution(double t)
@@ -19,6 +20,25 @@ double NormalDistribution(double t)
 double NormalDensity(double t)
 {
     return std::exp(-0.5 * t * t) / std::sqrt(2.0 * std::numbers::pi);
+}
+
+constexpr double c_narrowest = 1e-3; ///< slide units; keeps the difference of integrals above rounding
+
+/// The integral of the normal distribution from the left, in units of its sigma.
+double NormalIntegral(double t)
+{
+    return t * NormalDistribution(t) + NormalDensity(t);
+}
+
+/// What the stripe with the index `stripe`, from 0, lets through.
+Colour StripeLevel(const SlideParameters& slide, int stripe)
+{
+    Colour level{};
+    const int digit = slide.digits[static_cast<std::size_t>(stripe) % slide.digits.size()] - '0';
+    for (std::size_t channel = 0; channel < level.size(); ++channel) {
+        level[channel] = ((digit >> channel) & 1) != 0 ? 1.0 : slide.darkLevel;
+    }
+    return level;
 }
 
 /// A change of transmission at one v.
@@ -35,13 +55,7 @@ std::vector<Jump> Jumps(const SlideParameters& slide, int height)
     Colour before{};
     const int stripes = (height + slide.stripeWidth - 1) / slide.stripeWidth;
     for (int stripe = 0; stripe <= stripes; ++stripe) {
-        Colour level{};
-        if (stripe < stripes) {
-            const int digit = slide.digits[static_cast<std::size_t>(stripe) % slide.digits.size()] - '0';
-            for (std::size_t channel = 0; channel < level.size(); ++channel) {
-                level[channel] = ((digit >> channel) & 1) != 0 ? 1.0 : slide.darkLevel;
-            }
-        }
+        const Colour level = stripe < stripes ? StripeLevel(slide, stripe) : Colour{};
         Jump jump{static_cast<double>(std::min(stripe * slide.stripeWidth, height)), {}};
         for (std::size_t channel = 0; channel < level.size(); ++channel) {
             jump.by[channel] = level[channel] - before[channel];
@@ -54,10 +68,10 @@ std::vector<Jump> Jumps(const SlideParameters& slide, int height)
 
 } // namespace
 
-StripeSlide::StripeSlide(const SlideParameters& slide, int height)
+StripeSlide::StripeSlide(const SlideParameters& slide, int height) : m_blur(slide.blur)
 {
-    constexpr double c_reach = 9.0; // in sigma; beyond it a blurred edge has ended to within 1e-18
-    const double sigma = slide.blur;
+    PlaceMarks(slide, height);
+    const double sigma = m_blur;
     const double margin = 2.0 * slide.stripeWidth + c_reach * sigma;
     m_begin = -margin;
     m_nodes.resize(static_cast<std::size_t>(std::ceil((height + 2.0 * margin) / c_spacing)) + 2);
@@ -91,6 +105,24 @@ StripeSlide::StripeSlide(const SlideParameters& slide, int height)
     }
 }
 
+void StripeSlide::PlaceMarks(const SlideParameters& slide, int height)
+{
+    m_markCentres = slide.markCentres;
+    m_markHalfLength = slide.markHalfLength;
+    for (const int number : slide.markStripes) {
+        StripeMarks marks;
+        marks.begin = static_cast<double>((number - 1) * slide.stripeWidth);
+        marks.end = static_cast<double>(std::min(number * slide.stripeWidth, height));
+        const Colour stripe = StripeLevel(slide, number - 1);
+        for (std::size_t channel = 0; channel < stripe.size(); ++channel) {
+            marks.change[channel] = (slide.brightMarks ? 1.0 : slide.darkLevel) - stripe[channel];
+        }
+        m_marks.push_back(marks);
+    }
+    std::sort(m_marks.begin(), m_marks.end(),
+              [](const StripeMarks& a, const StripeMarks& b) { return a.begin < b.begin; });
+}
+
 Colour StripeSlide::Integral(double v) const
 {
     const double at = std::clamp((v - m_begin) / c_spacing, 0.0, static_cast<double>(m_nodes.size() - 2));
@@ -112,7 +144,6 @@ Colour StripeSlide::Integral(double v) const
 
 Colour StripeSlide::Mean(double v, double halfWidth) const
 {
-    constexpr double c_narrowest = 1e-3; // slide units; keeps the difference of integrals above rounding
     const double reach = std::max(halfWidth, c_narrowest);
     const Colour left = Integral(v - reach);
     const Colour right = Integral(v + reach);
@@ -121,6 +152,39 @@ Colour StripeSlide::Mean(double v, double halfWidth) const
         mean[channel] = (right[channel] - left[channel]) / (2.0 * reach);
     }
     return mean;
+}
+
+double StripeSlide::MeanOfWindow(double begin, double end, double at, double reach) const
+{
+    const double half = std::max(reach, c_narrowest);
+    const auto meanOfEdge = [&](double edge) {
+        return m_blur *
+               (NormalIntegral((at + half - edge) / m_blur) - NormalIntegral((at - half - edge) / m_blur)) /
+               (2.0 * half);
+    };
+    return meanOfEdge(begin) - meanOfEdge(end);
+}
+
+void StripeSlide::AddMarks(const Vec2& centre, const Vec2& reach, Colour& mean) const
+{
+    const Vec2 far{reach.x + c_reach * m_blur, reach.y + c_reach * m_blur};
+    double alongU = 0.0;
+    for (const double mark : m_markCentres) {
+        if (std::abs(centre.x - mark) < m_markHalfLength + far.x) {
+            alongU += MeanOfWindow(mark - m_markHalfLength, mark + m_markHalfLength, centre.x, reach.x);
+        }
+    }
+    if (alongU == 0.0) {
+        return;
+    }
+    auto marks = std::lower_bound(m_marks.begin(), m_marks.end(), centre.y - far.y,
+                                  [](const StripeMarks& stripe, double v) { return stripe.end < v; });
+    for (; marks != m_marks.end() && marks->begin < centre.y + far.y; ++marks) {
+        const double weight = alongU * MeanOfWindow(marks->begin, marks->end, centre.y, reach.y);
+        for (std::size_t channel = 0; channel < mean.size(); ++channel) {
+            mean[channel] += weight * marks->change[channel];
+        }
+    }
 }
 
 } // namespace device

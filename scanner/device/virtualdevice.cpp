@@ -48,6 +48,29 @@ void Require(bool holds, const char* text)
     }
 }
 
+void CheckMarks(const SlideParameters& slide, int height)
+{
+    constexpr std::size_t c_mostRows = 100;
+    const int stripes = (height + slide.stripeWidth - 1) / slide.stripeWidth;
+    std::vector<int> numbers = slide.markStripes;
+    std::sort(numbers.begin(), numbers.end());
+    Require(numbers.empty() || (numbers.front() >= 1 && numbers.back() <= stripes),
+            "marks must lie on stripes of the slide");
+    Require(std::adjacent_find(numbers.begin(), numbers.end()) == numbers.end(),
+            "a stripe cannot have its marks twice");
+    Require(slide.markHalfLength > 0.0 && std::isfinite(slide.markHalfLength), "marks must have a length");
+    Require(slide.markCentres.size() <= c_mostRows, "a slide has at most 100 rows of marks");
+    std::vector<double> centres = slide.markCentres;
+    Require(std::all_of(centres.begin(), centres.end(), [](double centre) { return std::isfinite(centre); }),
+            "the centres of marks must be finite");
+    std::sort(centres.begin(), centres.end());
+    Require(std::adjacent_find(centres.begin(), centres.end(),
+                               [&](double left, double right) {
+                                   return right - left < 2.0 * slide.markHalfLength;
+                               }) == centres.end(),
+            "marks of one stripe must not overlap");
+}
+
 const DeviceParameters& Checked(const DeviceParameters& parameters)
 {
     CheckLens(parameters.camera);
@@ -60,6 +83,7 @@ const DeviceParameters& Checked(const DeviceParameters& parameters)
     Require(!slide.digits.empty() && std::all_of(slide.digits.begin(), slide.digits.end(),
                                                  [](char digit) { return digit >= '0' && digit <= '7'; }),
             "the slide's digits must be 0 to 7");
+    CheckMarks(slide, parameters.projector.height);
     Require(parameters.optics.cameraBlur >= 0.0 && parameters.optics.cameraBlur <= 10.0,
             "the camera's blur must lie between 0 and 10 pixels");
     Require(parameters.sensor.fullWell > 0.0 && parameters.sensor.readNoise >= 0.0,
@@ -75,6 +99,22 @@ const DeviceParameters& Checked(const DeviceParameters& parameters)
 }
 
 } // namespace
+
+SlideParameters SlideWithDarkMarks()
+{
+    SlideParameters slide;
+    slide.markStripes = {10, 20, 28, 38, 50, 58, 74, 84, 92, 102, 114, 122, 138};
+    return slide;
+}
+
+SlideParameters SlideWithBrightMarks()
+{
+    SlideParameters slide;
+    slide.digits = "50305250125214121610343014341070";
+    slide.markStripes = {8, 24, 32, 40, 56, 64, 72, 88, 96, 104, 120};
+    slide.brightMarks = true;
+    return slide;
+}
 
 DeviceParameters::DeviceParameters()
     : camera(DefaultCamera()), projector(DefaultProjector()),
@@ -105,6 +145,13 @@ Ray DeviceModel::RayFromImage(const Vec2& image) const
 {
     const Vec2 direction = m_camera.DirectionFromRaster(image);
     return {{0.0, 0.0, 0.0}, {direction.x, direction.y, 1.0}};
+}
+
+Ray DeviceModel::RayFromSlide(const Vec2& slide) const
+{
+    const Vec2 direction = m_projector.DirectionFromRaster(slide);
+    return {m_projectorCentre,
+            m_projectorFromCamera.Backward({direction.x, direction.y, 1.0}) - m_projectorCentre};
 }
 
 double DeviceModel::EdgePosition(int edge) const
@@ -222,6 +269,11 @@ Vec2 VirtualDevice::SlideFromPoint(const Vec3& pointInCamera) const
 Ray VirtualDevice::RayFromImage(const Vec2& image) const
 {
     return m_model->RayFromImage(image);
+}
+
+Ray VirtualDevice::RayFromSlide(const Vec2& slide) const
+{
+    return m_model->RayFromSlide(slide);
 }
 
 Vec3 VirtualDevice::ProjectorCentre() const

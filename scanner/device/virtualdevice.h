@@ -23,6 +23,10 @@ class DeviceModel;
 ///
 /// Edge e lies at v = (e - 1) stripeWidth; the stripe between edges e and e + 1 has the digit with index
 /// (e - 1) modulo the number of digits. In a digit bit 0 is blue, bit 1 green, bit 2 red.
+///
+/// Marks are rectangles of another transmission, by which the slide serves as a calibration target. The stripe with the
+/// number s, which lies between the edges s and s + 1, may carry one at each of the mark centres: it is as wide as its
+/// stripe in v, and in u it reaches from centre - markHalfLength to centre + markHalfLength.
 struct SlideParameters
 {
     std::string digits = "2163050307412525052743436347214303614703416165612707056507256365";
@@ -32,7 +36,17 @@ struct SlideParameters
     double blur = 6.0; ///< sigma of the projector's blur, slide units, at least 1; 6 are about 0.6 pixels
     int calibratedEdgeMin = 25; ///< the edges that a calibration of this device would cover
     int calibratedEdgeMax = 122;
+    std::vector<int> markStripes; ///< numbers of the stripes with marks, from 1; none: a slide without marks
+    std::vector<double> markCentres{5250.0, 3500.0, 1750.0}; ///< u, one for each row of marks
+    double markHalfLength = 50.0;                            ///< slide units
+    bool brightMarks = false; ///< whether marks let all light through, or as little as a channel that is off
 };
+
+/// The slide with black marks on white stripes: 13 stripes by 3 rows.
+SlideParameters SlideWithDarkMarks();
+
+/// The slide with white marks in black stripes: 11 stripes by 3 rows. Its digits repeat after 32 stripes.
+SlideParameters SlideWithBrightMarks();
 
 /// Light and camera optics. Light of 1 on a white surface at the reference distance gives the full grey scale.
 struct OpticsParameters
@@ -156,6 +170,9 @@ public:
 
     /// The ray of an image position, from the camera's centre, with direction.z = 1.
     Ray RayFromImage(const Vec2& image) const;
+
+    /// The ray of a slide position, from the projector's centre.
+    Ray RayFromSlide(const Vec2& slide) const;
 
     Vec3 ProjectorCentre() const;
     Vec3 WorldFromCamera(const Vec3& pointInCamera) const;
