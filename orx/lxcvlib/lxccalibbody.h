@@ -215,7 +215,13 @@ public:
     /// Averages measured marks offline: reads "../Results/calib_marker_N.txt", three numbers a line, for N from 0 to
     /// one below the number of measurements, and writes "../Results/calib_marker_mean.txt", the mean of four lines a
     /// rectangle. A file that is missing or ends early takes no part in a line's mean.
+    /// @param numMeasurements kept as it is; at most 10000 files are read
     void CalculateMeanPositionOutOfMultiMeasurement(int numMeasurements, int numRects);
+
+    /// A debugging aid: logs, at debug level, the sum of x (pixels) of the upper left corners of every n-th rectangle over
+    /// n, the number of measurements of the last averaging. Nothing before the first. Not owned; null entries and
+    /// corners do not count.
+    void CalculateMeanPositionOutOfMultiMeasurement(const std::vector<LxCCBRect*>& rects) const;
 
     const std::string& GetPath() const { return m_sPath; }
     const std::string& GetCoordFile() const { return m_sCoordFile; }

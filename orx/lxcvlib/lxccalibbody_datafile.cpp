@@ -3,6 +3,7 @@
 
 #include "filestreams.h"
 #include "floatscanner.h"
+#include "lxccalibrationtargetwriter.h"
 #include "lxccctserializer.h"
 #include "lxccctserializerfile.h"
 #include "orx/logging/logger.h"
@@ -23,8 +24,6 @@ namespace {
 
 const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCCalibBody");
 
-constexpr const char* c_sStoreKey = "SOFTWARE\\Kelvane Optic Systems\\CADCAM\\Device\\Acquisition\\Lumorad";
-constexpr const char* c_sStoreValue = "calibrationdata";
 constexpr std::size_t c_uiLargestStoreValue = 0x10000; // bytes
 
 constexpr const char* c_sThresSection = "::Thres";
@@ -35,14 +34,16 @@ constexpr const char* c_sCoordsLine = "::Coords";
 bool ReadTargetDataStore(std::string& text)
 {
     using platform::EStoreRoot;
+    using Writer = LxCCalibrationTargetWriter;
     text.clear();
-    const bool isUsers = platform::HasStoreKey(EStoreRoot::eCurrentUser, c_sStoreKey);
-    if (!isUsers && !platform::HasStoreKey(EStoreRoot::eLocalMachine, c_sStoreKey)) {
+    const bool isUsers = platform::HasStoreKey(EStoreRoot::eCurrentUser, Writer::sc_sRegistryKey);
+    if (!isUsers && !platform::HasStoreKey(EStoreRoot::eLocalMachine, Writer::sc_sRegistryKey)) {
         return true;
     }
     std::vector<std::byte> value;
-    if (platform::ReadStoreValue(isUsers ? EStoreRoot::eCurrentUser : EStoreRoot::eLocalMachine, c_sStoreKey,
-                                 c_sStoreValue, c_uiLargestStoreValue, value)) {
+    if (platform::ReadStoreValue(isUsers ? EStoreRoot::eCurrentUser : EStoreRoot::eLocalMachine,
+                                 Writer::sc_sRegistryKey, Writer::sc_sRegistryValue, c_uiLargestStoreValue,
+                                 value)) {
         return false;
     }
     const auto end = std::find(value.begin(), value.end(), std::byte{0});

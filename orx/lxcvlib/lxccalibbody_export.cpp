@@ -4,6 +4,8 @@
 #include "filestreams.h"
 #include "floatscanner.h"
 #include "lxccalibrationdata.h"
+#include "lxccbrect.h"
+#include "lxcrectcornercalibmark.h"
 #include "orx/logging/logger.h"
 
 #include <algorithm>
@@ -20,7 +22,8 @@ const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCCalibBody");
 
 constexpr const char* c_sMeasurementFile = "../Results/calib_marker_";
 constexpr const char* c_sMeanFile = "../Results/calib_marker_mean.txt";
-constexpr std::size_t c_uiCorners = 4; // of a rectangle
+constexpr std::size_t c_uiCorners = 4;      // of a rectangle
+constexpr int c_iMostMeasurements = 10'000; // that are averaged; nobody measures a target more often
 
 /// Hands a new record over to the owner of the list; not even a list without memory loses it.
 void Append(std::vector<LxCCalibrationData*>& out, std::unique_ptr<LxCCalibrationData> record)
@@ -150,7 +153,7 @@ void LxCCalibBody::CalculateMeanPositionOutOfMultiMeasurement(int numMeasurement
     m_iNumMeasurements = numMeasurements;
     const std::size_t largest = static_cast<std::size_t>(std::max(numRects, 0)) * c_uiCorners;
     std::vector<SSummedPosition> positions;
-    for (int i = 0; i < numMeasurements; ++i) {
+    for (int i = 0; i < std::min(numMeasurements, c_iMostMeasurements); ++i) {
         const std::string path = c_sMeasurementFile + std::to_string(i) + ".txt";
         s_Logger.Info(L"----->> Now reading file: %s\n", path);
         std::ifstream file = OpenFileForReading(path);
@@ -172,6 +175,22 @@ void LxCCalibBody::CalculateMeanPositionOutOfMultiMeasurement(int numMeasurement
         const LxC3DCoordsCCT mean = position.sum * (1.0 / position.count);
         out << mean.x << ' ' << mean.y << ' ' << mean.z << '\n';
     }
+}
+
+void LxCCalibBody::CalculateMeanPositionOutOfMultiMeasurement(const std::vector<LxCCBRect*>& rects) const
+{
+    if (m_iNumMeasurements < 1) {
+        return;
+    }
+    double sum = 0.0;
+    const auto stride = static_cast<std::size_t>(m_iNumMeasurements);
+    for (std::size_t i = 0; i < rects.size(); i += stride) {
+        if (rects[i] != nullptr && rects[i]->GetULCorner() != nullptr) {
+            sum += rects[i]->GetULCorner()->GetXImg();
+        }
+    }
+    s_Logger.Debug(L"Mean x of the upper left corners of every rectangle number %i: %f\n", m_iNumMeasurements,
+                   sum / m_iNumMeasurements);
 }
 
 } // namespace LxCV

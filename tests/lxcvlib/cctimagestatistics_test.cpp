@@ -3,7 +3,7 @@
 #include "lxcroi.h"
 #include "orx/logging/logger.h"
 #include "tests/lxcvlib/imageopstestsupport.h"
-#include "tests/support/temporaryfolder.h"
+#include "tests/support/workplace.h"
 
 #include <gtest/gtest.h>
 
@@ -295,43 +295,9 @@ TEST(CCTImagePeak, EqualsABruteForceSearch)
     }
 }
 
-/// A working folder of its own, beside which there may be a folder of results.
-class CWorkplace
-{
-public:
-    explicit CWorkplace(bool hasResults) : m_Before(std::filesystem::current_path())
-    {
-        std::filesystem::create_directory(m_Folder.GetPath() / "work");
-        if (hasResults) {
-            std::filesystem::create_directory(GetResults());
-        }
-        std::filesystem::current_path(m_Folder.GetPath() / "work");
-    }
-    ~CWorkplace() { std::filesystem::current_path(m_Before); }
-    CWorkplace(const CWorkplace&) = delete;
-    CWorkplace& operator=(const CWorkplace&) = delete;
-
-    std::filesystem::path GetResults() const { return m_Folder.GetPath() / "Results"; }
-
-    /// All names below the folder, sorted.
-    std::vector<std::string> GetNames() const
-    {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(m_Folder.GetPath())) {
-            names.push_back(entry.path().lexically_relative(m_Folder.GetPath()).string());
-        }
-        std::ranges::sort(names);
-        return names;
-    }
-
-private:
-    ::TestSupport::CTemporaryFolder m_Folder;
-    std::filesystem::path m_Before;
-};
-
 TEST(CCTImageResults, AreWrittenWhereTheirFolderExists)
 {
-    const CWorkplace workplace(true);
+    const ::TestSupport::CWorkplace workplace(true);
     Image a = ImageOf<std::uint8_t>(2, 1, Image::eIDT_UINT8, {100, 40});
     Image b = ImageOf<std::uint8_t>(2, 1, Image::eIDT_UINT8, {50, 20});
     Image result;
@@ -354,7 +320,7 @@ TEST(CCTImageResults, AreWrittenWhereTheirFolderExists)
 
 TEST(CCTImageResults, MakeNoFolder)
 {
-    const CWorkplace workplace(false);
+    const ::TestSupport::CWorkplace workplace(false);
     Image a = RandomImage(2, 1, Image::eIDT_UINT8, 1);
     Image result;
     const Logging::CCapture capture;
@@ -366,7 +332,7 @@ TEST(CCTImageResults, MakeNoFolder)
 
 TEST(CCTImageResults, ThatCannotBeWrittenDoNotMatter)
 {
-    const CWorkplace workplace(true);
+    const ::TestSupport::CWorkplace workplace(true);
     // A folder in the place of each file.
     for (const char* const name :
          {"mean_image.tif", "tmp_image1_Source.tif", "tmp_image2_Divide.tif", "tmp_image3_Result.tif"}) {
