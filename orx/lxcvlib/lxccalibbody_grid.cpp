@@ -39,7 +39,7 @@ public:
     {
         const std::int64_t toEnd = (step > 0 ? m_iLast - id : id - 1) / std::abs(step);
         const std::int64_t stride = ColumnOf(id + step) - ColumnOf(id);
-        if (stride == 0) {
+        if (stride == 0 || border < 1) { // a column that is none bars nothing
             return toEnd;
         }
         const std::int64_t column = ColumnOf(id);
