@@ -35,16 +35,34 @@ struct SWindow
     const float* total;
 };
 
-[[gnu::always_inline]] inline void ExtremaBody(const SWindow& w, std::size_t size,
+constexpr std::size_t c_uiBlock = 32; ///< elements that are tested at once
+
+/// Whether any of some pixels exceeds its limits. Nearly all blocks of a picture of few edges do not.
+[[gnu::always_inline]] inline bool ExceedsLimits(const SWindow& w, std::size_t begin, std::size_t size)
+{
+    const float* const __restrict g1 = w.g[1] + begin;
+    const float* const __restrict g2 = w.g[2] + begin;
+    const float* const __restrict g3 = w.g[3] + begin;
+    const float* const __restrict local = w.local + begin;
+    const float* const __restrict total = w.total + begin;
+    int any = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        const float sum = g1[i] + g2[i] + g3[i];
+        any |= int{std::abs(g2[i]) > local[i]} | int{std::abs(sum) > total[i]};
+    }
+    return any != 0;
+}
+
+[[gnu::always_inline]] inline void MarkExtrema(const SWindow& w, std::size_t begin, std::size_t size,
                                                std::uint8_t* __restrict extrema)
 {
-    const float* const __restrict g0 = w.g[0];
-    const float* const __restrict g1 = w.g[1];
-    const float* const __restrict g2 = w.g[2];
-    const float* const __restrict g3 = w.g[3];
-    const float* const __restrict g4 = w.g[4];
-    const float* const __restrict local = w.local;
-    const float* const __restrict total = w.total;
+    const float* const __restrict g0 = w.g[0] + begin;
+    const float* const __restrict g1 = w.g[1] + begin;
+    const float* const __restrict g2 = w.g[2] + begin;
+    const float* const __restrict g3 = w.g[3] + begin;
+    const float* const __restrict g4 = w.g[4] + begin;
+    const float* const __restrict local = w.local + begin;
+    const float* const __restrict total = w.total + begin;
     for (std::size_t i = 0; i < size; ++i) {
         // All comparisons are made, so that no branch keeps the loop from using vectors.
         const float g = g2[i];
@@ -53,8 +71,22 @@ struct SWindow
         const int isLow = int{g < -local[i]} | int{sum < -total[i]};
         const int isTop = int{g >= g0[i]} & int{g >= g1[i]} & int{g > g3[i]} & int{g > g4[i]};
         const int isBottom = int{g <= g0[i]} & int{g <= g1[i]} & int{g < g3[i]} & int{g < g4[i]};
-        extrema[i] = static_cast<std::uint8_t>((isHigh & isTop) | (isLow & isBottom) << 1);
+        extrema[begin + i] = static_cast<std::uint8_t>((isHigh & isTop) | (isLow & isBottom) << 1);
     }
+}
+
+[[gnu::always_inline]] inline void ExtremaBody(const SWindow& w, std::size_t size,
+                                               std::uint8_t* __restrict extrema)
+{
+    std::size_t begin = 0;
+    for (; begin + c_uiBlock <= size; begin += c_uiBlock) {
+        if (ExceedsLimits(w, begin, c_uiBlock)) {
+            MarkExtrema(w, begin, c_uiBlock, extrema);
+        } else {
+            std::memset(extrema + begin, c_uiNoExtremum, c_uiBlock);
+        }
+    }
+    MarkExtrema(w, begin, size - begin, extrema);
 }
 
 [[gnu::always_inline]] inline void AmountsBody(const float* __restrict a, const float* __restrict b,
@@ -73,7 +105,6 @@ struct SWindow
                                                          std::size_t size, std::int32_t mask,
                                                          std::size_t from)
 {
-    constexpr std::size_t c_uiBlock = 32;
     const auto isCommon = [&](std::size_t i) { return int{(a[i] & mask) != 0} & int{(b[i] & mask) != 0}; };
     std::size_t i = from;
     for (; i + c_uiBlock <= size; i += c_uiBlock) {
@@ -89,6 +120,46 @@ struct SWindow
         ++i;
     }
     return std::min(i, size);
+}
+
+template <typename T>
+[[gnu::always_inline]] inline std::size_t NonZeroBody(const T* values, std::size_t size, std::size_t from)
+{
+    std::size_t i = from;
+    for (; i + c_uiBlock <= size; i += c_uiBlock) {
+        T any = 0;
+        for (std::size_t k = 0; k < c_uiBlock; ++k) {
+            any = static_cast<T>(any | values[i + k]);
+        }
+        if (any != 0) {
+            break;
+        }
+    }
+    while (i < size && values[i] == 0) {
+        ++i;
+    }
+    return std::min(i, size);
+}
+
+/// Whether any of a block of values exceeds the limit.
+[[gnu::always_inline]] inline bool BlockExceedsBody(const float* values, float limit)
+{
+    int any = 0;
+    for (std::size_t k = 0; k < c_uiBlock; ++k) {
+        any |= int{values[k] > limit};
+    }
+    return any != 0;
+}
+
+/// The begin of the first block with a value above the limit; of the rest, if there is none.
+[[gnu::always_inline]] inline std::size_t SkipBody(const float* values, std::size_t size, float limit,
+                                                   std::size_t from)
+{
+    std::size_t i = from;
+    while (i + c_uiBlock <= size && !BlockExceedsBody(values + i, limit)) {
+        i += c_uiBlock;
+    }
+    return i;
 }
 
 void GradientBasic(const float* before, const float* after, std::size_t size, float* target)
@@ -108,6 +179,19 @@ std::size_t CommonBitsBasic(const std::int32_t* a, const std::int32_t* b, std::s
                             std::size_t from)
 {
     return CommonBitsBody(a, b, size, mask, from);
+}
+
+std::size_t NonZeroBytesBasic(const std::uint8_t* values, std::size_t size, std::size_t from)
+{
+    return NonZeroBody(values, size, from);
+}
+std::size_t NonZeroWordsBasic(const std::int32_t* values, std::size_t size, std::size_t from)
+{
+    return NonZeroBody(values, size, from);
+}
+std::size_t SkipBasic(const float* values, std::size_t size, float limit, std::size_t from)
+{
+    return SkipBody(values, size, limit, from);
 }
 
 #if defined(__x86_64__)
@@ -130,30 +214,30 @@ std::size_t CommonBitsBasic(const std::int32_t* a, const std::int32_t* b, std::s
 {
     return CommonBitsBody(a, b, size, mask, from);
 }
+[[gnu::target("avx2")]] std::size_t NonZeroBytesWide(const std::uint8_t* values, std::size_t size,
+                                                     std::size_t from)
+{
+    return NonZeroBody(values, size, from);
+}
+[[gnu::target("avx2")]] std::size_t NonZeroWordsWide(const std::int32_t* values, std::size_t size,
+                                                     std::size_t from)
+{
+    return NonZeroBody(values, size, from);
+}
+[[gnu::target("avx2")]] std::size_t SkipWide(const float* values, std::size_t size, float limit,
+                                             std::size_t from)
+{
+    return SkipBody(values, size, limit, from);
+}
 #else
+constexpr auto NonZeroBytesWide = NonZeroBytesBasic;
+constexpr auto NonZeroWordsWide = NonZeroWordsBasic;
+constexpr auto SkipWide = SkipBasic;
 constexpr auto GradientWide = GradientBasic;
 constexpr auto ExtremaWide = ExtremaBasic;
 constexpr auto AmountsWide = AmountsBasic;
 constexpr auto CommonBitsWide = CommonBitsBasic;
 #endif
-
-template <typename T>
-std::size_t FindNonZeroIn(std::span<const T> values, std::size_t from)
-{
-    constexpr std::size_t c_uiBlock = 2 * sizeof(std::uint64_t) / sizeof(T);
-    std::size_t i = from;
-    for (; i < values.size() && values.size() - i >= c_uiBlock; i += c_uiBlock) {
-        std::array<std::uint64_t, 2> words;
-        std::memcpy(words.data(), values.data() + i, sizeof words);
-        if ((words[0] | words[1]) != 0) {
-            break;
-        }
-    }
-    while (i < values.size() && values[i] == 0) {
-        ++i;
-    }
-    return std::min(i, values.size());
-}
 
 // The limits 0x1.921fb6p-1 and 0x1.2d97c8p+1 lie a little above the true angles of the diagonals, and an angle is rounded
 // to single precision before it is compared. In front of the y axis an angle below the diagonal rounds to less than the
@@ -188,12 +272,14 @@ void FindExtrema(const GradientWindow& gradient, std::span<const float> local, s
 
 std::size_t FindNonZero(std::span<const std::uint8_t> values, std::size_t from)
 {
-    return FindNonZeroIn(values, from);
+    return (VectorUnits::AreWide() ? NonZeroBytesWide : NonZeroBytesBasic)(values.data(), values.size(),
+                                                                           std::min(from, values.size()));
 }
 
 std::size_t FindNonZero(std::span<const std::int32_t> values, std::size_t from)
 {
-    return FindNonZeroIn(values, from);
+    return (VectorUnits::AreWide() ? NonZeroWordsWide : NonZeroWordsBasic)(values.data(), values.size(),
+                                                                           std::min(from, values.size()));
 }
 
 std::size_t FindCommonBits(std::span<const std::int32_t> a, std::span<const std::int32_t> b,
@@ -237,12 +323,24 @@ void CLargestValues::Add(std::span<const float> values)
     if (m_uiHowMany == 0) {
         return;
     }
-    for (const float value : values) {
-        if (value > m_fLimit || (!m_bFull && value == m_fLimit)) {
-            m_vfValues.push_back(value);
-            if (m_vfValues.size() >= 4 * m_uiHowMany) {
-                DropSmallest();
-            }
+    const auto skip = VectorUnits::AreWide() ? SkipWide : SkipBasic;
+    for (std::size_t i = 0; i < values.size();) {
+        if (m_bFull) {
+            i = skip(values.data(), values.size(), m_fLimit, i);
+        }
+        const std::size_t end = i + std::min(values.size() - i, c_uiBlock);
+        for (; i < end; ++i) {
+            AddOne(values[i]);
+        }
+    }
+}
+
+void CLargestValues::AddOne(float value)
+{
+    if (value > m_fLimit || (!m_bFull && value == m_fLimit)) {
+        m_vfValues.push_back(value);
+        if (m_vfValues.size() >= 4 * m_uiHowMany) {
+            DropSmallest();
         }
     }
 }

@@ -75,6 +75,7 @@ public:
     bool GetMeanOfRanks(std::size_t first, std::size_t end, double& mean) const;
 
 private:
+    void AddOne(float value);
     void DropSmallest();
 
     std::size_t m_uiHowMany;
