@@ -254,7 +254,7 @@ private:
     const LxC3DCoordsCCT* FindWorldCoords(int id) const;
 
     ECalibError FindCorners(LxCCalibData& data, const LxCCBCalibThres& thres, bool debug);
-    void PrepareImages(LxCCalibData& data, const LxCCBCalibThres& thres, bool debug);
+    bool PrepareImages(LxCCalibData& data, const LxCCBCalibThres& thres, bool debug);
 };
 
 } // namespace LxCV

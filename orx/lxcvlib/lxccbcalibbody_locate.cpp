@@ -82,6 +82,21 @@ public:
           m_pCorner(std::make_unique<Corner>(false))
     {}
 
+    /// Corners that nobody took leave their edges.
+    ~CCornerScan()
+    {
+        for (const Corners* corners : {&m_vFirst, &m_vSecond}) {
+            for (const std::unique_ptr<Corner>& corner : *corners) {
+                corner->ResetCorner();
+            }
+        }
+        if (m_pCorner != nullptr) {
+            m_pCorner->ResetCorner();
+        }
+    }
+    CCornerScan(const CCornerScan&) = delete;
+    CCornerScan& operator=(const CCornerScan&) = delete;
+
     /// Visits the pixels that lie on a vertical and on a horizontal edge, row by row.
     void Run()
     {
@@ -261,7 +276,9 @@ ECalibError LxCCBCalibBody::LocateCalibMarks(LxCCalibData& data, bool debug)
 
 ECalibError LxCCBCalibBody::FindCorners(LxCCalibData& data, const LxCCBCalibThres& thres, bool debug)
 {
-    PrepareImages(data, thres, debug);
+    if (!PrepareImages(data, thres, debug)) {
+        return eCalibNoMemory;
+    }
     Reset();
     const bool check = thres.m_bUseEdgeDirCheck;
     CreateEdgeImgs(data, c_iFractionBits, check, check);
@@ -289,7 +306,7 @@ ECalibError LxCCBCalibBody::FindCorners(LxCCalibData& data, const LxCCBCalibThre
     return eCalibOk;
 }
 
-void LxCCBCalibBody::PrepareImages(LxCCalibData& data, const LxCCBCalibThres& thres, bool debug)
+bool LxCCBCalibBody::PrepareImages(LxCCalibData& data, const LxCCBCalibThres& thres, bool debug)
 {
     const CCTImage& input = data.GetImage(LxCCalibData::eCamImage);
     CCTImage& smoothed = data.GetImage(LxCCalibData::eCamImageSmoothed);
@@ -298,16 +315,19 @@ void LxCCBCalibBody::PrepareImages(LxCCalibData& data, const LxCCBCalibThres& th
     if (m_pIntrinsicParams != nullptr) {
         m_pIntrinsicParams->SetPrincipalPoint(width / 2, height / 2);
     }
-    const auto mode = thres.m_eSmoothingMode;
-    if (smoothed.GetDataType() != CCTImage::eIDT_FLOAT32_3 || !smoothed.DoDimMatchWith(input) ||
-        input.Smooth(&smoothed, mode, thres.m_iKernelSizeX, thres.m_iKernelSizeY) != CCTImage::eRC_OK) {
+    CCTImage::EReturnCode result = CCTImage::eRC_SizeMismatch;
+    if (smoothed.GetDataType() == CCTImage::eIDT_FLOAT32_3 && smoothed.DoDimMatchWith(input)) {
+        result = input.Smooth(&smoothed, thres.m_eSmoothingMode, thres.m_iKernelSizeX, thres.m_iKernelSizeY);
+    }
+    if (result != CCTImage::eRC_OK) {
         // What an earlier view left there is no image of this one.
         smoothed.Clear();
     }
-    if (debug) {
+    if (debug && result != CCTImage::eRC_OutOfMemory) {
         CCTImage& picture = data.GetImage(LxCCalibData::eCamDebugImage);
-        input.ConvertToARGB8(&picture, !IsOfType(picture, CCTImage::eIDT_ARGB8, input));
+        result = input.ConvertToARGB8(&picture, !IsOfType(picture, CCTImage::eIDT_ARGB8, input));
     }
+    return result != CCTImage::eRC_OutOfMemory;
 }
 
 void LxCCBCalibBody::CreateEdgeImgs(LxCCalibData& data, int range, bool checkHor, bool checkVer)

@@ -99,8 +99,12 @@ inline void PaintQuad(CCTImage& image, const std::array<SPoint, 4>& corners, flo
     const int lastY = std::min(image.GetHeight() - 1, static_cast<int>(std::ceil(bottom->y)));
     for (int y = std::max(0, static_cast<int>(std::floor(top->y))); y <= lastY; ++y) {
         const std::vector<SPoint> row = Clip(Clip(quad, 0.0, -1.0, 0.5 - y), 0.0, 1.0, y + 0.5);
+        const double rowArea = Area(row);
+        double before = left->x < -0.5 ? Area(Clip(row, 1.0, 0.0, -0.5)) : 0.0; // left of the pixel
         for (int x = std::max(0, static_cast<int>(std::floor(left->x))); x <= lastX; ++x) {
-            const double share = Area(Clip(Clip(row, -1.0, 0.0, 0.5 - x), 1.0, 0.0, x + 0.5));
+            const double after = x + 0.5 < right->x ? Area(Clip(row, 1.0, 0.0, x + 0.5)) : rowArea;
+            const double share = after - before;
+            before = after;
             LxCFloat3& pixel = image.GetFloat3Fast(x, y);
             pixel = pixel + LxCFloat3((level - pixel.get(0)) * static_cast<float>(share));
         }
