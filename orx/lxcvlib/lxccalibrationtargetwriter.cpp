@@ -5,6 +5,8 @@
 #include "orx/logging/logger.h"
 #include "orx/platform/archive.h"
 #include "orx/platform/keyvaluestore.h"
+#include "orx/platform/paths.h"
+#include "orx/platform/replacefile.h"
 #include "orx/ymalgo/ymzip.h"
 #include "pathutils.h"
 #include "stringutils.h"
@@ -176,14 +178,12 @@ bool ConvertFile(const char* from, const char* to, bool (*convert)(std::istream&
         if (!convert(in, content)) {
             return false;
         }
-        std::ofstream out = OpenFileForWriting(PathInFolder(to));
-        const std::string_view bytes = content.view();
-        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        out.close();
-        if (out.fail()) {
-            s_Logger.Error(L"LxCCalibrationTargetWriter: '%s' cannot be written.\n", to);
+        const std::error_code error = platform::ReplaceFile(platform::NativePath(PathInFolder(to)),
+                                                            std::as_bytes(std::span(content.view())));
+        if (error) {
+            s_Logger.Error(L"LxCCalibrationTargetWriter: '%s' cannot be written: %s.\n", to, error.message());
         }
-        return !out.fail();
+        return !error;
     } catch (const std::exception& error) {
         s_Logger.Error(L"LxCCalibrationTargetWriter: %s\n", error.what());
         return false;

@@ -108,8 +108,8 @@ public:
 
     /// Tools for the maker of an archive: "LumoradCalibrationDataOrig.dat" beside the archive is the text that is
     /// written as the archive; an archive's text becomes "LumoradCalibrationDataOrigReconstruct.dat".
-    /// @return false, with a log line, where a file cannot be read or written; a file that was there is replaced only
-    /// once its new content is known
+    /// @return false, with a log line, where a file cannot be read or written; a file that was there is replaced
+    /// whole or stays
     static bool DebugReadOrigAndWriteCrypted();
     static bool DebugReadCryptedAndWriteOrig();
 

@@ -634,8 +634,8 @@ TEST_F(TargetArchive, ThatCannotBeWrittenIsTold)
     std::filesystem::create_directory(folder / "LumoradCalibrationData.dat");
     const CLog log;
     EXPECT_FALSE(Writer::DebugReadOrigAndWriteCrypted());
-    EXPECT_EQ(log.GetText(),
-              L"error LxCCalibrationTargetWriter: 'LumoradCalibrationData.dat' cannot be written.\n");
+    EXPECT_EQ(log.GetText(), L"error LxCCalibrationTargetWriter: 'LumoradCalibrationData.dat' cannot be "
+                             L"written: Invalid argument.\n");
 }
 
 /// Opens what builds the data file.
