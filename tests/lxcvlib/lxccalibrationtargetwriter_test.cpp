@@ -1,5 +1,7 @@
 #include "lxccalibrationtargetwriter.h"
 
+#include "lxccbcalibbody.h"
+#include "lxccbcalibthres.h"
 #include "orx/logging/logger.h"
 #include "orx/platform/keyvaluestore.h"
 #include "pathutils.h"
@@ -674,6 +676,39 @@ TEST_F(TargetData, WithoutAWholeNumberOrOfALengthBeyondTheBufferTouchNoOtherMemo
     EXPECT_EQ(OpenWriter::writePaperTarget(buffer, "123", length, archive), Writer::eCDRC_Success);
     EXPECT_EQ(OpenWriter::writeToRegistry(buffer, 1 << 30), Writer::eCDRC_Success);
     EXPECT_EQ(Stored().size(), buffer.size());
+}
+
+/// Opens what a target has loaded, and leaves it where the file has it.
+class CLoadedTarget : public LxCCBCalibBody
+{
+public:
+    CLoadedTarget() : LxCCBCalibBody(true)
+    {
+        SetCoordFile(sc_FilenameReadFromRegistry);
+        EXPECT_EQ(LoadDataFile(), 0);
+    }
+    ECalibError NormalizeTargetCoordsToCenter() override { return eCalibOk; }
+    unsigned int GetTargetId() const { return dynamic_cast<const LxCCBCalibThres&>(*m_pThres).m_uiTargetId; }
+
+    using LxCCBCalibBody::m_vWorldCoords;
+};
+
+TEST_F(TargetData, AreWhatATargetLoads)
+{
+    EXPECT_EQ(Writer::WriteCalibDataToRegistry(WithCheckDigits("300000")), Writer::eCDRC_Success);
+    const CLoadedTarget known;
+    EXPECT_EQ(known.GetTargetId(), 30000047U);
+    ASSERT_EQ(known.m_vWorldCoords.size(), 224U);
+    EXPECT_EQ(known.m_vWorldCoords[0].x, static_cast<double>(-0.003F));
+    EXPECT_EQ(known.m_vWorldCoords[223].x, static_cast<double>(22.003F)); // 7 3 + 1.003
+    EXPECT_EQ(known.m_vWorldCoords[223].y, static_cast<double>(19.003F)); // 6 3 + 1.003
+
+    EXPECT_EQ(Write("12345607", ArchiveOf("::123456\n1.5 2 3\t\t-4 5 6\n")), Writer::eCDRC_Success);
+    const CLoadedTarget measured;
+    EXPECT_EQ(measured.GetTargetId(), 12345607U);
+    ASSERT_EQ(measured.m_vWorldCoords.size(), 2U);
+    EXPECT_EQ(measured.m_vWorldCoords[0].x, 1.5);
+    EXPECT_EQ(measured.m_vWorldCoords[1].z, 6.0);
 }
 
 } // namespace
