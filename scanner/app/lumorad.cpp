@@ -5,6 +5,7 @@
 #include "scanner/app/imagesources.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
+#include "scanner/app/rendertarget.h"
 #include "scanner/app/targetcommands.h"
 
 #include <CLI/CLI.hpp>
@@ -258,6 +259,8 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     bool exact = false;
     demo->add_flag("--exact", exact, "Compute each point instead of looking it up in a table");
     AddSceneOptions(*render, options, json);
+    TargetOptions target;
+    AddTargetOptions(*render, target);
     const TargetCommand runTarget = AddTargetCommands(program);
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
@@ -267,6 +270,8 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     try {
         if (demo->parsed()) {
             RunDemo(options, source, exact ? ETriangulation::eComputed : ETriangulation::eTable, json, out);
+        } else if (render->parsed() && !target.target.empty()) {
+            RenderTarget(target, {options.seed, options.noise, options.out, json}, out);
         } else if (render->parsed()) {
             RunRender(options, json, out);
         } else {

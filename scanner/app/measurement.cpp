@@ -37,16 +37,6 @@ ColourImage Picture(const LxCV::CCTImage& image)
                                 {static_cast<const float*>(image.GetBuffer()), size});
 }
 
-void WriteText(const std::filesystem::path& file, const std::string& text)
-{
-    std::ofstream stream(file, std::ios::binary);
-    stream << text;
-    stream.close();
-    if (!stream) {
-        throw std::runtime_error("cannot write " + file.string());
-    }
-}
-
 /// The library's path texts take a backslash for a separator, which is a letter in a path of this system; so the
 /// file is opened here.
 void LoadModel(const std::filesystem::path& file, LxCV::LxCPinholeFramework& model)
@@ -102,6 +92,16 @@ void CreateFolder(const std::filesystem::path& folder)
     std::filesystem::create_directories(folder, error);
     if (error) {
         throw std::runtime_error("cannot create the folder " + folder.string() + ": " + error.message());
+    }
+}
+
+void WriteText(const std::filesystem::path& file, const std::string& text)
+{
+    std::ofstream stream(file, std::ios::binary);
+    stream << text;
+    stream.close();
+    if (!stream) {
+        throw std::runtime_error("cannot write " + file.string());
     }
 }
 

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace LxCV {
@@ -24,6 +25,9 @@ inline constexpr const char* kModelRoot = "::MV3DCamBase";
 /// Makes the folder and those above it where they are missing.
 /// @throws std::runtime_error naming the folder that cannot be made
 void CreateFolder(const std::filesystem::path& folder);
+
+/// @throws std::runtime_error naming the file that cannot be written
+void WriteText(const std::filesystem::path& file, const std::string& text);
 
 /// Writes reference.png, pattern.png and the device's parameter set model.txt into the folder `out`.
 /// @throws std::runtime_error naming the file that cannot be written
