@@ -1,4 +1,5 @@
 // Location of the corners of a checkerboard target.
+#include "calibedgedrawing.h"
 #include "calibedgeimages.h"
 #include "calibedgekernels.h"
 #include "cctimage.h"
@@ -8,7 +9,6 @@
 #include "lxccbcalibbody.h"
 #include "lxccbcalibthres.h"
 #include "lxccolorvalueargb8.h"
-#include "lxcgdiplusbitmaputilities.h"
 #include "lxclxcvlibsettings.h"
 #include "lxcrectcornercalibmark.h"
 #include "orx/logging/logger.h"
@@ -20,7 +20,6 @@
 #include <memory>
 #include <new>
 #include <span>
-#include <string>
 #include <utility>
 
 namespace LxCV {
@@ -30,15 +29,13 @@ namespace {
 const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCCBCalibBody");
 
 constexpr int c_iFractionBits = 6;
-constexpr int c_iEdgeBorder = 1;        // pixels without extrema, at each side of the image
-constexpr int c_iTraceMethod = 1;       // looks two pixels to either side, and bridges no gap
-constexpr int c_iWideDrawing = 6;       // pixels beyond the ends of an edge; entries at corners were deleted
-constexpr int c_iNarrowDrawing = 1;     // pixels
-constexpr int c_iCandidateMargin = 3;   // pixels
-constexpr int c_iRegionTextOffset = 10; // pixels
-constexpr int c_iRegionTextSize = 20;   // pixels
-constexpr int c_iCornerTick = 10;       // pixels
-constexpr int c_iCandidateTick = 1;     // pixels
+constexpr int c_iEdgeBorder = 1;      // pixels without extrema, at each side of the image
+constexpr int c_iTraceMethod = 1;     // looks two pixels to either side, and bridges no gap
+constexpr int c_iWideDrawing = 6;     // pixels beyond the ends of an edge; entries at corners were deleted
+constexpr int c_iNarrowDrawing = 1;   // pixels
+constexpr int c_iCandidateMargin = 3; // pixels
+constexpr int c_iCornerTick = 10;     // pixels
+constexpr int c_iCandidateTick = 1;   // pixels
 
 using Corner = LxCRectCornerCalibMark;
 using Corners = std::vector<std::unique_ptr<Corner>>;
@@ -207,22 +204,6 @@ LxCCBCalibBody::EPolarity PolarityOfMarks(const CCornerScan& scan, LxCCBCalibThr
     return LxCCBCalibBody::eP_NoCorner;
 }
 
-void DrawRegions(CCTImage& image, const SExtremumThresholds& thresholds)
-{
-    LxCGdiPlusBitmapUtilities surface(image);
-    for (std::size_t i = 0; i < thresholds.regions.size(); ++i) {
-        const LxCRoi& region = thresholds.regions[i];
-        surface.DrawRectangle(region.GetLeftCol(), region.GetTopRow(), region.GetWidth(), region.GetHeight(),
-                              LxCColorValueARGB8::eGreen);
-        const std::wstring text =
-            std::to_wstring(thresholds.minLocal[i]) + L' ' + std::to_wstring(thresholds.minTotal[i]);
-        surface.DrawTextW(text, region.GetLeftCol() + c_iRegionTextOffset,
-                          region.GetTopRow() + c_iRegionTextOffset, c_iRegionTextSize,
-                          LxCColorValueARGB8::eGreen);
-    }
-    surface.CopyResult(&image);
-}
-
 } // namespace
 
 LxCCBCalibBody::EPolarity LxCCBCalibBody::DetPolarity(const LxCRectCornerCalibMark& mark)
@@ -355,7 +336,7 @@ void LxCCBCalibBody::CreateEdgeImgs(LxCCalibData& data, int range, bool checkHor
         DecideForBestSettings(gradientVer, thresholds);
     }
     if (LxCLxCVLibSettings::IsDrawMarkerPosForDebugging()) {
-        DrawRegions(data.GetImage(LxCCalibData::eCamDebugImage), thresholds);
+        DrawThresholdRegions(data.GetImage(LxCCalibData::eCamDebugImage), thresholds);
     }
     NonLocExtSuppVer(gradientVer, horEdges, thresholds, c_iEdgeBorder, range);
     if (checkHor) {
