@@ -37,8 +37,8 @@ struct SWindow
 
 constexpr std::size_t c_uiBlock = 32; ///< elements that are tested at once
 
-/// Whether any of some pixels exceeds its limits. Nearly all blocks of a picture of few edges do not.
-[[gnu::always_inline]] inline bool ExceedsLimits(const SWindow& w, std::size_t begin, std::size_t size)
+/// Whether any pixel of a block exceeds its limits. Nearly all blocks of a picture of few edges do not.
+[[gnu::always_inline]] inline bool ExceedsLimits(const SWindow& w, std::size_t begin)
 {
     const float* const __restrict g1 = w.g[1] + begin;
     const float* const __restrict g2 = w.g[2] + begin;
@@ -46,7 +46,7 @@ constexpr std::size_t c_uiBlock = 32; ///< elements that are tested at once
     const float* const __restrict local = w.local + begin;
     const float* const __restrict total = w.total + begin;
     int any = 0;
-    for (std::size_t i = 0; i < size; ++i) {
+    for (std::size_t i = 0; i < c_uiBlock; ++i) {
         const float sum = g1[i] + g2[i] + g3[i];
         any |= int{std::abs(g2[i]) > local[i]} | int{std::abs(sum) > total[i]};
     }
@@ -75,18 +75,27 @@ constexpr std::size_t c_uiBlock = 32; ///< elements that are tested at once
     }
 }
 
+[[gnu::always_inline]] inline void ExtremaBlock(const SWindow& w, std::size_t begin,
+                                                std::uint8_t* __restrict extrema)
+{
+    if (ExceedsLimits(w, begin)) {
+        MarkExtrema(w, begin, c_uiBlock, extrema);
+    } else {
+        std::memset(extrema + begin, c_uiNoExtremum, c_uiBlock);
+    }
+}
+
 [[gnu::always_inline]] inline void ExtremaBody(const SWindow& w, std::size_t size,
                                                std::uint8_t* __restrict extrema)
 {
-    std::size_t begin = 0;
-    for (; begin + c_uiBlock <= size; begin += c_uiBlock) {
-        if (ExceedsLimits(w, begin, c_uiBlock)) {
-            MarkExtrema(w, begin, c_uiBlock, extrema);
-        } else {
-            std::memset(extrema + begin, c_uiNoExtremum, c_uiBlock);
-        }
+    if (size < c_uiBlock) {
+        MarkExtrema(w, 0, size, extrema);
+        return;
     }
-    MarkExtrema(w, begin, size - begin, extrema);
+    for (std::size_t begin = 0; begin + c_uiBlock <= size; begin += c_uiBlock) {
+        ExtremaBlock(w, begin, extrema);
+    }
+    ExtremaBlock(w, size - c_uiBlock, extrema); // overlaps the one before, with the same results
 }
 
 [[gnu::always_inline]] inline void AmountsBody(const float* __restrict a, const float* __restrict b,
@@ -359,12 +368,15 @@ bool CLargestValues::GetMeanOfRanks(std::size_t first, std::size_t end, double& 
     if (first >= end || end > m_uiHowMany || end > m_vfValues.size()) {
         return false;
     }
-    std::vector<float> sorted(end);
-    std::partial_sort_copy(m_vfValues.begin(), m_vfValues.end(), sorted.begin(), sorted.end(),
-                           std::greater<>());
+    // The first `end` ones in front, of them the first `first` ones; only those that count are sorted.
+    std::vector<float> values(m_vfValues);
+    const auto at = [&](std::size_t rank) { return values.begin() + static_cast<std::ptrdiff_t>(rank); };
+    std::nth_element(values.begin(), at(end) - 1, values.end(), std::greater<>());
+    std::nth_element(values.begin(), at(first), at(end), std::greater<>());
+    std::sort(at(first), at(end), std::greater<>());
     double sum = 0.0;
     for (std::size_t i = first; i < end; ++i) {
-        sum += static_cast<double>(sorted[i]);
+        sum += static_cast<double>(values[i]);
     }
     mean = sum / static_cast<double>(end - first);
     return true;

@@ -60,9 +60,6 @@ void BlankRow(CCTImage& mask, const SQuad& quad, double margin, int y)
 {
     const double left = quad.Left(y);
     const double right = quad.Right(y);
-    if (!(right - left + 2 * margin > 0.0)) {
-        return;
-    }
     constexpr std::array<std::byte, 16> c_aNothing{}; // the largest pixel takes 12 bytes
     // One pixel more at either end, which the exact comparisons below decide.
     const int last = std::min(mask.GetWidth() - 1, TruncateTo<int>(right + margin + 1.0));

@@ -204,6 +204,18 @@ LxCCBCalibBody::EPolarity PolarityOfMarks(const CCornerScan& scan, LxCCBCalibThr
     return LxCCBCalibBody::eP_NoCorner;
 }
 
+/// The gradient sum in all rows but the first and the last one, which become 0; nothing but 0 where it cannot be.
+void MakeVerticalGradient(const CCTImage& image, CCTImage& gradient)
+{
+    if (!ComputeSobelSumVer(image, gradient, nullptr)) {
+        gradient.Clear();
+        return;
+    }
+    for (const int y : {0, gradient.GetHeight() - 1}) {
+        std::fill_n(&gradient.GetFloatPixelFast(0, y), gradient.GetWidth(), 0.0F);
+    }
+}
+
 } // namespace
 
 LxCCBCalibBody::EPolarity LxCCBCalibBody::DetPolarity(const LxCRectCornerCalibMark& mark)
@@ -317,21 +329,21 @@ void LxCCBCalibBody::CreateEdgeImgs(LxCCalibData& data, int range, bool checkHor
     CCTImage& gradientHor = data.GetImage(LxCCalibData::eCamGradientHor);
     CCTImage& horEdges = data.GetImage(LxCCalibData::eCamHorEdges);
     CCTImage& verEdges = data.GetImage(LxCCalibData::eCamVerEdges);
-    for (CCTImage* image : {&gradientVer, &gradientHor, &horEdges, &verEdges}) {
-        image->Clear();
-    }
+    horEdges.Clear();
+    verEdges.Clear();
     const LxCCBCalibThres* const thres = GetCBThres();
-    if (thres == nullptr) {
-        s_Logger.Error(L"LxCCBCalibBody::CreateEdgeImgs: m_pThres is no instance of LxCCBCalibThres\n");
-        return;
-    }
     const CCTImage& image = data.GetImage(LxCCalibData::eCamImageSmoothed);
-    if (image.GetDataType() != CCTImage::eIDT_FLOAT32_3) {
+    if (thres == nullptr || image.GetDataType() != CCTImage::eIDT_FLOAT32_3) {
+        gradientVer.Clear();
+        gradientHor.Clear();
+        if (thres == nullptr) {
+            s_Logger.Error(L"LxCCBCalibBody::CreateEdgeImgs: m_pThres is no instance of LxCCBCalibThres\n");
+        }
         return;
     }
     SExtremumThresholds thresholds{
         {LxCRoi(&image)}, {thres->m_iMinLocExtAmount}, {thres->m_iMinTotalExtAmount}};
-    ComputeSobelSumVer(image, gradientVer, nullptr);
+    MakeVerticalGradient(image, gradientVer);
     if (thres->m_bUseAutoThresholds) {
         DecideForBestSettings(gradientVer, thresholds);
     }
@@ -342,7 +354,9 @@ void LxCCBCalibBody::CreateEdgeImgs(LxCCalibData& data, int range, bool checkHor
     if (checkHor) {
         CheckGradientOfHorEdges(image, horEdges);
     }
-    ComputeSobelSumHor(image, gradientHor, nullptr);
+    if (!ComputeSobelSumHor(image, gradientHor, nullptr)) {
+        gradientHor.Clear();
+    }
     NonLocExtSuppHor(gradientHor, verEdges, thresholds, c_iEdgeBorder, range);
     if (checkVer) {
         CheckGradientOfVerEdges(image, verEdges);
