@@ -245,7 +245,7 @@ ECalibError LxCCalibBody::NormalizeTargetCoordsToCenter()
 
 ECalibError LxCCalibBody::FilterOutCalibMarks(CCTImage*, double)
 {
-    s_Logger.Info(L"Error: FilterOutCalibMarks ist f\u00FCr diesen CalibBody nicht implementiert.\n");
+    s_Logger.Info(L"Error: FilterOutCalibMarks ist für diesen CalibBody nicht implementiert.\n");
     return eCalibNotDone;
 }
 

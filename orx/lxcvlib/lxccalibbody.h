@@ -249,6 +249,10 @@ protected:
     /// Whether a mark is not invalid and, if asked for, has an id.
     static bool IsSeen(const LxCCalibMark& mark, bool onlyIdentified);
 
+    /// Appends a new record of a mark, which the owner of the list owns. Throws std::bad_alloc.
+    static void AppendRecord(std::vector<LxCCalibrationData*>& out, const LxC3DCoordsCCT& world,
+                             const LxCCalibMark& mark);
+
     /// Copies that the caller owns.
     static std::vector<LxCCalibMark*> CloneMarks(const std::vector<LxCCalibMark*>& marks);
 

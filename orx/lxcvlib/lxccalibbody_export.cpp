@@ -32,12 +32,6 @@ void Append(std::vector<LxCCalibrationData*>& out, std::unique_ptr<LxCCalibratio
     (void)record.release();
 }
 
-void Append(std::vector<LxCCalibrationData*>& out, const LxC3DCoordsCCT& world, const LxCCalibMark& mark)
-{
-    Append(out,
-           std::make_unique<LxCCalibrationData>(&world, mark.GetXImg(), mark.GetYImg(), mark.GetQuality()));
-}
-
 /// A line without the carriage return of a file with such line ends.
 bool GetTextLine(std::istream& file, std::string& line)
 {
@@ -92,6 +86,13 @@ void AddPositions(std::istream& file, std::size_t largest, std::vector<SSummedPo
 
 } // namespace
 
+void LxCCalibBody::AppendRecord(std::vector<LxCCalibrationData*>& out, const LxC3DCoordsCCT& world,
+                                const LxCCalibMark& mark)
+{
+    Append(out,
+           std::make_unique<LxCCalibrationData>(&world, mark.GetXImg(), mark.GetYImg(), mark.GetQuality()));
+}
+
 ECalibError LxCCalibBody::ExportCalibrationData(std::vector<LxCCalibrationData*>& out)
 {
     return ExportCalibrationDataUsingWCDataFile(out);
@@ -102,7 +103,7 @@ ECalibError LxCCalibBody::ExportCalibrationDataDirect(std::vector<LxCCalibration
     for (LxCCalibMark* mark : m_vMarks) {
         if (mark->GetId() != 0 && mark->UseForCalib()) {
             IdToWCDirect(mark->GetId(), mark->GetWorldCoords()); // a refusal leaves what stands in the mark
-            Append(out, mark->GetWorldCoords(), *mark);
+            AppendRecord(out, mark->GetWorldCoords(), *mark);
         }
     }
     return eCalibOk;
@@ -114,7 +115,7 @@ ECalibError LxCCalibBody::ExportCalibrationDataUsingWCDataFile(std::vector<LxCCa
         // Deliberately without the first and the last of the coordinates, as stored calibrations were made.
         const int id = mark->GetId();
         if (id >= 2 && static_cast<std::size_t>(id) < m_vWorldCoords.size() && mark->UseForCalib()) {
-            Append(out, m_vWorldCoords[static_cast<std::size_t>(id) - 1], *mark);
+            AppendRecord(out, m_vWorldCoords[static_cast<std::size_t>(id) - 1], *mark);
         }
     }
     Reset();

@@ -1,7 +1,6 @@
 // A checkerboard target in the world: its coordinates, its black areas, and what it exports.
 #include "checkerboardorientation.h"
 #include "floattointeger.h"
-#include "lxccalibrationdata.h"
 #include "lxccbcalibbody.h"
 #include "lxcrectcornercalibmark.h"
 #include "orx/logging/logger.h"
@@ -12,7 +11,6 @@
 #include <cstdint>
 #include <istream>
 #include <limits>
-#include <memory>
 #include <span>
 
 namespace LxCV {
@@ -77,13 +75,9 @@ ECalibError LxCCBCalibBody::ExportCalibrationDataUsingWCDataFile(std::vector<LxC
     }
     for (const LxCCalibMark* const mark : m_vMarks) {
         const LxC3DCoordsCCT* const coords = FindWorldCoords(mark->GetId());
-        if (coords == nullptr || !mark->UseForCalib()) {
-            continue;
+        if (coords != nullptr && mark->UseForCalib()) {
+            AppendRecord(out, *coords, *mark);
         }
-        auto record = std::make_unique<LxCCalibrationData>(coords, mark->GetXImg(), mark->GetYImg(),
-                                                           mark->GetQuality());
-        out.push_back(record.get());
-        (void)record.release();
     }
     Reset();
     return eCalibOk;
