@@ -183,7 +183,7 @@ public:
     virtual ECalibError GetPositionInWC(double* minX, double* minY, double* maxX, double* maxY) const;
 
     /// The position (pixels, distorted image) one step behind two marks on a line, first and second: in the plane of
-    /// the undistorted image where the thresholds tell a distortion.
+    /// the undistorted image where the thresholds tell a distortion. A null leaves x and y alone.
     virtual void EstimateNewPosition(LxCCalibMark* const marks[2], double* x, double* y);
 
     /// Spreads ids over a grid that is numbered row by row from 1, from pairs of neighbours that have theirs. Columns

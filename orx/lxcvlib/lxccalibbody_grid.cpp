@@ -81,6 +81,9 @@ constexpr bool HasNeighbor(const SDirection& direction, std::int64_t column, std
 
 void LxCCalibBody::EstimateNewPosition(LxCCalibMark* const marks[2], double* x, double* y)
 {
+    if (marks == nullptr || marks[0] == nullptr || marks[1] == nullptr || x == nullptr || y == nullptr) {
+        return;
+    }
     LxCSensorCoordsCCT a(marks[0]->GetXImg(), marks[0]->GetYImg());
     LxCSensorCoordsCCT b(marks[1]->GetXImg(), marks[1]->GetYImg());
     const double kappa2 = GetThresOrDefaults().m_dPseudoKappa2Tsai;

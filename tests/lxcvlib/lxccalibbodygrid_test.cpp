@@ -175,6 +175,22 @@ TEST(LxCCalibBodyEstimate, GoesOnInAStraightLineWithoutThresholds)
     EXPECT_EQ(x, 2.0);
 }
 
+TEST(LxCCalibBodyEstimate, WithoutAMarkOrAPlaceChangesNothing)
+{
+    CPlainTarget target;
+    LxCCalibMark* const mark = target.AddMark(1.0, 2.0);
+    LxCCalibMark* const first[2] = {nullptr, mark};
+    LxCCalibMark* const second[2] = {mark, nullptr};
+    LxCCalibMark* const both[2] = {mark, mark};
+    double x = -1.0;
+    target.EstimateNewPosition(nullptr, &x, &x);
+    target.EstimateNewPosition(first, &x, &x);
+    target.EstimateNewPosition(second, &x, &x);
+    target.EstimateNewPosition(both, nullptr, &x);
+    target.EstimateNewPosition(both, &x, nullptr);
+    EXPECT_EQ(x, -1.0);
+}
+
 constexpr double c_dCenterX = 329.0;
 constexpr double c_dCenterY = 247.0;
 constexpr double c_dPitch = 0.01;  // mm per pixel
