@@ -81,11 +81,18 @@ Square MakeSquare(int id, double left, double top, double right, double bottom)
             {Vec3{left, top, 0.0}, Vec3{right, top, 0.0}, Vec3{left, bottom, 0.0}, Vec3{right, bottom, 0.0}}};
 }
 
+/// Where the cell of a square begins, mm, target frame.
+Vec2 CellOf(const Checkerboard& board, int id)
+{
+    const int row = (id - 1) / board.columns, column = (id - 1) % board.columns;
+    return {board.pitch * column, board.pitch * row};
+}
+
 Square DarkSquare(const Checkerboard& board, int id)
 {
-    const double x = board.pitch * ((id - 1) % board.columns), y = board.pitch * ((id - 1) / board.columns);
-    return MakeSquare(id, x + board.squareBegin, y + board.squareBegin, x + board.squareEnd,
-                      y + board.squareEnd);
+    const Vec2 cell = CellOf(board, id);
+    return MakeSquare(id, cell.x + board.squareBegin, cell.y + board.squareBegin, cell.x + board.squareEnd,
+                      cell.y + board.squareEnd);
 }
 
 std::vector<Square> DarkSquares(const Checkerboard& board)
@@ -119,8 +126,8 @@ std::vector<Square> EmbeddedSquares(const Checkerboard& board)
     }
     const double begin = 0.5 * (board.squareBegin + board.squareEnd - board.embeddedSide);
     for (const int id : MarkedIdsOnBoard(board)) {
-        const double x = board.pitch * ((id - 1) % board.columns) + begin;
-        const double y = board.pitch * ((id - 1) / board.columns) + begin;
+        const Vec2 cell = CellOf(board, id);
+        const double x = cell.x + begin, y = cell.y + begin;
         squares.push_back(MakeSquare(id, x, y, x + board.embeddedSide, y + board.embeddedSide));
     }
     return squares;
