@@ -1,0 +1,110 @@
+// From an image of a checkerboard target to named corners with world coordinates.
+#pragma once
+
+#include "cctimage.h"
+#include "ecaliberror.h"
+#include "lxccalibdata.h"
+#include "scanner/calibration/boardmark.h"
+#include "scanner/device/checkerboard.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace LxCV {
+class LxCCBCalibThres;
+} // namespace LxCV
+
+namespace calibration {
+
+/// How corners are placed once they have names.
+enum class Refinement
+{
+    eNone,           ///< where lines through the ends of two edges cross, as they were located
+    eWholeEdges,     ///< where lines through the whole edges of a square cross
+    eRowPolynomials, ///< where parabolas through all edges of a row and of a column of the target cross
+};
+
+/// Milliseconds.
+struct LocationTimes
+{
+    double prepare = 0.0; ///< conversion to the pixel types that the steps want
+    double locate = 0.0;
+    double identify = 0.0;
+    double assess = 0.0;
+    double refine = 0.0;
+
+    double Total() const { return prepare + locate + identify + assess + refine; }
+};
+
+/// What one image shows of a target.
+struct LocatedBoard
+{
+    LxCV::ECalibError error = LxCV::eCalibNotDone; ///< 0 if the target was identified
+    std::string problem;          ///< what is wrong in words; empty if the target was identified
+    std::vector<BoardMark> marks; ///< those with an id, by rising id; empty unless the target was identified
+    int orientation = -1;         ///< quarter turns of the target in the image, -1 unless it was identified
+    std::size_t corners = 0;      ///< all corners of dark squares that were found, with names or without
+    std::size_t squares = 0;      ///< dark squares that were found
+    std::size_t marked = 0;       ///< of them, those with a bright square inside
+    LocationTimes times;
+};
+
+/// Locates and identifies the corners of one checkerboard target in images, one after the other; working images are
+/// kept from image to image. One thread at a time.
+class BoardLocator
+{
+public:
+    /// Knows the nominal target, `device::Checkerboard`.
+    BoardLocator();
+    ~BoardLocator();
+
+    /// Takes coordinates and thresholds of the board, as exact as it is described.
+    /// @throws std::runtime_error for a board whose squares have no coordinates
+    void UseBoard(const device::Checkerboard& board);
+
+    /// Takes coordinates and thresholds of a target's data file.
+    /// @throws std::runtime_error naming the file that is missing, is no data file, or has too few coordinates
+    void LoadFile(const std::filesystem::path& file);
+
+    /// Takes those of the target that is installed in the store.
+    /// @return false, with everything as it was, if none is
+    /// @throws std::runtime_error for an installed target that cannot be used
+    bool LoadInstalled();
+
+    void SetRefinement(Refinement refinement) { m_refinement = refinement; }
+
+    /// Never null; the locator owns them.
+    LxCV::LxCCBCalibThres& Thresholds();
+
+    /// @param image grey or colour, of any of the types that files are loaded as
+    LocatedBoard Locate(const LxCV::CCTImage& image);
+
+    /// Draws what the last image showed: outlines of dark squares green, of bright ones yellow; crosses on corners, red
+    /// with an id and magenta without; the numbers of the squares.
+    /// @param picture `eIDT_ARGB8`, of the last image's size
+    void Draw(LxCV::CCTImage& picture);
+
+    /// The smoothed vertical and horizontal edges of the last image: bright to dark green, dark to bright red, in the
+    /// direction of rising coordinates.
+    /// @return `eIDT_ARGB8`
+    LxCV::CCTImage DrawEdges() const;
+
+private:
+    class Target;
+
+    std::unique_ptr<Target> LoadText(const std::string& text, const std::string& name) const;
+    bool Prepare(const LxCV::CCTImage& image);
+    LxCV::ECalibError Find(LocationTimes& times);
+    void Refine();
+    std::vector<BoardMark> NamedMarks() const;
+
+    std::unique_ptr<Target> m_target; ///< never null
+    LxCV::LxCCalibData m_images;
+    LxCV::CCTImage m_colours; ///< the last image as `eIDT_ARGB8`
+    Refinement m_refinement = Refinement::eWholeEdges;
+};
+
+} // namespace calibration
