@@ -154,6 +154,24 @@ public:
 
     LxCCBCalibThres& Thresholds() { return *GetCBThres(); }
 
+    /// Takes the corners of squares with a computed corner out of use. Nearly all of these are cut by the border of the
+    /// image: the edge that leaves it is short, and its extrema bend along the border.
+    void LeaveOutCutSquares()
+    {
+        for (const LxCV::LxCCBRect* square : m_vRects) {
+            const auto& corners = square->GetCorners();
+            if (std::any_of(corners.begin(), corners.end(), [](const LxCRectCornerCalibMark* corner) {
+                    return corner == nullptr || corner->IsVirtual();
+                })) {
+                for (LxCRectCornerCalibMark* corner : corners) {
+                    if (corner != nullptr) {
+                        corner->MarkAsUnusableForCalib();
+                    }
+                }
+            }
+        }
+    }
+
     /// @throws std::runtime_error unless each square has coordinates
     void RequireCoordinates(const std::string& name) const
     {
@@ -268,7 +286,10 @@ ECalibError BoardLocator::Find(LocationTimes& times)
     if (error != LxCV::eCalibOk) {
         return error;
     }
-    times.assess = Time([&] { error = m_target->AssessMarkQual(&m_colours); });
+    times.assess = Time([&] {
+        error = m_target->AssessMarkQual(&m_colours);
+        m_target->LeaveOutCutSquares();
+    });
     times.refine = Time([&] { Refine(); });
     return error;
 }

@@ -104,7 +104,7 @@ private:
     std::unique_ptr<Target> m_target; ///< never null
     LxCV::LxCCalibData m_images;
     LxCV::CCTImage m_colours; ///< the last image as `eIDT_ARGB8`
-    Refinement m_refinement = Refinement::eWholeEdges;
+    Refinement m_refinement = Refinement::eNone;
 };
 
 } // namespace calibration
