@@ -4,6 +4,7 @@
 #include "lxccalibrationtargetwriter.h"
 #include "orx/platform/keyvaluestore.h"
 #include "orx/platform/replacefile.h"
+#include "scanner/app/boardcommands.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/targettext.h"
 
@@ -291,12 +292,13 @@ TargetCommand AddTargetCommands(CLI::App& program)
     CLI::App* const target = program.add_subcommand("target", "Work on calibration targets");
     target->require_subcommand(1);
     const std::vector<Command> commands{AddPack(*target), AddUnpack(*target), AddInstall(*target)};
-    return [commands](std::ostream& out) {
+    return [commands, board = AddBoardCommands(*target)](std::ostream& out) {
         for (const Command& command : commands) {
             if (command.parser->parsed()) {
                 command.run(out);
             }
         }
+        board(out);
     };
 }
 

@@ -7,9 +7,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace calibration {
+
+inline constexpr double c_diagonal = 2.0; ///< degrees
 
 struct BoardExperiment
 {
@@ -33,7 +36,21 @@ struct BoardExperimentResult
     LocationTimes meanTimes;                ///< of an image
     std::vector<std::uint64_t> failedSeeds; ///< of the images in which the target was not identified
     std::vector<std::uint64_t> wrongSeeds;  ///< of those with a wrong name
+
+    /// Images in which a side of a marked square runs within `c_diagonal` of a diagonal of the pixels: the target tells
+    /// horizontal edges from vertical ones, and there they are neither.
+    std::size_t diagonal = 0;
+    std::size_t diagonalFailed = 0; ///< of them, those in which the target was not identified
+    std::size_t uprightVisible = 0; ///< visible corners of the other images
+    std::size_t uprightNamed = 0;   ///< of them, those that were named
+
+    /// Share of the visible corners that were named in images that are not diagonal; 1 where none is visible.
+    double NamedShareUpright() const;
 };
+
+/// The least angle (degrees) between a diagonal of the pixels and a side of a marked square.
+/// @param truth corners of the board; 90 where none of them is of a marked square
+double AngleFromDiagonal(const device::Checkerboard& board, std::span<const device::TargetCorner> truth);
 
 /// @param locator knows the experiment's board
 /// @throws std::invalid_argument as `device::RenderBoard` and `device::DrawBoardPlacement`

@@ -1,6 +1,7 @@
 #include "scanner/calibration/boardlocator.h"
 
 #include "lxccalibedge.h"
+#include "lxccalibrationtargetwriter.h"
 #include "lxccbcalibbody.h"
 #include "lxccbcalibthres.h"
 #include "lxccbrect.h"
@@ -221,6 +222,12 @@ void BoardLocator::LoadFile(const std::filesystem::path& file)
 
 bool BoardLocator::LoadInstalled()
 {
+    using platform::EStoreRoot;
+    constexpr const char* key = LxCV::LxCCalibrationTargetWriter::sc_sRegistryKey;
+    if (!platform::HasStoreKey(EStoreRoot::eCurrentUser, key) &&
+        !platform::HasStoreKey(EStoreRoot::eLocalMachine, key)) {
+        return false;
+    }
     auto target = std::make_unique<Target>();
     target->SetCoordFile(LxCV::LxCCalibBody::sc_FilenameReadFromRegistry);
     const ECalibError error = target->LoadDataFile();

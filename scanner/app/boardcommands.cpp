@@ -1,0 +1,364 @@
+// Corners of a checkerboard target: located in an image file, and measured on rendered images.
+#include "scanner/app/boardcommands.h"
+
+#include "lxccbcalibthres.h"
+#include "orx/platform/imagecodec.h"
+#include "scanner/acquisition/numbertext.h"
+#include "scanner/app/jsonreport.h"
+#include "scanner/calibration/boardexperiment.h"
+#include "scanner/calibration/boardlocator.h"
+
+#include <CLI/CLI.hpp>
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <iomanip>
+#include <map>
+#include <memory>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace app {
+
+namespace {
+
+using calibration::BoardLocator;
+using calibration::BoardMark;
+using calibration::LocatedBoard;
+using calibration::Refinement;
+using LxCV::CCTImage;
+
+constexpr const char* c_noRefinement = "none";
+
+const std::map<std::string, Refinement> c_refinements{{c_noRefinement, Refinement::eNone},
+                                                      {"edges", Refinement::eWholeEdges},
+                                                      {"rows", Refinement::eRowPolynomials}};
+
+const char* CornerName(int id)
+{
+    constexpr std::array names{"upper left", "upper right", "lower left", "lower right"};
+    return names[static_cast<std::size_t>(id - 1) % names.size()];
+}
+
+int SquareOf(int id)
+{
+    constexpr int corners = 4;
+    return (id - 1) / corners + 1;
+}
+
+CCTImage LoadImage(const std::filesystem::path& file)
+{
+    CCTImage image;
+    const CCTImage::EReturnCode code = image.Load(file.string());
+    switch (code) {
+    case CCTImage::eRC_OK:
+        return image;
+    case CCTImage::eRC_FileNotFound:
+        throw std::runtime_error("there is no file '" + file.string() + "'");
+    case CCTImage::eRC_UnsupportedType:
+        throw std::runtime_error("'" + file.string() + "' is no image of a kind that can be read");
+    case CCTImage::eRC_OutOfMemory:
+        throw std::runtime_error("'" + file.string() + "' is too large for the memory");
+    default:
+        throw std::runtime_error("'" + file.string() + "' is a damaged image, or cannot be read");
+    }
+}
+
+/// Writes an `eIDT_ARGB8` picture. Not through `CCTImage::SavePNG`: in a path text a backslash separates folders, here
+/// it may be part of a name.
+void WritePicture(const CCTImage& picture, const std::filesystem::path& file)
+{
+    platform::CPixels pixels;
+    if (picture.CreateBitmap(&pixels) != CCTImage::eRC_OK ||
+        !platform::WritePng(file, {pixels.width, pixels.height, pixels.format, pixels.bytes})) {
+        throw std::runtime_error("cannot write '" + file.string() + "'");
+    }
+}
+
+CCTImage ToPicture(const CCTImage& image)
+{
+    CCTImage picture;
+    if (image.GetDataType() == CCTImage::eIDT_UINT16 ||
+        image.ConvertToARGB8(&picture, true) != CCTImage::eRC_OK) {
+        picture.Resize(image.GetWidth(), image.GetHeight(), CCTImage::eIDT_ARGB8);
+        picture.Clear(); // the drawing alone
+    }
+    return picture;
+}
+
+nlohmann::ordered_json ToJson(const calibration::LocationTimes& times)
+{
+    return {{"prepare", times.prepare},
+            {"locate", times.locate},
+            {"identify", times.identify},
+            {"assess", times.assess},
+            {"refine", times.refine}};
+}
+
+void PrintTimes(const calibration::LocationTimes& times, std::ostream& out)
+{
+    out << std::fixed << std::setprecision(2) << "prepare " << times.prepare << " ms, locate " << times.locate
+        << " ms, identify " << times.identify << " ms, assess " << times.assess << " ms, refine "
+        << times.refine << " ms\n";
+}
+
+struct LocateOptions
+{
+    std::filesystem::path image;
+    std::filesystem::path target; ///< data file; empty for the installed target
+    bool nominal = false;
+    std::string refinement = c_noRefinement;
+    std::filesystem::path out;   ///< picture; empty for none
+    std::filesystem::path edges; ///< picture; empty for none
+    bool json = false;
+};
+
+/// @return what the coordinates come from
+std::string ChooseTarget(const LocateOptions& options, BoardLocator& locator)
+{
+    if (!options.target.empty()) {
+        locator.LoadFile(options.target);
+        return options.target.string();
+    }
+    return !options.nominal && locator.LoadInstalled() ? "installed" : "nominal";
+}
+
+nlohmann::ordered_json ToJson(const LocateOptions& options, const std::string& target,
+                              const LocatedBoard& board)
+{
+    nlohmann::ordered_json json;
+    json["image"] = options.image.string();
+    json["target"] = target;
+    json["quarter_turns"] = board.orientation;
+    json["corners"] = board.corners;
+    json["squares"] = board.squares;
+    json["times_ms"] = ToJson(board.times);
+    json["marks"] = nlohmann::ordered_json::array();
+    for (const BoardMark& mark : board.marks) {
+        json["marks"].push_back({{"id", mark.id},
+                                 {"square", SquareOf(mark.id)},
+                                 {"corner", CornerName(mark.id)},
+                                 {"x", mark.image.x},
+                                 {"y", mark.image.y},
+                                 {"quality", mark.quality},
+                                 {"usable", mark.usable},
+                                 {"computed", mark.computed},
+                                 {"world_mm", {mark.world.x, mark.world.y, mark.world.z}}});
+    }
+    return json;
+}
+
+void PrintMarks(const std::string& target, const LocatedBoard& board, std::ostream& out)
+{
+    out << board.marks.size() << " corners of the " << (target == "nominal" ? "nominal" : target)
+        << " target, turned by " << board.orientation << " quarters\n"
+        << "   id  square  corner            x        y  quality    X mm    Y mm    Z mm\n"
+        << std::fixed;
+    for (const BoardMark& mark : board.marks) {
+        out << std::setw(5) << mark.id << std::setw(8) << SquareOf(mark.id) << "  " << std::left
+            << std::setw(11) << CornerName(mark.id) << std::right << std::setprecision(3) << std::setw(8)
+            << mark.image.x << " " << std::setw(8) << mark.image.y << std::setw(9) << mark.quality
+            << std::setw(8) << mark.world.x << std::setw(8) << mark.world.y << std::setw(8) << mark.world.z
+            << (mark.usable ? "" : "  not for calibration") << "\n";
+    }
+    PrintTimes(board.times, out);
+}
+
+void Locate(const LocateOptions& options, std::ostream& out)
+{
+    BoardLocator locator;
+    const std::string target = ChooseTarget(options, locator);
+    locator.SetRefinement(c_refinements.at(options.refinement));
+    const CCTImage image = LoadImage(options.image);
+    const LocatedBoard board = locator.Locate(image);
+    // Also where the target was not identified: the pictures tell why.
+    if (!options.out.empty()) {
+        CCTImage picture = ToPicture(image);
+        locator.Draw(picture);
+        WritePicture(picture, options.out);
+    }
+    if (!options.edges.empty()) {
+        WritePicture(locator.DrawEdges(), options.edges);
+    }
+    if (board.error != LxCV::eCalibOk) {
+        throw std::runtime_error("'" + options.image.string() + "': " + board.problem);
+    }
+    if (options.json) {
+        PrintJson(out, ToJson(options, target, board));
+    } else {
+        PrintMarks(target, board, out);
+    }
+}
+
+struct AccuracyOptions
+{
+    calibration::BoardExperiment experiment = calibration::DefaultExperiment();
+    std::string refinement = c_noRefinement;
+    bool json = false;
+};
+
+nlohmann::ordered_json ToJson(const AccuracyOptions& options,
+                              const calibration::BoardExperimentResult& result)
+{
+    const calibration::BoardAccuracy& accuracy = result.accuracy;
+    nlohmann::ordered_json json;
+    json["poses"] = options.experiment.poses;
+    json["seed"] = options.experiment.seed;
+    json["blur_px"] = options.experiment.imaging.blur;
+    json["noise"] = options.experiment.imaging.noise;
+    json["refinement"] = options.refinement;
+    json["not_identified"] = accuracy.failed;
+    json["diagonal"] = result.diagonal;
+    json["diagonal_not_identified"] = result.diagonalFailed;
+    json["named"] = accuracy.named;
+    json["wrong"] = accuracy.wrong;
+    json["visible"] = accuracy.visible;
+    json["named_share"] = accuracy.NamedShare();
+    json["named_share_not_diagonal"] = result.NamedShareUpright();
+    json["mean_px"] = accuracy.mean;
+    json["p95_px"] = accuracy.p95;
+    json["p99_px"] = accuracy.p99;
+    json["max_px"] = accuracy.largest;
+    json["bias_px"] = {accuracy.bias.x, accuracy.bias.y};
+    json["times_ms"] = ToJson(result.meanTimes);
+    json["seeds_not_identified"] = result.failedSeeds;
+    json["seeds_wrong"] = result.wrongSeeds;
+    return json;
+}
+
+void PrintAccuracy(const AccuracyOptions& options, const calibration::BoardExperimentResult& result,
+                   std::ostream& out)
+{
+    const calibration::BoardAccuracy& accuracy = result.accuracy;
+    constexpr int labelWidth = 18;
+    const auto label = [&out](const char* text) -> std::ostream& {
+        return out << "  " << std::left << std::setw(labelWidth) << text << std::right;
+    };
+    const auto percent = [](double share) { return 100.0 * share; };
+    out << options.experiment.poses << " poses from seed " << options.experiment.seed << ", blur "
+        << options.experiment.imaging.blur << " pixels, noise " << options.experiment.imaging.noise
+        << " grey levels, refinement " << options.refinement << "\n"
+        << std::fixed << std::setprecision(4);
+    label("error, mean") << accuracy.mean << " pixels over " << accuracy.named << " corners\n";
+    label("error, 95 percent") << accuracy.p95 << " pixels\n";
+    label("error, 99 percent") << accuracy.p99 << " pixels\n";
+    label("error, largest") << accuracy.largest << " pixels\n";
+    label("bias") << accuracy.bias.x << ", " << accuracy.bias.y << " pixels\n";
+    label("wrong names") << accuracy.wrong << "\n";
+    out << std::setprecision(2);
+    label("named") << percent(accuracy.NamedShare()) << " % of " << accuracy.visible << " visible corners, "
+                   << percent(result.NamedShareUpright()) << " % away from the diagonal\n";
+    label("not identified") << accuracy.failed << " images, " << result.diagonalFailed << " of them of the "
+                            << result.diagonal << " with sides near the diagonal\n";
+    label("mean times");
+    PrintTimes(result.meanTimes, out);
+}
+
+void MeasureAccuracy(const AccuracyOptions& options, std::ostream& out)
+{
+    BoardLocator locator;
+    locator.SetRefinement(c_refinements.at(options.refinement));
+    const calibration::BoardExperimentResult result = Run(options.experiment, locator);
+    if (options.json) {
+        PrintJson(out, ToJson(options, result));
+    } else {
+        PrintAccuracy(options, result, out);
+    }
+}
+
+/// Takes numbers in the classic locale alone, no infinite ones and none that is no number.
+template <typename Number>
+CLI::Validator IsBetween(Number least, Number most)
+{
+    return {[least, most](std::string& text) {
+                Number number{};
+                const bool fits = acquisition::ReadNumber(text, number) && number >= least && number <= most;
+                return fits ? std::string()
+                            : "Value " + text + " is no number from " + CLI::detail::to_string(least) +
+                                  " to " + CLI::detail::to_string(most);
+            },
+            "", ""};
+}
+
+void AddRefinement(CLI::App& parser, std::string& refinement)
+{
+    parser
+        .add_option("--refine", refinement,
+                    "How corners are placed in the end: where lines through the ends of edges cross (none), "
+                    "lines through whole edges, or parabolas through rows of squares")
+        ->check(CLI::IsMember({c_noRefinement, "edges", "rows"}))
+        ->capture_default_str();
+}
+
+TargetCommand AddLocate(CLI::App& target)
+{
+    const auto options = std::make_shared<LocateOptions>();
+    CLI::App* const parser =
+        target.add_subcommand("locate", "Find the corners of a checkerboard target in an image");
+    parser->option_defaults()->take_last();
+    parser->add_option("IMAGE", options->image, "The image: TIFF, PNG, JPEG, BMP, PGM or PFM")->required();
+    CLI::Option* const file = parser->add_option(
+        "--target", options->target,
+        "The target's data file; without it the installed target, or the nominal one where none is");
+    parser->add_flag("--nominal", options->nominal, "Take the nominal target even if one is installed")
+        ->excludes(file);
+    AddRefinement(*parser, options->refinement);
+    parser->add_option("--out", options->out, "PNG to write: squares, corners and numbers on the image");
+    parser->add_option("--edges", options->edges, "PNG to write: the extrema that edges are traced along");
+    parser->add_flag("--json", options->json, "Print the corners as JSON");
+    return [parser, options](std::ostream& out) {
+        if (parser->parsed()) {
+            Locate(*options, out);
+        }
+    };
+}
+
+TargetCommand AddAccuracy(CLI::App& target)
+{
+    const auto options = std::make_shared<AccuracyOptions>();
+    calibration::BoardExperiment& experiment = options->experiment;
+    CLI::App* const parser = target.add_subcommand(
+        "accuracy", "Measure on rendered images how exactly corners of a checkerboard are found");
+    parser->option_defaults()->take_last();
+    constexpr std::size_t mostPoses = 1000000;
+    constexpr std::uint64_t mostSeed = std::uint64_t{1} << 62;
+    constexpr double mostBlur = 10.0, mostNoise = 100.0;
+    parser->add_option("--poses", experiment.poses, "How many images")
+        ->check(IsBetween<std::size_t>(1, mostPoses))
+        ->capture_default_str();
+    parser
+        ->add_option("--seed", experiment.seed,
+                     "Seed of the first pose and its noise; each next pose has the next")
+        ->check(IsBetween<std::uint64_t>(0, mostSeed))
+        ->capture_default_str();
+    parser->add_option("--blur", experiment.imaging.blur, "Sigma of the camera's blur, pixels")
+        ->check(IsBetween(0.0, mostBlur))
+        ->capture_default_str();
+    parser
+        ->add_option("--noise", experiment.imaging.noise,
+                     "Sigma of the sensor's noise, grey levels; 0 for no rounding either")
+        ->check(IsBetween(0.0, mostNoise))
+        ->capture_default_str();
+    AddRefinement(*parser, options->refinement);
+    parser->add_flag("--json", options->json, "Print the figures as JSON");
+    return [parser, options](std::ostream& out) {
+        if (parser->parsed()) {
+            MeasureAccuracy(*options, out);
+        }
+    };
+}
+
+} // namespace
+
+TargetCommand AddBoardCommands(CLI::App& target)
+{
+    return [locate = AddLocate(target), accuracy = AddAccuracy(target)](std::ostream& out) {
+        locate(out);
+        accuracy(out);
+    };
+}
+
+} // namespace app
