@@ -31,6 +31,8 @@ struct CSlideScene
     static constexpr double c_dMiddleX = 329.0; ///< where stripes are told
     static constexpr double c_dMiddleY = 249.0; ///< where sides are told
 
+    static constexpr int c_iReach = 16; ///< pixels from a row's column that marks do not exceed
+
     int firstStripe = 48; ///< the stripe whose upper edge is the first one in the image
     int numStripes = 66;
     std::vector<int> marked{50, 58, 74, 84, 92, 102}; ///< stripes with marks
@@ -71,7 +73,7 @@ struct CSlideScene
         };
         double sum = 0.0;
         for (std::size_t row = 0; row < centers.size(); ++row) {
-            if (std::abs(x - centers[row]) > 4.0 * c_dHalfMark) {
+            if (std::abs(x - centers[row]) > c_iReach) {
                 continue;
             }
             for (const int stripe : marked) {
@@ -90,10 +92,15 @@ struct CSlideScene
         CCTImage& words = data.GetImage(LxCCalibData::eProjHorEdges);
         const float ground = brightMarks ? dark : bright;
         const float mark = brightMarks ? bright : dark;
-        for (int y = 0; y < c_iHeight; ++y) {
-            for (int x = 0; x < c_iWidth; ++x) {
-                image.SetFloat3PixelFast(
-                    x, y, LxCFloat3(ground + (mark - ground) * static_cast<float>(Coverage(x, y))));
+        image = CCTImage(c_iWidth, c_iHeight, CCTImage::eIDT_FLOAT32_3, ground);
+        for (const double center : centers) {
+            const int left = std::max(0, static_cast<int>(center) - c_iReach);
+            const int right = std::min(c_iWidth - 1, static_cast<int>(center) + c_iReach);
+            for (int y = 0; y < c_iHeight; ++y) {
+                for (int x = left; x <= right; ++x) {
+                    const auto share = static_cast<float>(Coverage(x, y));
+                    image.SetFloat3PixelFast(x, y, LxCFloat3(ground + (mark - ground) * share));
+                }
             }
         }
         for (int edge = firstStripe; edge <= firstStripe + numStripes; ++edge) {
