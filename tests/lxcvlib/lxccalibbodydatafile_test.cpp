@@ -397,7 +397,7 @@ TEST_F(LxCCalibBodyRegistry, GivesCoordinatesAndThresholds)
 
 TEST_F(LxCCalibBodyRegistry, EndsAtTheFirstZeroByte)
 {
-    WriteValue(std::string("::Coords\n1 2 3\n\0004 5 6\nrubbish", 31));
+    WriteValue(std::string("::Coords\n1 2 3\n") + '\0' + "4 5 6\nrubbish");
     EXPECT_EQ(Load("registry"), 0);
     EXPECT_EQ(PointsOf(m_Target), (Points{{1, 2, 3}}));
 }
