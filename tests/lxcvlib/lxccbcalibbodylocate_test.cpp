@@ -285,29 +285,60 @@ TEST(LxCCBCalibBodyLocate, PrincipalPointIsTheMiddleInWholePixels)
 
 TEST(LxCCBCalibBodyLocate, PolaritiesThatContradictFreeMarkAndEdges)
 {
-    // A dark square whose right half lies on darker ground: there the vertical side turns its polarity, and both right
-    // corners contradict themselves.
-    CCTImage picture(160, 160, CCTImage::eIDT_FLOAT32_3, 200.0F);
-    PaintQuad(picture, {SPoint{79.3, 20.0}, {140.0, 20.0}, {79.3, 140.0}, {140.0, 140.0}}, 20.0F);
-    PaintQuad(picture, {SPoint{40.3, 60.7}, {80.3, 60.7}, {40.3, 100.7}, {80.3, 100.7}}, 110.0F);
+    // A grey square on bright ground leans against the left side of a darker, taller one. Their common side is an edge of
+    // the darker square, bright to dark. Down that edge, the grey square's lower side meets it first: a lower right
+    // corner with a minimum below and a maximum beside it, which contradict each other. The darker square's own lower
+    // left corner comes later and wants the same end of the edge.
+    CCTImage picture(180, 160, CCTImage::eIDT_FLOAT32_3, 200.0F);
+    PaintQuad(picture, {SPoint{80.3, 40.2}, {140.3, 40.2}, {80.3, 110.2}, {140.3, 110.2}}, 20.0F);
+    PaintQuad(picture, {SPoint{40.3, 60.7}, {80.3, 60.7}, {40.3, 96.7}, {80.3, 96.7}}, 110.0F);
     LxCCalibData data = ViewOf(picture);
     CCheckerboardProbe target;
     ASSERT_EQ(target.LocateCalibMarks(data, true), eCalibOk);
     ExpectConsistentLinks(target);
-    std::size_t occupied = 0;
-    for (const auto* edges : {&target.GetHorEdges(), &target.GetVerEdges()}) {
-        for (const auto& edge : *edges) {
-            occupied += edge->GetCorner(true) != nullptr ? 1U : 0U;
-            occupied += edge->GetCorner(false) != nullptr ? 1U : 0U;
+    const SPoint contradicting{80.3, 96.7};
+    const SPoint wanting{80.3, 110.2};
+    const LxCRectCornerCalibMark* const corner = Nearest(target.GetCalibMarks(), wanting);
+    ASSERT_NE(corner, nullptr);
+    EXPECT_NEAR(corner->GetXImg(), wanting.x, 0.3);
+    EXPECT_NEAR(corner->GetYImg(), wanting.y, 0.3);
+    EXPECT_EQ(corner->GetType(), LxCRectCornerCalibMark::eLowerLeft);
+    EXPECT_EQ(corner->GetVerEdge()->GetLowerCorner(), corner);
+    for (const auto* marks : {&target.m_vMarks, &target.m_vSecondMarks}) {
+        for (const LxCCalibMark* mark : *marks) {
+            EXPECT_GT(std::hypot(mark->GetXImg() - contradicting.x, mark->GetYImg() - contradicting.y), 5.0);
         }
     }
-    const std::size_t corners = target.GetCalibMarks().size() + target.GetMarksOfSecondPolarity().size();
-    EXPECT_EQ(occupied, 2 * corners)
-        << "each corner has one place on each of its two edges, and nothing else has";
-    const SPoint left{40.3, 60.7};
-    const LxCRectCornerCalibMark* const nearest = Nearest(target.GetCalibMarks(), left);
-    ASSERT_NE(nearest, nullptr);
-    EXPECT_NEAR(nearest->GetXImg(), left.x, 0.2);
+    // Its candidate shows as a small yellow tick.
+    const CCTImage& debug = data.GetImage(LxCCalibData::eCamDebugImage);
+    int yellow = 0;
+    for (int y = 93; y <= 100; ++y) {
+        for (int x = 76; x <= 84; ++x) {
+            yellow += debug.GetInt32PixelFast(x, y) == 0xFFFF00 ? 1 : 0;
+        }
+    }
+    EXPECT_GE(yellow, 5);
+}
+
+TEST(LxCCBCalibBodyLocate, EdgesOfExactlyTheLargestLengthAreKept)
+{
+    SquareBoard board;
+    board.columns = board.rows = 1;
+    const CCTImage picture = Render(board, 160, 160);
+    LxCCalibData data = ViewOf(picture);
+    CCheckerboardProbe target;
+    ASSERT_EQ(target.LocateCalibMarks(data, false), eCalibOk);
+    int longest = 0;
+    for (const auto* edges : {&target.GetHorEdges(), &target.GetVerEdges()}) {
+        for (const auto& edge : *edges) {
+            longest = std::max(longest, edge->GetLen());
+        }
+    }
+    for (const auto& [limit, isKept] : {std::pair{longest, true}, {longest - 1, false}}) {
+        target.Thres().m_iMaxEdgeLen = limit;
+        ASSERT_EQ(target.LocateCalibMarks(data, false), eCalibOk);
+        EXPECT_EQ(target.GetCalibMarks().size() == 4U, isKept);
+    }
 }
 
 TEST(LxCCBCalibBodyLocate, DebugPictureShowsCornersInTheColourOfTheirPolarity)
