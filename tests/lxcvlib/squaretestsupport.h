@@ -35,17 +35,16 @@ public:
         const bool vertical = orientation == eVertical;
         const double first = std::ceil(vertical ? from.y : from.x);
         const double last = std::floor(vertical ? to.y : to.x);
-        m_iSeedCol = static_cast<int>(first);
-        m_iLeftCount = 1;
         for (double position = first; position <= last; ++position) {
             const double across = vertical ? from.x + (to.x - from.x) * (position - from.y) / (to.y - from.y)
                                            : from.y + (to.y - from.y) * (position - from.x) / (to.x - from.x);
             m_pOwnBuffer->push_back(
                 LxCDataBufferEntry(static_cast<std::uint32_t>(std::max(0.0, std::floor(across * 64.0)))));
         }
-        m_iRightCount = static_cast<int>(m_pOwnBuffer->size()) - 1;
-        if (m_pOwnBuffer->empty()) {
-            m_iLeftCount = m_iRightCount = 0;
+        if (!m_pOwnBuffer->empty()) { // where a position is no number it is empty
+            m_iSeedCol = static_cast<int>(first);
+            m_iLeftCount = 1;
+            m_iRightCount = static_cast<int>(m_pOwnBuffer->size()) - 1;
         }
     }
 };
