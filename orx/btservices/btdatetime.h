@@ -43,7 +43,7 @@ public:
     /// years 1 to 9999: beyond them it is their first or last millisecond. No moment stays none.
     BtDateTime operator+(const BtTimeInterval& interval) const;
 
-    auto operator<=>(const BtDateTime&) const = default;
+    auto operator<=>(const BtDateTime&) const = default; // NOLINT(modernize-use-nullptr)
 
 private:
     std::int32_t m_iYear = 0;

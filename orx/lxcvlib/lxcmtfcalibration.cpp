@@ -349,6 +349,8 @@ bool LxCMTFCalibration::CalculateContrast()
     }
     const std::int64_t nx = m_uiWidth / pitch;
     const std::int64_t ny = m_uiHeight / pitch;
+    const std::int64_t firstU = 1 - nx / 2; // in steps of the pitch
+    const std::int64_t firstV = 1 - ny / 2;
     const double cosine = std::cos(static_cast<double>(m_fAngle));
     const double sine = std::sin(static_cast<double>(m_fAngle));
     const auto contrastAt = [&](double u, double v) {
@@ -361,10 +363,10 @@ bool LxCMTFCalibration::CalculateContrast()
     std::int64_t left = (nx - 1) * (ny - 1) - 2;
     for (std::int64_t i = 0; i < nx; ++i) {
         for (std::int64_t j = 0; j < ny; ++j) {
-            const double u = 2.0 * s * static_cast<double>(i + 1 - nx / 2);
-            const double v = 2.0 * s * static_cast<double>(j + 1 - ny / 2);
+            const double u = 2.0 * s * static_cast<double>(firstU + i);
+            const double v = 2.0 * s * static_cast<double>(firstV + j);
             horizontal.Add(contrastAt(u - s, v - s));
-            const bool isCentre = i + 1 == nx / 2 && j + 1 == ny / 2;
+            const bool isCentre = firstU + i == 0 && firstV + j == 0;
             if (i + 1 < nx && j + 1 < ny && !isCentre && left-- > 0) {
                 vertical.Add(contrastAt(u, v));
             }

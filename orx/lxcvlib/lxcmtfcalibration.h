@@ -62,10 +62,12 @@ public:
     /// @return false, with the angle as it was, if there is no such edge
     bool DetermineOrientation();
 
-    /// Reads the patches of both lattices and takes the mean contrast of each. Patches that leave the image do not
-    /// count; a lattice without any gives -1. Reads no other square of the centre's lattice than that of the rings and,
-    /// deliberately, the last one.
-    /// @return false, with the contrasts as they were, if the image has less than two patches' room in a direction
+    /// Reads the patches of both lattices and takes the mean contrast of each. There are nx = width / trunc(2 s) places
+    /// along u and ny = height / trunc(2 s) along v, from (1 - nx / 2) 2 s and (1 - ny / 2) 2 s on, in integer divisions,
+    /// so that odd numbers reach farther to the right and down. The first lattice, of all of them, is s to the left and
+    /// above; the second has one place less in each direction, lacks that of the rings and, deliberately, the last one of
+    /// those that remain. Patches that leave the image do not count; a lattice without any gives -1.
+    /// @return false, with the contrasts as they were, for less than two places in a direction
     bool CalculateContrast();
 
     /// Pixels.
