@@ -322,12 +322,17 @@ void ScanColumns(const CCTImage& gradient, CCTImage& edges, const CScanLimits& l
     }
 }
 
-/// Clears the frame where extrema have no full neighbourhood.
+/// Clears the frame where extrema have no full neighbourhood. It grows inwards, so that it covers the steps that an image
+/// makes to the outermost columns of a gradient, which are zero.
 void ClearFrame(CCTImage& edges, int border)
 {
     const std::int32_t nothing = 0;
-    edges.DrawRect(border, border, edges.GetWidth() - border - 1, edges.GetHeight() - border - 1, &nothing,
-                   border + c_iReach);
+    const int thickness = border + c_iReach;
+    const int right = edges.GetWidth() - border - 1;
+    const int bottom = edges.GetHeight() - border - 1;
+    for (int i = 0; i < thickness && border + i <= right - i && border + i <= bottom - i; ++i) {
+        edges.DrawRect(border + i, border + i, right - i, bottom - i, &nothing);
+    }
 }
 
 bool SuppressNonExtrema(const CCTImage& gradient, CCTImage& edges, const SExtremumThresholds& thresholds,

@@ -36,8 +36,8 @@ struct SExtremumThresholds
 /// gradients; where that lies before the pixel, the word stands one pixel earlier with the fraction from there.
 ///
 /// The thresholds of a pixel are those of the first region that holds it. Deliberately, a pixel in none of them takes
-/// those of the pixel scanned before it; before any region was met, those of the first region. At last a frame from the
-/// image's border to 2 * `border` + 2 pixels, rounded, is cleared, where extrema have no full neighbourhood.
+/// those of the pixel scanned before it; before any region was met, those of the first region. At last a frame of `border` + 2
+/// pixels inside the border is cleared, where extrema have no full neighbourhood.
 /// @param gradient `eIDT_FLOAT32`
 /// @param edges    `eIDT_INT32` of the same size; words that no extremum and no frame overwrites stay
 /// @param border   pixels that are left out at each side; 0 or more

@@ -245,25 +245,12 @@ private:
     }
     void ClearFrame(std::vector<std::int32_t>& words) const
     {
-        // A line of thickness t covers (t - 1) / 2 pixels before and t / 2 behind.
-        const int thickness = border + 2;
-        const int before = (thickness - 1) / 2;
-        const int after = thickness / 2;
         const int width = gradient.GetWidth();
         const int height = gradient.GetHeight();
-        const auto isOn = [&](int value, int place) {
-            return place - before <= value && value <= place + after;
-        };
-        for (int y = 0; y < height; ++y) {
-            for (int x = 0; x < width; ++x) {
-                const int right = width - border - 1;
-                const int bottom = height - border - 1;
-                const bool spansX =
-                    std::min(border, right) - before <= x && x <= std::max(border, right) + after;
-                const bool spansY =
-                    std::min(border, bottom) - before <= y && y <= std::max(border, bottom) + after;
-                if ((spansY && (isOn(x, border) || isOn(x, right))) ||
-                    (spansX && (isOn(y, border) || isOn(y, bottom)))) {
+        for (int y = border; y < height - border; ++y) {
+            for (int x = border; x < width - border; ++x) {
+                const int inside = std::min({x, y, width - 1 - x, height - 1 - y}) - border;
+                if (inside < border + 2) {
                     words[static_cast<std::size_t>(y * width + x)] = 0;
                 }
             }
