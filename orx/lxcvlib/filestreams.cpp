@@ -1,8 +1,10 @@
-// Opens ordinary files.
+// Opens and reads ordinary files.
 #include "filestreams.h"
 
 #include "orx/platform/paths.h"
 
+#include <array>
+#include <cstddef>
 #include <filesystem>
 #include <system_error>
 
@@ -27,6 +29,17 @@ std::ofstream OpenFileForWriting(const std::string& pathText)
         file.open(path, std::ios_base::binary | std::ios_base::trunc);
     }
     return file;
+}
+
+std::string ReadRest(std::istream& stream)
+{
+    std::string text;
+    std::array<char, 1 << 16> block{};
+    do {
+        stream.read(block.data(), block.size());
+        text.append(block.data(), static_cast<std::size_t>(stream.gcount()));
+    } while (stream.good());
+    return text;
 }
 
 std::uintmax_t GetRemainingBytes(std::istream& stream)

@@ -16,6 +16,10 @@ std::ifstream OpenFileForReading(const std::string& path);
 /// pipe, which could keep the writer waiting.
 std::ofstream OpenFileForWriting(const std::string& path);
 
+/// The rest of a stream, in blocks: an error of reading is then the state `bad` of the stream and no exception, as it is
+/// where a stream's buffer is read directly.
+std::string ReadRest(std::istream& stream);
+
 /// Bytes from the place of a stream to its end, which stays where it is; 0 for a stream that failed or cannot tell.
 std::uintmax_t GetRemainingBytes(std::istream& stream);
 

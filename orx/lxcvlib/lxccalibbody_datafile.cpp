@@ -105,11 +105,11 @@ ECalibError LxCCalibBody::LoadFromText(const std::string& text)
 ECalibError LxCCalibBody::Read3DCoordsFromDataFile(const std::string& path)
 {
     std::ifstream file = OpenFileForReading(path);
-    if (!file.is_open()) {
+    const std::string content = file.is_open() ? ReadRest(file) : std::string();
+    if (!file.is_open() || file.bad()) {
         s_Logger.Error(L"Error: LxCCalibBody::LoadDataFile: File couldn't be opened: <%s>\n", path);
         return eCalibWorldFileNotFound;
     }
-    const std::string content(std::istreambuf_iterator<char>(file), {});
     std::stringstream stream(ReplaceAll(content, "\r\n", "\n"));
     return Read3DCoordsFromStream(stream);
 }

@@ -1,11 +1,11 @@
 // Opens, reads and writes the file of a serializer.
 #include "lxccctserializerfile.h"
 
+#include "filestreams.h"
 #include "orx/logging/logger.h"
 #include "orx/platform/paths.h"
 #include "stringutils.h"
 
-#include <array>
 #include <filesystem>
 
 namespace LxCV {
@@ -20,18 +20,6 @@ bool IsRegularFile(const std::filesystem::path& path)
 {
     std::error_code failure;
     return std::filesystem::is_regular_file(path, failure);
-}
-
-/// The rest of an open file. Blockwise, since a read error is then a state of the stream and no exception.
-std::string ReadRest(std::istream& file)
-{
-    std::string text;
-    std::array<char, 1 << 16> block{};
-    do {
-        file.read(block.data(), block.size());
-        text.append(block.data(), static_cast<std::size_t>(file.gcount()));
-    } while (file.good());
-    return text;
 }
 
 } // namespace

@@ -321,6 +321,18 @@ TEST_F(LxCCalibBodyFile, ThatIsAFolderOrAPipeGives3)
     EXPECT_EQ(Load("zero"), 3);
 }
 
+TEST_F(LxCCalibBodyFile, ThatOpensButCannotBeReadGives3)
+{
+    // The memory of the process counts as a regular file; nothing is mapped at its beginning, so reading fails.
+    m_Target.m_sPath = "/proc/self/";
+    EXPECT_EQ(Load("mem"), 3);
+    EXPECT_FALSE(m_Target.m_bDataLoaded);
+    EXPECT_EQ(m_Capture.Count(ELevel::eError, c_sChannel,
+                              L"Error: LxCCalibBody::LoadDataFile: File couldn't be opened: "
+                              L"</proc/self/mem>\n"),
+              1);
+}
+
 TEST_F(LxCCalibBodyFile, ThatIsBadLeavesTheThresholds)
 {
     Write("bad.txt", "::Thres\nImgMargin=9\n::Coords\nrubbish\n");
