@@ -43,7 +43,8 @@ LxCCalibMark* FindNearest(const std::vector<LxCCalibMark*>& marks, double x, dou
             const double square =
                 (LxCSensorCoordsCCT(mark->GetXImg(), mark->GetYImg()) - LxCSensorCoordsCCT(x, y))
                     .GetLengthSq();
-            if (square < leastSquare) {
+            // The square of a huge distance is infinite.
+            if (nearest == nullptr || square < leastSquare) {
                 leastSquare = square;
                 nearest = mark;
             }

@@ -298,6 +298,16 @@ TEST(LxCCalibBody, ExtremeNumbersFindNothing)
     EXPECT_EQ(target.ToggleCalibMark(0, 0, 5), 1);
 }
 
+TEST(LxCCalibBody, AMarkInAHugeBoxIsFoundHoweverFarItIs)
+{
+    CPlainTarget target;
+    LxCCalibMark* const far = target.AddMark(1e200, 0.0); // its squared distance is beyond double
+    target.AddMark(-1e200, 0.0);
+    EXPECT_EQ(target.FindCalibMark(0.0, 0.0, 2e200), far);
+    LxCCalibMark* const near = target.AddMark(1e100, 0.0);
+    EXPECT_EQ(target.FindCalibMark(0.0, 0.0, 2e200), near);
+}
+
 TEST(LxCCalibBody, TogglesEveryMarkInTheBox)
 {
     CPlainTarget target;
