@@ -34,8 +34,8 @@ std::size_t ScanFloats(const std::string& text, std::span<float> values)
     const CClassicNumbers classic;
     const char* rest = text.c_str();
     for (std::size_t count = 0; count < values.size(); ++count) {
-        int length = 0;
-        if (std::sscanf(rest, "%f%n", &values[count], &length) != 1) {
+        std::ptrdiff_t length = 0; // a line may be longer than int counts
+        if (std::sscanf(rest, "%f%tn", &values[count], &length) != 1) {
             return count;
         }
         rest += length;
