@@ -218,9 +218,9 @@ public:
     /// @param numMeasurements kept as it is; at most 10000 files are read
     void CalculateMeanPositionOutOfMultiMeasurement(int numMeasurements, int numRects);
 
-    /// A debugging aid: logs, at debug level, the sum of x (pixels) of the upper left corners of every n-th rectangle over
-    /// n, the number of measurements of the last averaging. Nothing before the first. Not owned; null entries and
-    /// corners do not count.
+    /// A debugging aid: logs, at debug level, the sum of x (pixels) of the upper left corners of every n-th rectangle
+    /// over n, the number of measurements of the last averaging. Nothing before the first. Not owned; null entries
+    /// and corners do not count.
     void CalculateMeanPositionOutOfMultiMeasurement(const std::vector<LxCCBRect*>& rects) const;
 
     const std::string& GetPath() const { return m_sPath; }

@@ -70,7 +70,8 @@ struct SSummedPosition
     int count = 0;
 };
 
-/// Adds the lines of a file, up to the first that is no position, and makes room for them as far as `largest` positions.
+/// Adds the lines of a file, up to the first that is no position, and makes room for them as far as `largest`
+/// positions.
 void AddPositions(std::istream& file, std::size_t largest, std::vector<SSummedPosition>& positions)
 {
     std::string line;

@@ -76,7 +76,7 @@ void WriteThresholds(CSlideText& text, const SSlide& slide)
                                       {"FixedOrienation", "0"}});
 }
 
-/// The corners of each mark: larger u before smaller, and of these the lower edge of the stripe before the upper.
+/// The corners of each mark: larger u before smaller, and of these smaller v before larger.
 void WriteCorners(CSlideText& text, const SSlide& slide)
 {
     text.WriteSection("::Coords");

@@ -34,8 +34,8 @@ private:
 
 /// Reads the text that `LxCCalibrationTargetWriter` finds its targets in: for each target a line of "::" and six
 /// digits, and a line of coordinates. Between the tabs of the latter, each of which stands for a line break, there are
-/// points: two or three numbers each that single precision holds, with blanks between them; where the third is missing, that of the point
-/// before counts, or 0. Nothing, or a comment that begins with '#', may stand there, too.
+/// points: two or three numbers each that single precision holds, with blanks between them; where the third is missing,
+/// that of the point before counts, or 0. Nothing, or a comment that begins with '#', may stand there, too.
 ///
 /// @throws TargetTextError for the first line that is otherwise, for a number that comes twice, for coordinates without
 /// a point or too long to be put into the store, and for a text without a target
