@@ -2,9 +2,9 @@
 #include "scanner/app/boardcommands.h"
 
 #include "lxccbcalibthres.h"
-#include "orx/platform/imagecodec.h"
-#include "scanner/acquisition/numbertext.h"
+#include "scanner/app/imagefiles.h"
 #include "scanner/app/jsonreport.h"
+#include "scanner/app/numberoption.h"
 #include "scanner/calibration/boardexperiment.h"
 #include "scanner/calibration/boardlocator.h"
 
@@ -47,35 +47,6 @@ int SquareOf(int id)
 {
     constexpr int corners = 4;
     return (id - 1) / corners + 1;
-}
-
-CCTImage LoadImage(const std::filesystem::path& file)
-{
-    CCTImage image;
-    const CCTImage::EReturnCode code = image.Load(file.string());
-    switch (code) {
-    case CCTImage::eRC_OK:
-        return image;
-    case CCTImage::eRC_FileNotFound:
-        throw std::runtime_error("there is no file '" + file.string() + "'");
-    case CCTImage::eRC_UnsupportedType:
-        throw std::runtime_error("'" + file.string() + "' is no image of a kind that can be read");
-    case CCTImage::eRC_OutOfMemory:
-        throw std::runtime_error("'" + file.string() + "' is too large for the memory");
-    default:
-        throw std::runtime_error("'" + file.string() + "' is a damaged image, or cannot be read");
-    }
-}
-
-/// Writes an `eIDT_ARGB8` picture. Not through `CCTImage::SavePNG`: in a path text a backslash separates folders, here
-/// it may be part of a name.
-void WritePicture(const CCTImage& picture, const std::filesystem::path& file)
-{
-    platform::CPixels pixels;
-    if (picture.CreateBitmap(&pixels) != CCTImage::eRC_OK ||
-        !platform::WritePng(file, {pixels.width, pixels.height, pixels.format, pixels.bytes})) {
-        throw std::runtime_error("cannot write '" + file.string() + "'");
-    }
 }
 
 CCTImage ToPicture(const CCTImage& image)
@@ -267,20 +238,6 @@ void MeasureAccuracy(const AccuracyOptions& options, std::ostream& out)
     } else {
         PrintAccuracy(options, result, out);
     }
-}
-
-/// Takes numbers in the classic locale alone, no infinite ones and none that is no number.
-template <typename Number>
-CLI::Validator IsBetween(Number least, Number most)
-{
-    return {[least, most](std::string& text) {
-                Number number{};
-                const bool fits = acquisition::ReadNumber(text, number) && number >= least && number <= most;
-                return fits ? std::string()
-                            : "Value " + text + " is no number from " + CLI::detail::to_string(least) +
-                                  " to " + CLI::detail::to_string(most);
-            },
-            "", ""};
 }
 
 void AddRefinement(CLI::App& parser, std::string& refinement)

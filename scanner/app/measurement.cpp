@@ -37,25 +37,6 @@ ColourImage Picture(const LxCV::CCTImage& image)
                                 {static_cast<const float*>(image.GetBuffer()), size});
 }
 
-/// The library's path texts take a backslash for a separator, which is a letter in a path of this system; so the
-/// file is opened here.
-void LoadModel(const std::filesystem::path& file, LxCV::LxCPinholeFramework& model)
-{
-    std::stringstream text;
-    std::ifstream stream(file, std::ios::binary);
-    text << stream.rdbuf();
-    LxCV::LxCCCTSerializer serializer;
-    serializer.ReadFromStringStream(text);
-    if (!stream || !serializer.Init(false, false)) {
-        throw std::runtime_error("cannot read the model " + file.string());
-    }
-    try {
-        model.Serialize(serializer, kModelRoot);
-    } catch (const std::exception& error) {
-        throw std::runtime_error("the model " + file.string() + " is damaged: " + error.what());
-    }
-}
-
 /// Writes the full points as a 3D file. The library would take a backslash in the path for a separator; such a file is
 /// written elsewhere and moved to its place.
 void WriteScan(const LxCV::LxSScanDataCCT& record, const std::filesystem::path& file)
@@ -102,6 +83,25 @@ void WriteText(const std::filesystem::path& file, const std::string& text)
     stream.close();
     if (!stream) {
         throw std::runtime_error("cannot write " + file.string());
+    }
+}
+
+/// The library's path texts take a backslash for a separator, which is a letter in a path of this system; so the
+/// file is opened here.
+void LoadModel(const std::filesystem::path& file, LxCV::LxCPinholeFramework& model)
+{
+    std::stringstream text;
+    std::ifstream stream(file, std::ios::binary);
+    text << stream.rdbuf();
+    LxCV::LxCCCTSerializer serializer;
+    serializer.ReadFromStringStream(text);
+    if (!stream || !serializer.Init(false, false)) {
+        throw std::runtime_error("cannot read the model " + file.string());
+    }
+    try {
+        model.Serialize(serializer, kModelRoot);
+    } catch (const std::exception& error) {
+        throw std::runtime_error("the model " + file.string() + " is damaged: " + error.what());
     }
 }
 

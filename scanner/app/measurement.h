@@ -33,6 +33,10 @@ void WriteText(const std::filesystem::path& file, const std::string& text);
 /// @throws std::runtime_error naming the file that cannot be written
 void WriteRendering(const acquisition::Rendering& rendering, const std::filesystem::path& out);
 
+/// Loads a device's parameter set.
+/// @throws std::runtime_error naming the file that cannot be read or is damaged
+void LoadModel(const std::filesystem::path& file, LxCV::LxCPinholeFramework& model);
+
 /// What came of measuring one pair.
 struct Measurement
 {

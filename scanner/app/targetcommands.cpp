@@ -6,6 +6,7 @@
 #include "orx/platform/replacefile.h"
 #include "scanner/app/boardcommands.h"
 #include "scanner/app/jsonreport.h"
+#include "scanner/app/slidecommands.h"
 #include "scanner/app/targettext.h"
 
 #include <CLI/CLI.hpp>
@@ -292,14 +293,16 @@ TargetCommand AddTargetCommands(CLI::App& program)
     CLI::App* const target = program.add_subcommand("target", "Work on calibration targets");
     target->require_subcommand(1);
     const std::vector<Command> commands{AddPack(*target), AddUnpack(*target), AddInstall(*target)};
-    return [commands, board = AddBoardCommands(*target)](std::ostream& out) {
-        for (const Command& command : commands) {
-            if (command.parser->parsed()) {
-                command.run(out);
+    return
+        [commands, board = AddBoardCommands(*target), slide = AddSlideCommands(*target)](std::ostream& out) {
+            for (const Command& command : commands) {
+                if (command.parser->parsed()) {
+                    command.run(out);
+                }
             }
-        }
-        board(out);
-    };
+            board(out);
+            slide(out);
+        };
 }
 
 } // namespace app

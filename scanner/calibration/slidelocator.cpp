@@ -153,7 +153,7 @@ std::vector<SlideMark> SlideLocator::NamedMarks() const
 {
     std::vector<SlideMark> marks;
     for (const LxCV::LxCCalibMark* found : m_target->GetCalibMarks()) {
-        if (found->GetId() == 0 || found->IsInvalid()) {
+        if (found->GetId() == 0) {
             continue;
         }
         const LxCV::LxC3DCoordsCCT slide = m_target->GetWorldCoords(*found);
@@ -161,7 +161,8 @@ std::vector<SlideMark> SlideLocator::NamedMarks() const
                          {found->GetXImg(), found->GetYImg()},
                          {slide.x, slide.y},
                          found->GetQuality(),
-                         found->UseForCalib()});
+                         found->UseForCalib(),
+                         found->IsInvalid()});
     }
     std::stable_sort(marks.begin(), marks.end(),
                      [](const SlideMark& a, const SlideMark& b) { return a.id < b.id; });

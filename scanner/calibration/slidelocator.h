@@ -36,6 +36,8 @@ struct SlideMark
     device::Vec2 slide;   ///< u along the stripes, v across, slide units; what the id stands for
     double quality = 0.0; ///< lower is better
     bool usable = false;  ///< whether calibration takes it
+    bool discarded =
+        false; ///< whether it lies too far off the others of its row; then not usable, and not refined
 };
 
 /// Milliseconds.
@@ -54,7 +56,8 @@ struct LocatedSlide
     LxCV::ECalibError error = LxCV::eCalibNotDone; ///< 0 if marks were located and identified
     std::string problem;                           ///< what is wrong in words; empty for error 0
     std::size_t corners = 0;                       ///< all corners that were found, with names or without
-    std::vector<SlideMark> marks; ///< those with an id, by rising id; also where the fits of a row are poor
+    std::vector<SlideMark>
+        marks; ///< those with an id, by rising id, discarded ones too; also where the fits of a row are poor
     std::vector<LxCV::LxCCalibrationData>
         records; ///< what calibration gets: the usable marks; empty after an error
     SlideTimes times;

@@ -1,0 +1,38 @@
+#include "scanner/app/imagefiles.h"
+
+#include "orx/platform/imagecodec.h"
+
+#include <stdexcept>
+
+namespace app {
+
+using LxCV::CCTImage;
+
+CCTImage LoadImage(const std::filesystem::path& file)
+{
+    CCTImage image;
+    const CCTImage::EReturnCode code = image.Load(file.string());
+    switch (code) {
+    case CCTImage::eRC_OK:
+        return image;
+    case CCTImage::eRC_FileNotFound:
+        throw std::runtime_error("there is no file '" + file.string() + "'");
+    case CCTImage::eRC_UnsupportedType:
+        throw std::runtime_error("'" + file.string() + "' is no image of a kind that can be read");
+    case CCTImage::eRC_OutOfMemory:
+        throw std::runtime_error("'" + file.string() + "' is too large for the memory");
+    default:
+        throw std::runtime_error("'" + file.string() + "' is a damaged image, or cannot be read");
+    }
+}
+
+void WritePicture(const CCTImage& picture, const std::filesystem::path& file)
+{
+    platform::CPixels pixels;
+    if (picture.CreateBitmap(&pixels) != CCTImage::eRC_OK ||
+        !platform::WritePng(file, {pixels.width, pixels.height, pixels.format, pixels.bytes})) {
+        throw std::runtime_error("cannot write '" + file.string() + "'");
+    }
+}
+
+} // namespace app

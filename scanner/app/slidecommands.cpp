@@ -1,0 +1,339 @@
+// Marks of the projected slide: located in a pair of image files, and measured on rendered pairs.
+#include "scanner/app/slidecommands.h"
+
+#include "lxccolorvalueargb8.h"
+#include "lxcgdiplusbitmaputilities.h"
+#include "lxcpinholeframework.h"
+#include "scanner/acquisition/rendering.h"
+#include "scanner/app/imagefiles.h"
+#include "scanner/app/jsonreport.h"
+#include "scanner/app/measurement.h"
+#include "scanner/app/numberoption.h"
+#include "scanner/calibration/slideexperiment.h"
+#include "scanner/calibration/slidelocator.h"
+
+#include <CLI/CLI.hpp>
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <iomanip>
+#include <map>
+#include <memory>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+
+namespace app {
+
+namespace {
+
+using calibration::LocatedSlide;
+using calibration::MarkedSlide;
+using calibration::RowSource;
+using calibration::SlideMark;
+using LxCV::CCTImage;
+
+constexpr int c_corners = 4;
+
+const std::map<std::string, MarkedSlide> c_slides{{"a2", MarkedSlide::eDarkMarks},
+                                                  {"c", MarkedSlide::eBrightMarks}};
+const std::map<std::string, RowSource> c_rowSources{{"model", RowSource::eModel},
+                                                    {"image", RowSource::eImage}};
+
+const char* CornerName(int id)
+{
+    constexpr std::array names{"upper left", "upper right", "lower left", "lower right"};
+    return names[static_cast<std::size_t>(id - 1) % names.size()];
+}
+
+int SquareOf(int id)
+{
+    return (id - 1) / c_corners + 1;
+}
+
+CCTImage LoadColours(const std::filesystem::path& file)
+{
+    const CCTImage image = LoadImage(file);
+    CCTImage colours(image.GetWidth(), image.GetHeight(), CCTImage::eIDT_FLOAT32_3, true, nullptr);
+    if (image.GetNumChannels() < static_cast<int>(decoder::kChannels) ||
+        image.ConvertToFloat(&colours, false) != CCTImage::eRC_OK) {
+        throw std::runtime_error("'" + file.string() + "' is no colour image");
+    }
+    return colours;
+}
+
+nlohmann::ordered_json ToJson(const calibration::SlideTimes& times)
+{
+    return {{"decode", times.decode}, {"locate", times.locate}, {"identify", times.identify}};
+}
+
+void PrintTimes(const calibration::SlideTimes& times, std::ostream& out)
+{
+    out << std::fixed << std::setprecision(2) << "decode " << times.decode << " ms, locate " << times.locate
+        << " ms, identify " << times.identify << " ms\n";
+}
+
+struct LocateOptions
+{
+    std::filesystem::path reference;
+    std::filesystem::path pattern;
+    std::filesystem::path model;
+    std::filesystem::path out; ///< picture; empty for none
+    std::string slide = "a2";
+    std::string rows = "model";
+    bool json = false;
+};
+
+nlohmann::ordered_json ToJson(const LocateOptions& options, const LocatedSlide& slide)
+{
+    nlohmann::ordered_json json;
+    json["reference"] = options.reference.string();
+    json["pattern"] = options.pattern.string();
+    json["slide"] = options.slide;
+    json["corners"] = slide.corners;
+    json["times_ms"] = ToJson(slide.times);
+    json["marks"] = nlohmann::ordered_json::array();
+    for (const SlideMark& mark : slide.marks) {
+        json["marks"].push_back({{"id", mark.id},
+                                 {"square", SquareOf(mark.id)},
+                                 {"corner", CornerName(mark.id)},
+                                 {"x", mark.image.x},
+                                 {"y", mark.image.y},
+                                 {"usable", mark.usable},
+                                 {"slide_u", mark.slide.x},
+                                 {"slide_v", mark.slide.y}});
+    }
+    return json;
+}
+
+void PrintMarks(const LocateOptions& options, const LocatedSlide& slide, std::ostream& out)
+{
+    out << slide.marks.size() << " corners of marks of the slide " << options.slide << "\n"
+        << "   id  square  corner            x        y  slide u  slide v\n"
+        << std::fixed;
+    for (const SlideMark& mark : slide.marks) {
+        out << std::setw(5) << mark.id << std::setw(8) << SquareOf(mark.id) << "  " << std::left
+            << std::setw(11) << CornerName(mark.id) << std::right << std::setprecision(3) << std::setw(8)
+            << mark.image.x << " " << std::setw(8) << mark.image.y << std::setprecision(0) << std::setw(9)
+            << mark.slide.x << std::setw(9) << mark.slide.y << (mark.usable ? "" : "  not for calibration")
+            << "\n";
+    }
+    PrintTimes(slide.times, out);
+}
+
+/// Crosses on the corners, red where calibration takes them, else magenta, and the numbers of the marks beside them.
+void DrawMarks(const LocatedSlide& slide, CCTImage& picture)
+{
+    using LxCV::LxCColorValueARGB8;
+    LxCV::LxCGdiPlusBitmapUtilities surface(picture);
+    constexpr int arm = 3, fontSize = 12, gap = 6; // pixels
+    for (const SlideMark& mark : slide.marks) {
+        const int x = static_cast<int>(std::lround(mark.image.x)),
+                  y = static_cast<int>(std::lround(mark.image.y));
+        const LxCColorValueARGB8 colour =
+            mark.usable ? LxCColorValueARGB8::eRed : LxCColorValueARGB8::eMagenta;
+        surface.DrawLine(x - arm, y, x + arm, y, colour);
+        surface.DrawLine(x, y - arm, x, y + arm, colour);
+        if (mark.id % c_corners == 2) { // one of them, the upper right one
+            surface.DrawTextW(std::to_wstring(SquareOf(mark.id)), x + gap, y - gap / 2, fontSize, colour);
+        }
+    }
+    surface.CopyResult(&picture);
+}
+
+void WriteMarks(const LocatedSlide& slide, const CCTImage& pattern, const std::filesystem::path& file)
+{
+    CCTImage picture;
+    pattern.ConvertToARGB8(&picture, true);
+    DrawMarks(slide, picture);
+    WritePicture(picture, file);
+}
+
+void Locate(const LocateOptions& options, std::ostream& out)
+{
+    LxCV::LxCPinholeFramework model;
+    LoadModel(options.model, model);
+    const CCTImage reference = LoadColours(options.reference), pattern = LoadColours(options.pattern);
+    if (!pattern.DoTypeAndDimMatchWith(reference)) {
+        throw std::runtime_error("'" + options.reference.string() + "' and '" + options.pattern.string() +
+                                 "' differ in size");
+    }
+    if (model.GetStatus(pattern.GetWidth(), pattern.GetHeight()) != LxCV::LxCPinholeFramework::eOk) {
+        throw std::runtime_error("'" + options.model.string() +
+                                 "' is no calibrated model for images of this size");
+    }
+    calibration::SlideLocator locator(c_slides.at(options.slide), model);
+    locator.SetRowSource(c_rowSources.at(options.rows));
+    const LocatedSlide slide = locator.Locate(reference, pattern);
+    if (!options.out.empty()) {
+        WriteMarks(slide, pattern, options.out); // also after an error: the picture may tell why
+    }
+    if (slide.error != LxCV::eCalibOk) {
+        throw std::runtime_error("'" + options.pattern.string() + "': " + slide.problem);
+    }
+    if (options.json) {
+        PrintJson(out, ToJson(options, slide));
+    } else {
+        PrintMarks(options, slide, out);
+    }
+}
+
+struct AccuracyOptions
+{
+    calibration::SlideExperiment experiment;
+    std::string slide = "a2";
+    std::string rows = "model";
+    bool json = false;
+};
+
+nlohmann::ordered_json ToJson(const AccuracyOptions& options,
+                              const calibration::SlideExperimentResult& result)
+{
+    const calibration::BoardAccuracy& accuracy = result.accuracy;
+    nlohmann::ordered_json json;
+    json["slide"] = options.slide;
+    json["parallel_axes"] = options.experiment.parallelAxes;
+    json["rows"] = options.rows;
+    json["poses"] = options.experiment.poses;
+    json["seed"] = options.experiment.seed;
+    json["noise"] = options.experiment.noise;
+    json["not_identified"] = accuracy.failed;
+    json["named"] = accuracy.named;
+    json["wrong"] = accuracy.wrong;
+    json["visible"] = accuracy.visible;
+    json["named_share"] = accuracy.NamedShare();
+    json["discarded"] = result.discarded;
+    json["found_share"] = result.FoundShare();
+    json["mean_px"] = accuracy.mean;
+    json["p95_px"] = accuracy.p95;
+    json["p99_px"] = accuracy.p99;
+    json["max_px"] = accuracy.largest;
+    json["bias_px"] = {accuracy.bias.x, accuracy.bias.y};
+    json["times_ms"] = ToJson(result.meanTimes);
+    json["seeds_not_identified"] = result.failedSeeds;
+    json["seeds_wrong"] = result.wrongSeeds;
+    json["seeds_incomplete"] = result.incompleteSeeds;
+    return json;
+}
+
+void PrintAccuracy(const AccuracyOptions& options, const calibration::SlideExperimentResult& result,
+                   std::ostream& out)
+{
+    const calibration::BoardAccuracy& accuracy = result.accuracy;
+    constexpr int labelWidth = 18;
+    const auto label = [&out](const char* text) -> std::ostream& {
+        return out << "  " << std::left << std::setw(labelWidth) << text << std::right;
+    };
+    const auto percent = [](double share) { return 100.0 * share; };
+    out << "Slide " << options.slide << ", " << options.experiment.poses << " planes from seed "
+        << options.experiment.seed << ", noise " << options.experiment.noise << ", axes "
+        << (options.experiment.parallelAxes ? "parallel" : "converging") << ", rows by " << options.rows
+        << "\n"
+        << std::fixed << std::setprecision(4);
+    label("error, mean") << accuracy.mean << " pixels over " << accuracy.named << " corners\n";
+    label("error, 95 percent") << accuracy.p95 << " pixels\n";
+    label("error, 99 percent") << accuracy.p99 << " pixels\n";
+    label("error, largest") << accuracy.largest << " pixels\n";
+    label("bias") << accuracy.bias.x << ", " << accuracy.bias.y << " pixels\n";
+    label("wrong names") << accuracy.wrong << "\n";
+    out << std::setprecision(2);
+    label("found") << percent(result.FoundShare()) << " % of " << accuracy.visible << " visible corners\n";
+    label("used") << percent(accuracy.NamedShare()) << " %; " << result.discarded
+                  << " corners are too far off the others of their row\n";
+    label("not identified") << accuracy.failed << " images\n";
+    label("mean times");
+    PrintTimes(result.meanTimes, out);
+}
+
+void MeasureAccuracy(const AccuracyOptions& options, std::ostream& out)
+{
+    calibration::SlideExperiment experiment = options.experiment;
+    experiment.slide = c_slides.at(options.slide);
+    experiment.rows = c_rowSources.at(options.rows);
+    const calibration::SlideExperimentResult result = Run(experiment);
+    if (options.json) {
+        PrintJson(out, ToJson(options, result));
+    } else {
+        PrintAccuracy(options, result, out);
+    }
+}
+
+/// What both commands are told.
+template <typename Options>
+void AddSlideOptions(CLI::App& parser, Options& options)
+{
+    parser.add_option("--slide", options.slide, "The slide: a2 has dark marks, c bright ones")
+        ->check(CLI::IsMember(c_slides))
+        ->capture_default_str();
+    parser
+        .add_option("--rows", options.rows,
+                    "What tells the row of a mark: triangulation by the model, or the column of the image")
+        ->check(CLI::IsMember(c_rowSources))
+        ->capture_default_str();
+}
+
+TargetCommand AddLocate(CLI::App& target)
+{
+    const auto options = std::make_shared<LocateOptions>();
+    CLI::App* const parser =
+        target.add_subcommand("slide-locate", "Find the marks of the projected slide in a pair of images");
+    parser->option_defaults()->take_last();
+    parser->add_option("REFERENCE", options->reference, "The image under white light")->required();
+    parser->add_option("PATTERN", options->pattern, "The image under the slide's stripes")->required();
+    parser->add_option("--model", options->model, "The device's parameter set")->required();
+    AddSlideOptions(*parser, *options);
+    parser->add_option("--out", options->out,
+                       "PNG to write: corners and numbers of marks on the pattern image");
+    parser->add_flag("--json", options->json, "Print the corners as JSON");
+    return [parser, options](std::ostream& out) {
+        if (parser->parsed()) {
+            Locate(*options, out);
+        }
+    };
+}
+
+TargetCommand AddAccuracy(CLI::App& target)
+{
+    const auto options = std::make_shared<AccuracyOptions>();
+    calibration::SlideExperiment& experiment = options->experiment;
+    CLI::App* const parser = target.add_subcommand(
+        "slide-accuracy", "Measure on rendered pairs how exactly marks of the projected slide are found");
+    parser->option_defaults()->take_last();
+    constexpr std::size_t mostPoses = 1000000;
+    constexpr std::uint64_t mostSeed = std::uint64_t{1} << 62;
+    AddSlideOptions(*parser, *options);
+    parser->add_option("--poses", experiment.poses, "How many planes")
+        ->check(IsBetween<std::size_t>(1, mostPoses))
+        ->capture_default_str();
+    parser
+        ->add_option("--seed", experiment.seed,
+                     "Seed of the first plane and its noise; each next plane has the next")
+        ->check(IsBetween<std::uint64_t>(0, mostSeed))
+        ->capture_default_str();
+    parser
+        ->add_option("--noise", experiment.noise, "Factor on the sensor's noise; 0 for none, and no rounding")
+        ->check(IsBetween(0.0, acquisition::kLargestNoise))
+        ->capture_default_str();
+    parser->add_flag("--parallel-axes", experiment.parallelAxes,
+                     "A device whose camera and projector have parallel axes");
+    parser->add_flag("--json", options->json, "Print the figures as JSON");
+    return [parser, options](std::ostream& out) {
+        if (parser->parsed()) {
+            MeasureAccuracy(*options, out);
+        }
+    };
+}
+
+} // namespace
+
+TargetCommand AddSlideCommands(CLI::App& target)
+{
+    return [locate = AddLocate(target), accuracy = AddAccuracy(target)](std::ostream& out) {
+        locate(out);
+        accuracy(out);
+    };
+}
+
+} // namespace app
