@@ -144,7 +144,7 @@ public:
     virtual void FilterOutMarksInImgMargin(int width, int height);
 
     /// Reads world coordinates and thresholds of the coordinate file; nothing where it is the one that was loaded
-    /// last. After a failure the next call reads again.
+    /// last. After a failure the next call reads again. A file whose path has no '.' gives the default thresholds.
     /// @return 0, 3, 4, 35 as `Read3DCoordsFromDataFile`; 44 where the target data store has no value
     virtual ECalibError LoadDataFile();
 

@@ -7,6 +7,7 @@
 #include "tests/lxcvlib/calibbodytestsupport.h"
 #include "tests/support/environment.h"
 #include "tests/support/temporaryfolder.h"
+#include "tests/support/workplace.h"
 
 #include <gtest/gtest.h>
 
@@ -258,6 +259,17 @@ TEST_F(LxCCalibBodyFile, WithoutThresholdsGivesTheirDefaults)
     m_Target.m_pThres->m_iImgMargin = 77;
     Write("target.txt", "::Coords\n1 2 3\n");
     EXPECT_EQ(Load("target.txt"), 0);
+    EXPECT_EQ(m_Target.m_pThres->m_iImgMargin, 5);
+}
+
+TEST_F(LxCCalibBodyFile, WithoutADotInItsPathGivesDefaultThresholds)
+{
+    const ::TestSupport::CWorkplace workplace(false);
+    ::TestSupport::WriteFile("target", c_sFile);
+    m_Target.m_sPath.clear();
+    m_Target.m_pThres->m_iImgMargin = 77;
+    EXPECT_EQ(Load("target"), 0);
+    EXPECT_EQ(m_Target.m_vWorldCoords.size(), 2U);
     EXPECT_EQ(m_Target.m_pThres->m_iImgMargin, 5);
 }
 
