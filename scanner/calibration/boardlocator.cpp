@@ -10,6 +10,7 @@
 #include "lxcgdiplusbitmaputilities.h"
 #include "lxcrectcornercalibmark.h"
 #include "orx/platform/keyvaluestore.h"
+#include "scanner/calibration/turnedimage.h"
 
 #include <algorithm>
 #include <chrono>
@@ -20,6 +21,7 @@
 #include <iomanip>
 #include <limits>
 #include <locale>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
@@ -154,6 +156,27 @@ public:
     Target() : LxCCBCalibBody(true) {}
 
     LxCCBCalibThres& Thresholds() { return *GetCBThres(); }
+
+    /// Becomes a target of the same coordinates and thresholds, without marks.
+    void TakeBoardOf(const Target& other)
+    {
+        Reset();
+        m_vWorldCoords = other.m_vWorldCoords;
+        m_bNormalized = other.m_bNormalized;
+        *GetCBThres() = *other.GetCBThres();
+        FillVectorBlackAreaOnTarget();
+    }
+
+    /// Moves the marks from a turned image to its source, of which the size is given.
+    void TurnBack(const TurnedImage& turned, int width, int height)
+    {
+        for (LxCV::LxCCalibMark* mark : m_vMarks) {
+            const device::Vec2 place = turned.ToSource({mark->GetXImg(), mark->GetYImg()});
+            mark->SetXImg(place.x);
+            mark->SetYImg(place.y);
+        }
+        FilterOutMarksInImgMargin(width, height);
+    }
 
     /// Takes the corners of squares with a computed corner out of use. Nearly all of these are cut by the border of the
     /// image: the edge that leaves it is short, and its extrema bend along the border.
@@ -338,6 +361,46 @@ std::vector<BoardMark> BoardLocator::NamedMarks() const
     return marks;
 }
 
+void BoardLocator::Count(LocatedBoard& board) const
+{
+    board.corners = m_target->GetCalibMarks().size();
+    board.squares = m_target->GetRects().size();
+    std::vector<LxCV::LxCCBRect*> embedded, enclosing;
+    m_target->DetectEmbeddedRects(embedded, enclosing);
+    board.marked = enclosing.size();
+}
+
+/// Searches the last image once more, turned. Unless that identifies the target, the marks stay.
+void BoardLocator::FindTurned(LocatedBoard& board)
+{
+    const CCTImage& input = m_images.GetImage(LxCCalibData::eCamImage);
+    const int width = input.GetWidth(), height = input.GetHeight();
+    auto other = std::make_unique<Target>();
+    other->TakeBoardOf(*m_target);
+    m_target.swap(other);
+    std::optional<TurnedImage> turned;
+    ECalibError error = LxCV::eCalibImageUnsuitable;
+    LocationTimes times;
+    times.prepare = Time([&] {
+        turned.emplace(input);
+        if (Prepare(turned->Image())) {
+            error = LxCV::eCalibOk;
+        }
+    });
+    if (error == LxCV::eCalibOk) {
+        error = Find(times);
+    }
+    board.times += times;
+    if (error != LxCV::eCalibOk) {
+        m_target.swap(other);
+        return;
+    }
+    Count(board);
+    m_target->TurnBack(*turned, width, height);
+    board.error = error;
+    board.isTurned = true;
+}
+
 LocatedBoard BoardLocator::Locate(const CCTImage& image)
 {
     LocatedBoard board;
@@ -345,11 +408,11 @@ LocatedBoard BoardLocator::Locate(const CCTImage& image)
     bool isPrepared = false;
     board.times.prepare = Time([&] { isPrepared = Prepare(image); });
     board.error = isPrepared ? Find(board.times) : LxCV::eCalibImageUnsuitable;
-    board.corners = m_target->GetCalibMarks().size();
-    board.squares = m_target->GetRects().size();
-    std::vector<LxCV::LxCCBRect*> embedded, enclosing;
-    m_target->DetectEmbeddedRects(embedded, enclosing);
-    board.marked = enclosing.size();
+    Count(board);
+    if (board.error == LxCV::eCalibNoFourSquares && board.marked < c_markedSquares &&
+        image.GetSizeInPixels() <= sc_largestTurned) {
+        FindTurned(board);
+    }
     board.problem = ToProblem(board.error, board.marked);
     if (board.error == LxCV::eCalibOk) {
         board.orientation = m_target->GetCalibOrientation();

@@ -37,6 +37,16 @@ struct LocationTimes
     double refine = 0.0;
 
     double Total() const { return prepare + locate + identify + assess + refine; }
+
+    LocationTimes& operator+=(const LocationTimes& other)
+    {
+        prepare += other.prepare;
+        locate += other.locate;
+        identify += other.identify;
+        assess += other.assess;
+        refine += other.refine;
+        return *this;
+    }
 };
 
 /// What one image shows of a target.
@@ -46,17 +56,26 @@ struct LocatedBoard
     std::string problem;          ///< what is wrong in words; empty if the target was identified
     std::vector<BoardMark> marks; ///< those with an id, by rising id; empty unless the target was identified
     int orientation = -1;         ///< quarter turns of the target in the image, -1 unless it was identified
-    std::size_t corners = 0;      ///< all corners of dark squares that were found, with names or without
-    std::size_t squares = 0;      ///< dark squares that were found
-    std::size_t marked = 0;       ///< of them, those with a bright square inside
+    bool isTurned =
+        false; ///< whether it was identified in the image turned by 45 degrees, from which it turns back
+    std::size_t corners = 0; ///< all corners of dark squares that were found, with names or without
+    std::size_t squares = 0; ///< dark squares that were found
+    std::size_t marked = 0;  ///< of them, those with a bright square inside
     LocationTimes times;
 };
 
 /// Locates and identifies the corners of one checkerboard target in images, one after the other; working images are
 /// kept from image to image. One thread at a time.
+///
+/// A side of a square belongs to the edges along rows or along columns. Sides near the diagonal are both in pieces; an
+/// image in which the marked squares are not found is therefore turned by 45 degrees and searched again, if it has at
+/// most `sc_largestTurned` pixels. Corners found there come back with the error of the interpolation.
 class BoardLocator
 {
 public:
+    /// Pixels; working on a larger image takes memory out of proportion.
+    static constexpr int sc_largestTurned = 1 << 22;
+
     /// Knows the nominal target, `device::Checkerboard`.
     BoardLocator();
     ~BoardLocator();
@@ -87,7 +106,7 @@ public:
     /// @param picture `eIDT_ARGB8`, of the last image's size
     void Draw(LxCV::CCTImage& picture);
 
-    /// The smoothed vertical and horizontal edges of the last image: bright to dark green, dark to bright red, in the
+    /// The smoothed vertical and horizontal edges of the last image, turned if it was searched so: bright to dark green, dark to bright red, in the
     /// direction of rising coordinates.
     /// @return `eIDT_ARGB8`
     LxCV::CCTImage DrawEdges() const;
@@ -98,6 +117,8 @@ private:
     std::unique_ptr<Target> LoadText(const std::string& text, const std::string& name) const;
     bool Prepare(const LxCV::CCTImage& image);
     LxCV::ECalibError Find(LocationTimes& times);
+    void FindTurned(LocatedBoard& board);
+    void Count(LocatedBoard& board) const;
     void Refine();
     std::vector<BoardMark> NamedMarks() const;
 
