@@ -134,8 +134,8 @@ TEST_F(BoardLocation, EveryQuarterTurnHasItsOrientationAndTheRightNames)
 
 TEST_F(BoardLocation, MirroredTargetIsRefused)
 {
-    for (int eighth = 0; eighth < 16; ++eighth) {
-        const double angle = 0.1 + 0.125 * std::numbers::pi * eighth;
+    for (int eighth = 0; eighth < 8; ++eighth) {
+        const double angle = 0.1 + 0.25 * std::numbers::pi * eighth;
         const LocatedBoard found = Locate(Render(angle, true).image);
         EXPECT_NE(found.error, LxCV::eCalibOk) << angle;
         EXPECT_FALSE(found.problem.empty());
@@ -158,8 +158,8 @@ TEST_F(BoardLocation, TargetCutByAnyBorderHasRightNamesOrNone)
     const device::RenderedBoard rendered = Render(0.3);
     const int width = rendered.image.width, height = rendered.image.height;
     std::size_t identified = 0, refused = 0;
-    for (int step = 0; step <= 10; ++step) {
-        const int cut = 30 * step;
+    for (int step = 0; step <= 5; ++step) {
+        const int cut = 60 * step;
         for (const auto& [left, top, right, bottom] :
              {std::array{cut, 0, width, height}, std::array{0, std::min(cut, height - 20), width, height},
               std::array{0, 0, width - cut, height}, std::array{0, 0, width, std::max(height - cut, 20)}}) {
@@ -176,8 +176,8 @@ TEST_F(BoardLocation, TargetCutByAnyBorderHasRightNamesOrNone)
             }
         }
     }
-    EXPECT_GE(identified, 12U);
-    EXPECT_GE(refused, 12U);
+    EXPECT_GE(identified, 6U);
+    EXPECT_GE(refused, 6U);
 }
 
 TEST_F(BoardLocation, CornersOfCutSquaresAreNamedButNotForCalibration)
