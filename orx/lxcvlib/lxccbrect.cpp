@@ -168,7 +168,6 @@ void LxCCBRect::MakeFourthCorner(std::unique_ptr<Corner>& virtualCorner)
     corner.SetXImg(x);
     corner.SetYImg(y);
     corner.SetEdges(horEdge, verEdge);
-    corner.SetRect(this);
     horEdge->SetCorner(isLeft, &corner);
     verEdge->SetCorner(isUpper, &corner);
     m_aCorners[place] = &corner;
@@ -187,13 +186,14 @@ bool LxCCBRect::DetRemCorners(Corner* corner, std::unique_ptr<Corner>& virtualCo
     } else {
         FindCornersFromLowerRight(*anchor);
     }
+    // First, so that without memory for it no corner points to a square that its owner gives up.
+    if (std::count(m_aCorners.begin(), m_aCorners.end(), nullptr) == 1) {
+        MakeFourthCorner(virtualCorner);
+    }
     for (Corner* const found : m_aCorners) {
         if (found != nullptr) {
             found->SetRect(this);
         }
-    }
-    if (std::count(m_aCorners.begin(), m_aCorners.end(), nullptr) == 1) {
-        MakeFourthCorner(virtualCorner);
     }
     if (HasFourCorners() && (!checkPlausible || IsPlausible())) {
         return true;

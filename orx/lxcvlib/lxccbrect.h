@@ -59,6 +59,8 @@ public:
     ///        edges do, also where the square is refused
     /// @param checkPlausible whether a square must be plausible
     /// @return whether there is a square; else this one has no corners, and those found are of no square
+    /// Throws std::bad_alloc without memory for a fourth corner; then no corner has become one of this square, which is
+    /// to be dropped or completed anew.
     bool DetRemCorners(LxCRectCornerCalibMark* corner, std::unique_ptr<LxCRectCornerCalibMark>& virtualCorner,
                        bool checkPlausible);
 

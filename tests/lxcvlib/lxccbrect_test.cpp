@@ -1,11 +1,13 @@
 // Tests of squares: from corners, by their corners, and from one to the next.
 #include "lxccbrect.h"
 
+#include "allocationcount.h"
 #include "squaretestsupport.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <new>
 #include <random>
 
 namespace LxCV {
@@ -228,6 +230,38 @@ TEST(LxCCBRectCorners, TheVirtualCornerOfARefusedSquareIsHandedOver)
     ASSERT_NE(result.virtualCorner, nullptr);
     EXPECT_FALSE(result.virtualCorner->IsPartOfRect());
     ExpectNoSquare(rect, square);
+}
+
+TEST(LxCCBRectCorners, WithoutMemoryForAFourthCornerNoCornerPointsToTheSquare)
+{
+    HandMadeSquare square(AxisParallel(20.0, 30.0, 40.0, 40.0));
+    square.LoseCorner(3);
+    ASSERT_TRUE(
+        Complete(*std::make_unique<LxCCBRect>(), square.corners[0].get()).found); // takes scratch memory
+    square.bottom->SetRightCorner(nullptr);
+    square.right->SetLowerCorner(nullptr);
+    for (const std::size_t place : {std::size_t{0}, std::size_t{1}, std::size_t{2}}) {
+        square.corners[place]->SetRect(nullptr);
+    }
+    LxCCBRect rect;
+    std::unique_ptr<Corner> virtualCorner;
+    bool isThrown = false;
+    {
+        const AllocationLimit limit(sizeof(Corner), 0);
+        try {
+            rect.DetRemCorners(square.corners[0].get(), virtualCorner, true);
+        } catch (const std::bad_alloc&) {
+            isThrown = true;
+        }
+    }
+#if !defined(__SANITIZE_THREAD__)
+    ASSERT_TRUE(isThrown);
+    for (const std::size_t place : {std::size_t{0}, std::size_t{1}, std::size_t{2}}) {
+        EXPECT_FALSE(square.corners[place]->IsPartOfRect()) << place;
+    }
+    EXPECT_EQ(square.bottom->GetRightCorner(), nullptr);
+    EXPECT_EQ(square.right->GetLowerCorner(), nullptr);
+#endif
 }
 
 TEST(LxCCBRectCorners, ASquareIsBuiltAnewEachTime)
