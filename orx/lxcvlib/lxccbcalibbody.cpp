@@ -26,11 +26,12 @@ void DeleteRects(std::vector<LxCCBRect*>& rects)
     rects.clear();
 }
 
-void ForgetRects(const std::vector<LxCCalibMark*>& marks)
+template <typename Action>
+void ForEachCorner(const std::vector<LxCCalibMark*>& marks, Action action)
 {
     for (LxCCalibMark* mark : marks) {
         if (auto* corner = dynamic_cast<LxCRectCornerCalibMark*>(mark); corner != nullptr) {
-            corner->SetRect(nullptr);
+            action(*corner);
         }
     }
 }
@@ -85,10 +86,19 @@ void LxCCBCalibBody::Reset()
     DeleteMarks(m_vSecondMarks);
 }
 
+void LxCCBCalibBody::RemoveRectEdges()
+{
+    for (const auto* marks : {&m_vMarks, &m_vSecondMarks}) {
+        ForEachCorner(*marks, [](LxCRectCornerCalibMark& corner) { corner.SetEdges(nullptr, nullptr); });
+    }
+    LxCRectEdgeLocator::RemoveRectEdges();
+}
+
 void LxCCBCalibBody::RemoveRects()
 {
-    ForgetRects(m_vMarks);
-    ForgetRects(m_vSecondMarks);
+    for (const auto* marks : {&m_vMarks, &m_vSecondMarks}) {
+        ForEachCorner(*marks, [](LxCRectCornerCalibMark& corner) { corner.SetRect(nullptr); });
+    }
     DeleteRects(m_vRects);
     DeleteRects(m_vSecondRects);
 }

@@ -30,7 +30,7 @@ class LxCRectCornerCalibMark;
 /// Stored: first and second list of squares, marks of the second polarity, black areas of the target. Ownership: the
 /// target owns its squares and all marks, its base `LxCRectEdgeLocator` the edges. Marks point to edges and squares,
 /// squares to marks, edges to marks, none of which owns the other; all of them stay where they are until `Reset`,
-/// squares until `RemoveRects`.
+/// squares until `RemoveRects`, edges until `RemoveRectEdges`.
 ///
 /// Pixel (0, 0) of an image is a centre; positions are pixels. One thread at a time. The order of the virtual
 /// operations is fixed, as in the base.
@@ -92,6 +92,9 @@ public:
 
     /// Also removes all edges and squares, and deletes the marks of the second polarity.
     void Reset() override;
+
+    /// Also no mark points to an edge afterwards.
+    void RemoveRectEdges() override;
 
     /// Draws the base's squares, and each traced edge white and three pixels wide. A null and a size below 1 are
     /// logged.

@@ -111,6 +111,19 @@ TEST(LxCCBCalibBody, CornerAngleIsThatBetweenCentres)
     EXPECT_TRUE(std::isnan(target.ComputeCornerAngle(-1, 1, 2)));
 }
 
+TEST(LxCCBCalibBody, CornerAngleOfParallelDirectionsIsANumberWhateverTheRounding)
+{
+    // Directions (10, 80) and (-10, -80): 6500 over the square of its rounded root is a little more than 1.
+    ASSERT_GT(6500.0 / (std::sqrt(6500.0) * std::sqrt(6500.0)), 1.0);
+    CCheckerboardProbe target;
+    target.AddRect(Quad(100, 100, 4), 1);
+    target.AddRect(Quad(110, 180, 4), 2);
+    target.AddRect(Quad(90, 20, 4), 3);
+    EXPECT_EQ(target.ComputeCornerAngle(1, 0, 1), 0.0);
+    EXPECT_NEAR(target.ComputeCornerAngle(1, 0, 2), 180.0 * 3.141592653589793 / 3.1415926535,
+                180.0 * kRounding);
+}
+
 TEST(LxCCBCalibBody, BoxOfTheTargetIsWidenedByItsMargin)
 {
     CCheckerboardProbe target;
@@ -254,6 +267,28 @@ TEST(LxCCBCalibBody, RemovedRectsLeaveTheirCorners)
             EXPECT_FALSE(dynamic_cast<const LxCRectCornerCalibMark&>(*mark).IsPartOfRect());
         }
     }
+}
+
+TEST(LxCCBCalibBody, RemovedEdgesLeaveTheirCorners)
+{
+    SquareBoard board;
+    board.marked = {6};
+    CLocated view(board);
+    view.target.RemoveRectEdges();
+    EXPECT_TRUE(view.target.GetHorEdges().empty());
+    EXPECT_TRUE(view.target.GetVerEdges().empty());
+    for (const auto* marks : {&view.target.m_vMarks, &view.target.m_vSecondMarks}) {
+        EXPECT_FALSE(marks->empty());
+        for (const LxCCalibMark* mark : *marks) {
+            EXPECT_EQ(dynamic_cast<const LxCRectCornerCalibMark&>(*mark).GetHorEdge(), nullptr);
+            EXPECT_EQ(dynamic_cast<const LxCRectCornerCalibMark&>(*mark).GetVerEdge(), nullptr);
+        }
+    }
+    // What looks along edges finds none.
+    EXPECT_EQ(view.target.AssessMarkQual(&view.data.GetImage(LxCCalibData::eCamDebugImage)), eCalibOk);
+    EXPECT_EQ(view.target.GetCalibMarks()[0]->GetQuality(), 10.0);
+    view.target.DetectAllRectsExtern();
+    EXPECT_EQ(view.target.GetNumDetectedRects(), 0);
 }
 
 TEST(LxCCBCalibBody, QualityFollowsContrastAndOversaturation)
