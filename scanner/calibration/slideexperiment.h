@@ -41,6 +41,9 @@ device::VirtualDevice MakeDevice(const SlideExperiment& experiment);
 /// The device's calibration, as the library reads it.
 std::unique_ptr<LxCV::LxCPinholeFramework> MakeModel(const device::VirtualDevice& device);
 
+/// Which marks an image of the device shows well enough.
+MarkRange RangeOf(const device::DeviceParameters& device);
+
 /// One pair of images of the experiment, with the true corners.
 struct RenderedSlide
 {

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <new>
 #include <stdexcept>
 
@@ -169,6 +168,18 @@ std::vector<SlideMark> SlideLocator::NamedMarks() const
     return marks;
 }
 
+std::vector<LxCV::LxCCalibrationData> SlideLocator::ExportRecords()
+{
+    std::vector<LxCV::LxCCalibrationData*> exported;
+    m_target->ExportCalibrationData(exported);
+    std::vector<std::unique_ptr<const LxCV::LxCCalibrationData>> owned(exported.begin(), exported.end());
+    std::vector<LxCV::LxCCalibrationData> records;
+    for (const auto& record : owned) {
+        records.push_back(*record);
+    }
+    return records;
+}
+
 LocatedSlide SlideLocator::Locate(const CCTImage& reference, const CCTImage& pattern)
 {
     RequireType(reference);
@@ -189,12 +200,7 @@ LocatedSlide SlideLocator::Locate(const CCTImage& reference, const CCTImage& pat
         result.marks = NamedMarks();
     }
     if (result.error == LxCV::eCalibOk) {
-        std::vector<LxCV::LxCCalibrationData*> records;
-        m_target->ExportCalibrationData(records);
-        for (const LxCV::LxCCalibrationData* record : records) {
-            result.records.push_back(*record);
-            delete record;
-        }
+        result.records = ExportRecords();
     }
     return result;
 }

@@ -97,6 +97,7 @@ private:
     void WriteStripeEdges();
     LxCV::ECalibError Find(SlideTimes& times);
     std::vector<SlideMark> NamedMarks() const;
+    std::vector<LxCV::LxCCalibrationData> ExportRecords();
 
     std::unique_ptr<Target> m_target; ///< never null
     LxCV::LxCPinholeFramework& m_model;
