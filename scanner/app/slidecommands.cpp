@@ -143,10 +143,26 @@ void DrawMarks(const LocatedSlide& slide, CCTImage& picture)
     surface.CopyResult(&picture);
 }
 
+/// The pattern image in pale grey, on which colours stand out, as `eIDT_ARGB8`.
+CCTImage ToPaleGrey(const CCTImage& pattern)
+{
+    constexpr float darkest = 110.0F, share = 0.55F; // grey levels; of the mean of the channels
+    CCTImage grey(pattern.GetWidth(), pattern.GetHeight(), CCTImage::eIDT_FLOAT32_3, true, nullptr);
+    for (int y = 0; y < grey.GetHeight(); ++y) {
+        for (int x = 0; x < grey.GetWidth(); ++x) {
+            const LxCV::LxCFloat3& pixel = pattern.GetFloat3Fast(x, y);
+            const float mean = (pixel.get(0) + pixel.get(1) + pixel.get(2)) / 3.0F;
+            grey.SetFloat3PixelFast(x, y, LxCV::LxCFloat3(darkest + share * mean));
+        }
+    }
+    CCTImage picture;
+    grey.ConvertToARGB8(&picture, true);
+    return picture;
+}
+
 void WriteMarks(const LocatedSlide& slide, const CCTImage& pattern, const std::filesystem::path& file)
 {
-    CCTImage picture;
-    pattern.ConvertToARGB8(&picture, true);
+    CCTImage picture = ToPaleGrey(pattern);
     DrawMarks(slide, picture);
     WritePicture(picture, file);
 }
