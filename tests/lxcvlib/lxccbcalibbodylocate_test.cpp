@@ -2,6 +2,7 @@
 #include "allocationcount.h"
 #include "calibedgeimages.h"
 #include "checkerboardprobe.h"
+#include "lxccalibrationdata.h"
 #include "lxccolorvalueargb8.h"
 #include "lxclxcvlibsettings.h"
 #include "orx/logging/logger.h"
@@ -532,6 +533,135 @@ TEST(LxCCBCalibBodyLocate, WithoutMemoryNothingIsLeft)
 #if !defined(__SANITIZE_THREAD__)
     EXPECT_GT(failures, 10);
 #endif
+}
+
+/// One of the operations that make, use or remove edges, marks and squares.
+void Operate(CCheckerboardProbe& target, LxCCalibData& data, std::mt19937& random)
+{
+    CCTImage& picture = data.GetImage(LxCCalibData::eCamDebugImage);
+    std::vector<LxCCalibrationData*> records;
+    switch (random() % 18) {
+    case 0:
+    case 16:
+    case 17:
+        target.LocateCalibMarks(data, random() % 2 == 0);
+        break;
+    case 1:
+        target.Reset();
+        break;
+    case 2:
+        target.RemoveRects();
+        break;
+    case 3:
+        target.RemoveRectEdges();
+        break;
+    case 4:
+    case 5:
+        target.DetectAllRects();
+        break;
+    case 6:
+        target.DetectAllRectsExtern();
+        break;
+    case 7:
+        target.FilterRectsForValidRectangle(5.0);
+        break;
+    case 8:
+        target.IdentifyCalibMarks();
+        break;
+    case 9:
+        target.ImprovePositionByEstimatedCorner();
+        target.ImprovePositionByPolyOverEntireImage(&picture);
+        break;
+    case 10:
+        target.ExportCalibrationDataUsingWCDataFile(records);
+        break;
+    case 11:
+        target.TraceRectEdgesHor(data.GetImage(LxCCalibData::eCamHorEdges),
+                                 data.GetImage(LxCCalibData::eCamHorIds), 1, 1, 10, 1000);
+        break;
+    case 12:
+        target.PropagateRectIds(4, 3);
+        break;
+    case 13:
+        if (!target.GetCalibMarks().empty()) {
+            LxCCalibMark& mark = *target.GetCalibMarks()[random() % target.GetCalibMarks().size()];
+            mark.MakeInvalid();
+        }
+        break;
+    case 14:
+        target.DoubleCheckIds(4, 3);
+        target.FilterOutCalibMarks(&data.GetImage(LxCCalibData::eCamMask), 2.0);
+        break;
+    default:
+        target.AssessMarkQual(&picture);
+        target.DrawMask(&data.GetImage(LxCCalibData::eCamMask), 5);
+        target.DrawCalibMarks(&picture);
+    }
+    for (const LxCCalibrationData* record : records) {
+        delete record;
+    }
+}
+
+/// Whether marks, squares and edges point to what their target has, and to nothing else.
+void ExpectLinksWithinTarget(const CCheckerboardProbe& target)
+{
+    std::set<const void*> owned{nullptr};
+    for (const auto* marks : {&target.m_vMarks, &target.m_vSecondMarks}) {
+        owned.insert(marks->begin(), marks->end());
+    }
+    for (const auto* rects : {&target.m_vRects, &target.m_vSecondRects}) {
+        owned.insert(rects->begin(), rects->end());
+        for (const LxCCBRect* rect : *rects) {
+            for (const LxCCalibMark* corner : rect->GetCorners()) {
+                ASSERT_TRUE(owned.contains(corner)) << "a square's corner that is gone";
+            }
+        }
+    }
+    for (const auto* edges : {&target.GetHorEdges(), &target.GetVerEdges()}) {
+        for (const auto& edge : *edges) {
+            owned.insert(edge.get());
+            for (const LxCCalibMark* corner : {edge->GetCorner(true), edge->GetCorner(false)}) {
+                ASSERT_TRUE(owned.contains(corner)) << "an edge's corner that is gone";
+            }
+        }
+    }
+    for (const auto* marks : {&target.m_vMarks, &target.m_vSecondMarks}) {
+        for (const LxCCalibMark* mark : *marks) {
+            const auto& corner = dynamic_cast<const LxCRectCornerCalibMark&>(*mark);
+            ASSERT_TRUE(owned.contains(corner.GetRect())) << "a square that is gone";
+            ASSERT_TRUE(owned.contains(corner.GetHorEdge()) && owned.contains(corner.GetVerEdge()))
+                << "an edge that is gone";
+        }
+    }
+}
+
+TEST(LxCCBCalibBodyLocate, OperationsInAnyOrderLeaveNoLinkToWhatIsGone)
+{
+    SquareBoard board;
+    board.origin = {20.3, 15.7};
+    board.right = {40.0, 2.0};
+    board.down = {-2.0, 41.0};
+    board.embedded = 0.4;
+    board.marked = {1, 3, 4, 7}; // the figure that tells the orientation
+    const CCTImage picture = Render(board, 190, 150);
+    std::mt19937 random(8);
+    const Logging::CCapture quiet;
+    int identified = 0; // steps that leave an identified target
+    for (int run = 0; run < 12; ++run) {
+        LxCCalibData data = ViewOf(picture);
+        CCheckerboardProbe target;
+        target.Thres().m_iIdOfFirstMarkedSquare = 1;
+        target.Thres().m_iNrOfCols = 4;
+        target.Thres().m_iNrOfRows = 3;
+        target.LocateCalibMarks(data, true);
+        for (int step = 0; step < 40; ++step) {
+            Operate(target, data, random);
+            ExpectLinksWithinTarget(target);
+            ASSERT_FALSE(HasFatalFailure()) << "run " << run << " step " << step;
+            identified += target.GetNrOfGoodMarks() > 40 ? 1 : 0;
+        }
+    }
+    EXPECT_GT(identified, 5);
 }
 
 TEST(LxCCBCalibBodyEdges, EdgeImagesAreMadeStageByStage)
