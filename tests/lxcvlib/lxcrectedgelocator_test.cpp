@@ -334,9 +334,12 @@ TEST(LxCRectEdgeLocator, TellsThatMemoryHasRunOut)
     {
         const AllocationLimit limit(1000, 5); // buffers of edges
         const ECalibError result = TraceAll(locator, eHor, image, ids);
-        if (locator.GetHorEdges().size() < 38U) {
-            EXPECT_EQ(result, eCalibNoMemory);
-        }
+#if !defined(__SANITIZE_THREAD__)
+        EXPECT_EQ(result, eCalibNoMemory);
+        EXPECT_LT(locator.GetHorEdges().size(), 38U);
+#else
+        EXPECT_EQ(result, eCalibOk);
+#endif
     }
     locator.RemoveRectEdges();
     EXPECT_EQ(TraceAll(locator, eHor, image, ids), eCalibOk);
