@@ -179,14 +179,16 @@ TEST(LxCCBCalibBodyBlackAreas, EachSquareMakesAnAreaWithAMargin)
 
 TEST(LxCCBCalibBodyBlackAreas, BoundsAreComputedInSinglePrecisionAndTruncatedTowardsZero)
 {
-    // 0.0759 * 1000 - 75 = 0.9, truncated to 0; -0.0759 * 1000 - 75 = -150.9 to -150. In single precision 16.075 is
-    // just below itself, 16.0749989, but its product with 1000 rounds to 16075, which leaves 16000 and not 15999.
+    // 0.0759 * 1000 - 75 = 0.9, truncated to 0; -0.0759 * 1000 - 75 = -150.9 to -150. 1.005 is just below itself in
+    // single as in double precision, but only in single precision its product with 1000 rounds to 1005, which leaves
+    // 930 and not 929. So it does as an upper bound: 1080.
     CBoardProbe board;
-    board.WorldCoords() = {{0.0759, 16.075, 0.0}, {1.0, 17.0, 0.0}, {0.5, 17.0, 0.0}, {1.0, 17.0, 0.0}};
+    board.WorldCoords() = {{0.0759, 1.005, 0.0}, {1.005, 17.0, 0.0}, {0.5, 17.0, 0.0}, {0.5, 17.0, 0.0}};
     board.FillVectorBlackAreaOnTarget();
     EXPECT_EQ(board.GetBlackAreas()[0].GetLeftCol(), 0);
-    EXPECT_EQ(board.GetBlackAreas()[0].GetTopRow(), 16000);
-    board.WorldCoords()[0] = LxC3DCoordsCCT(-0.0759, 16.075, 0.0);
+    EXPECT_EQ(board.GetBlackAreas()[0].GetWidth(), 1080);
+    EXPECT_EQ(board.GetBlackAreas()[0].GetTopRow(), 930);
+    board.WorldCoords()[0] = LxC3DCoordsCCT(-0.0759, 1.005, 0.0);
     board.FillVectorBlackAreaOnTarget();
     EXPECT_EQ(board.GetBlackAreas()[0].GetLeftCol(), -150);
 }
