@@ -177,6 +177,15 @@ void CFigure::TryColumn(LxCCBRect& top, LxCCBRect& bottom, double width, double 
     }
 }
 
+/// Builds the squares anew. @param enclosing receives those that enclose a bright one @return how many
+int FindMarkedSquares(LxCCBCalibBody& body, std::vector<LxCCBRect*>& enclosing)
+{
+    body.RemoveRects();
+    body.DetectAllRects();
+    std::vector<LxCCBRect*> embedded;
+    return body.DetectEmbeddedRects(embedded, enclosing);
+}
+
 ECalibError ReportMissingSquares(int found)
 {
     s_Logger.Error(
@@ -200,11 +209,8 @@ ECalibError LxCCBCalibBody::IdentifyCalibMarks()
         s_Logger.Error(L"LxCCBCalibBody::IdentifyCalibMarks: m_pThres is no instance of LxCCBCalibThres\n");
         return eCalibWrongThresholds;
     }
-    RemoveRects();
-    DetectAllRects();
-    std::vector<LxCCBRect*> embedded;
     std::vector<LxCCBRect*> enclosing;
-    const int found = DetectEmbeddedRects(embedded, enclosing);
+    const int found = FindMarkedSquares(*this, enclosing);
     if (found == c_iMarkedSquares - 1 && thres->m_bAssumeStandardOrientation) {
         s_Logger.Info(
             L"Info: LxCCBCalibBody::IdentifyCalibMarks: Found only 3 embedded squares, assume standard "
@@ -242,11 +248,8 @@ ECalibError LxCCBCalibBody::IdentifyCalibMarksWDefaultOrient3EmbSqs()
                        L"LxCCBCalibThres\n");
         return eCalibWrongThresholds;
     }
-    RemoveRects();
-    DetectAllRects();
-    std::vector<LxCCBRect*> embedded;
     std::vector<LxCCBRect*> enclosing;
-    const int found = DetectEmbeddedRects(embedded, enclosing);
+    const int found = FindMarkedSquares(*this, enclosing);
     if (found != c_iMarkedSquares - 1) {
         return ReportMissingSquares(found);
     }
