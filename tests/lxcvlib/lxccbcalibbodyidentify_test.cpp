@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <map>
 #include <random>
+#include <set>
 
 namespace LxCV {
 namespace {
@@ -37,6 +39,40 @@ BoardPose Turned(int quarterTurns)
     pose.quarterTurns = quarterTurns;
     return pose;
 }
+
+/// How far, in pitches, the middle one of the marked squares is from the first one, the last one and the one beside.
+struct FigureShape
+{
+    double toFirst;
+    double toLast;
+    double toBeside;
+};
+
+/// The four marked squares alone.
+class CSeenFigure : public CSeenBoard
+{
+public:
+    CSeenFigure(const BoardPose& pose, const FigureShape& figure) : CSeenBoard(pose, BoardShape(), AllIds())
+    {
+        const Point middle = BoardShape().CentreOf(BoardShape().MarkedIds()[1]);
+        for (const Point& place :
+             {middle - Point(figure.toFirst, 0.0), middle, middle + Point(figure.toLast, 0.0),
+              middle + Point(0.0, figure.toBeside)}) {
+            body.AddCorners(QuadOf(SeeSquare(pose, place, 0.5)));
+            body.AddCorners(QuadOf(SeeSquare(pose, place, 0.25)), true);
+        }
+    }
+
+private:
+    static std::set<int> AllIds()
+    {
+        std::set<int> ids;
+        for (int id = 1; id <= BoardShape().columns * BoardShape().rows; ++id) {
+            ids.insert(id);
+        }
+        return ids;
+    }
+};
 
 class LxCCBCalibBodyIdentify : public testing::TestWithParam<int>
 {};
@@ -137,22 +173,37 @@ TEST_P(LxCCBCalibBodyIdentify, AMirroredBoardIsRefused)
 
 TEST_P(LxCCBCalibBodyIdentify, TheTwoPartsOfTheFigureMayDifferInScaleByHalf)
 {
-    // The first marked square is moved along its row, so that two columns measure 3.2 or 2.8 units, against one of 1.
-    for (const double columns : {2.9, 3.1}) {
-        const BoardPose pose = Turned(GetParam());
-        const BoardShape shape;
-        std::set<int> missing;
-        for (int id = 1; id <= 56; ++id) {
-            const auto marked = shape.MarkedIds();
-            if (std::find(marked.begin() + 1, marked.end(), id) == marked.end()) {
-                missing.insert(id);
-            }
-        }
-        CSeenBoard board(pose, shape, missing);
-        const Point moved = shape.CentreOf(29) - Point(columns, 0.0);
-        board.body.AddCorners(QuadOf(SeeSquare(pose, moved, shape.side)));
-        board.body.AddCorners(QuadOf(SeeSquare(pose, moved, shape.embedded)), true);
-        EXPECT_EQ(board.body.IdentifyCalibMarks(), columns < 3.0 ? eCalibOk : eCalibMirrorTube) << columns;
+    // The two columns between the first marked square and the middle one measure 2.9, 3 or 3.1 units, against one of 1.
+    // Where it is 3, with corners that are exact, half of it is exactly 1.5 times the other part.
+    for (const double columns : {2.9, 3.0, 3.1}) {
+        CSeenFigure board(Turned(GetParam()), {columns, 1.0, 1.0});
+        board.body.SetCalibOrientation(eCO_NoTurn);
+        EXPECT_EQ(board.body.IdentifyCalibMarks(), columns <= 3.0 ? eCalibOk : eCalibMirrorTube) << columns;
+        EXPECT_EQ(board.body.GetCalibOrientation(), columns <= 3.0 ? GetParam() : -1) << columns;
+    }
+}
+
+TEST_P(LxCCBCalibBodyIdentify, SearchesReachOverFiveSixthsOfTheRow)
+{
+    // Of 6 units 5; the scales differ too much in either case, which is only noticed where the middle one is found.
+    for (const double columns : {4.9, 5.1}) {
+        CSeenFigure board(Turned(GetParam()), {columns, 6.0 - columns, 1.0});
+        EXPECT_EQ(board.body.IdentifyCalibMarks(), columns < 5.0 ? eCalibMirrorTube : eCalibWrongOrientation);
+    }
+}
+
+TEST_P(LxCCBCalibBodyIdentify, UnitsOfTheFigureAreThoseOfItsParts)
+{
+    // 2.4 columns of 60 pixels for two, 1 for one, 1.25 rows for one: 72, 60 and 75 pixels.
+    CSeenFigure board(Turned(GetParam()), {2.4, 1.0, 1.25});
+    board.body.Thres().m_iMaxIterationsPropIDs = 0;
+    ASSERT_EQ(board.body.IdentifyCalibMarks(), eCalibOk);
+    const bool isUpright = GetParam() % 2 == 0;
+    for (const auto& [id, alongRow] : std::map<int, double>{{27, 72.0}, {29, 66.0}, {30, 60.0}, {37, 66.0}}) {
+        const LxCCBRect* const rect = LxCCBCalibBody::FindRect(board.body.GetRects(), id);
+        ASSERT_NE(rect, nullptr) << id;
+        EXPECT_NEAR(isUpright ? rect->GetHorDistUnit() : rect->GetVerDistUnit(), alongRow, 1e-9) << id;
+        EXPECT_NEAR(isUpright ? rect->GetVerDistUnit() : rect->GetHorDistUnit(), 75.0, 1e-9) << id;
     }
 }
 
@@ -163,8 +214,10 @@ TEST_P(LxCCBCalibBodyIdentify, ASquareThatIsNotBesideTheMiddleGivesNoOrientation
     const BoardShape shape;
     CSeenBoard board(pose, shape, {}, {37});
     board.body.AddCorners(QuadOf(SeeSquare(pose, shape.CentreOf(38), shape.embedded)), true);
+    board.body.SetCalibOrientation(eCO_HalfTurn);
     const Logging::CCapture capture;
     EXPECT_EQ(board.body.IdentifyCalibMarks(), eCalibWrongOrientation);
+    EXPECT_EQ(board.body.GetCalibOrientation(), eCO_HalfTurn);
     ExpectLogged(capture, Logging::ELevel::eError,
                  L"Error: LxCCBCalibBody::IdentifyCalibMarks: could not establish the orientation of the "
                  L"calibration body.\n");
@@ -268,6 +321,32 @@ TEST(LxCCBCalibBodyIdentification, ThreeMarkedSquaresWithWideColumnsAreRefused)
                   stretch < 1.5 ? eCalibOk : eCalibNoFourSquares);
         EXPECT_TRUE(capture.GetRecords().empty());
     }
+}
+
+TEST(LxCCBCalibBodyIdentification, ThreeMarkedSquaresHaveThePitchesBetweenThem)
+{
+    BoardPose pose;
+    pose.stretch = 1.2;
+    CSeenBoard board(pose, BoardShape(), {}, {27});
+    board.body.Thres().m_iMaxIterationsPropIDs = 0;
+    ASSERT_EQ(board.body.IdentifyCalibMarksWDefaultOrient3EmbSqs(), eCalibOk);
+    EXPECT_EQ(board.CountIds().right, 3);
+    for (const int id : {29, 30, 37}) {
+        const LxCCBRect* const rect = LxCCBCalibBody::FindRect(board.body.GetRects(), id);
+        ASSERT_NE(rect, nullptr) << id;
+        EXPECT_NEAR(rect->GetHorDistUnit(), 72.0, 1e-9) << id;
+        EXPECT_NEAR(rect->GetVerDistUnit(), 60.0, 1e-9) << id;
+    }
+}
+
+TEST(LxCCBCalibBodyIdentification, ThreeMarkedSquaresInALevelRowAreRefused)
+{
+    CBoardProbe body;
+    for (int i = 0; i < 3; ++i) {
+        body.AddCorners(AxisParallel(50.0 + 60.0 * i, 50.0, 30.0, 30.0));
+        body.AddCorners(AxisParallel(60.0 + 60.0 * i, 60.0, 10.0, 10.0), true);
+    }
+    EXPECT_EQ(body.IdentifyCalibMarksWDefaultOrient3EmbSqs(), eCalibNoFourSquares);
 }
 
 TEST(LxCCBCalibBodyIdentification, AssumingTheOrientationNeedsThreeSquares)

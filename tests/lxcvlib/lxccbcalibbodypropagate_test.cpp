@@ -93,6 +93,22 @@ TEST(LxCCBCalibBodyPropagate, AnIdSpreadsInOnePassToSquaresFurtherOnInTheList)
     EXPECT_EQ(grid.GetRects()[6]->GetId(), 22);
 }
 
+TEST(LxCCBCalibBodyPropagate, ABoardAgainstTheOrderOfItsListIsKnownAfterPassesEnough)
+{
+    // From its first square, the last one of the list, the last one is 22 steps away.
+    constexpr int columns = 12;
+    CGrid grid(kIntMax);
+    for (int id = columns * columns; id > 1; --id) {
+        grid.AddRect(At((id - 1) % columns, static_cast<double>((id - 1) / columns)));
+    }
+    grid.Seed(At(0, 0), 1);
+    EXPECT_EQ(grid.PropagateRectIds(columns, columns), eCalibOk);
+    int id = columns * columns;
+    for (const LxCCBRect* const rect : grid.GetRects()) {
+        EXPECT_EQ(rect->GetId(), id--);
+    }
+}
+
 TEST(LxCCBCalibBodyPropagate, AMissingSquareIsBridgedInTheSecondHalfOfThePasses)
 {
     for (const bool fishEye : {false, true}) {
