@@ -77,7 +77,8 @@ public:
     /// @return 0, also with squares that ids did not reach; 45 without `LxCCBCalibThres`; 14 unless four squares
     ///         enclose one (three where `m_bAssumeStandardOrientation` is set); 13 if they do not form the figure; 43 if
     ///         its two parts differ in scale by more than 1.5, as in a mirror, with the orientation unknown; 15 if the
-    ///         squares could not be sorted. All but 43 are logged
+    ///         squares could not be sorted. All are logged but 43 and a 14 for the pitches of three squares. With any
+    ///         but 43 the orientation stays
     ECalibError IdentifyCalibMarks() override;
 
     /// A record of each mark that is used for calibration and has world coordinates, see `GetWorldCoords`, behind those
@@ -142,7 +143,7 @@ public:
 
     /// As `IdentifyCalibMarks` where just three squares enclose one: the left one is taken to be missing, and the
     /// orientation to be `eCO_NoTurn`.
-    /// @return 14 too if the columns' pitch is more than 1.5 times that of the rows
+    /// @return 14 too, which is not logged, if the columns' pitch is more than 1.5 times that of the rows
     virtual ECalibError IdentifyCalibMarksWDefaultOrient3EmbSqs();
 
     /// Frees all squares; no mark points to one afterwards.
@@ -174,7 +175,8 @@ public:
     /// that a missing square is bridged (1.1 and 1.2, and relaxed, with `m_bFishEyeLens`). After each pass
     /// `DoubleCheckIds` undoes what does not fit, and `UpdateDistUnits` takes all units from the neighbours.
     ///
-    /// Passes that only repeat earlier ones are not run, so that any number of passes ends. @return 0
+    /// Passes that only repeat earlier ones are not run, and of either half at most 1000 and 8 for each square, so that
+    /// any number of passes ends. @return 0
     virtual ECalibError PropagateRectIds(int columns, int rows);
 
     /// Fills the gradient and edge images of the camera step from `eCamImageSmoothed`. Where the thresholds say so,

@@ -23,8 +23,10 @@ constexpr double c_dReachFishEye = 1.1;
 constexpr double c_dLateReachFishEye = 1.2;
 constexpr double c_dDeviationFishEye = 15.0;
 
-// Passes after which a phase ends even if it does not repeat itself. Each square gets and loses its id once before
-// all that still changes are squares that were undone, in cycles of a few passes.
+// Passes after which a phase ends even if it does not repeat itself. A valid square gets an id once and, if it loses it,
+// is invalid from then on, so that there are at most two passes a square in which this happens. What still changes are
+// squares that were undone, most often in cycles of two passes; only cycles of different lengths side by side can last
+// longer than this.
 constexpr std::size_t c_MinPassLimit = 1000;
 constexpr std::size_t c_PassLimitPerSquare = 8;
 
