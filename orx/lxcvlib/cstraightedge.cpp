@@ -3,6 +3,7 @@
 
 #include "c2dstraightline.h"
 #include "cctimage.h"
+#include "floattointeger.h"
 #include "lxccalibedge.h"
 #include "lxccalibid.h"
 #include "matrixroutines.h"
@@ -176,6 +177,27 @@ struct CStraightEdge::SSamples
         values.reserve(static_cast<std::size_t>(capacity));
     }
 
+    /// All entries of a whole edge that are no gaps, in the order of their positions.
+    void AddAll(std::span<const LxCDataBufferEntry> entries, int leftCount, int first)
+    {
+        positions.resize(entries.size());
+        values.resize(entries.size());
+        std::size_t count = 0;
+        const auto add = [&](const LxCDataBufferEntry& entry, int position) {
+            positions[count] = position;
+            values[count] = ValueOf(entry);
+            count += entry.IsContorGap() ? 0 : 1;
+        };
+        for (int i = leftCount; i-- > 0;) {
+            add(entries[static_cast<std::size_t>(i)], first + leftCount - 1 - i);
+        }
+        for (int i = leftCount; i < static_cast<int>(entries.size()); ++i) {
+            add(entries[static_cast<std::size_t>(i)], first + i);
+        }
+        positions.resize(count);
+        values.resize(count);
+    }
+
     void Add(double position, double value)
     {
         positions.push_back(position);
@@ -319,6 +341,25 @@ struct CStraightEdge::SCanvas
     }
 };
 
+int CStraightEdge::CountEntries() const
+{
+    return static_cast<int>(std::count_if(m_pOwnBuffer->begin(), m_pOwnBuffer->begin() + GetLen(),
+                                          [](const auto& entry) { return !entry.IsContorGap(); }));
+}
+
+void CStraightEdge::ReplaceByPolynomial(std::span<const double> coefficients)
+{
+    const int length = GetLen();
+    const int first = First();
+    LxCDataBufferEntry* const entries = m_pOwnBuffer->data();
+    for (int i = 0; i < length; ++i) {
+        const double fixed = PolynomialAt(coefficients, static_cast<double>(first) + i) *
+                             static_cast<double>(LxCSubpixel::m_scfSubpixFactor);
+        entries[i < m_iLeftCount ? m_iLeftCount - i - 1 : i] =
+            LxCDataBufferEntry(TruncateTo<std::uint32_t>(fixed));
+    }
+}
+
 bool CStraightEdge::CheckForPrevEntries(const CCTImage& idImage, int dx, int dy, int& id) const
 {
     if (!IsWordImage(idImage)) {
@@ -398,6 +439,10 @@ CStraightEdge::SSamples CStraightEdge::Gather(int samples, int skip, bool fromSt
     const int count = std::min(GetSampleCount(samples, skip), length);
     const int first = First();
     SSamples gathered(count);
+    if (fromStart && skip <= 0 && count == length) {
+        gathered.AddAll({m_pOwnBuffer->data(), static_cast<std::size_t>(length)}, m_iLeftCount, first);
+        return gathered;
+    }
     for (int i = std::max(skip, 0); i < length && gathered.GetCount() < count; ++i) {
         const int index = fromStart ? i : length - 1 - i;
         if (!EntryAt(index).IsContorGap()) {

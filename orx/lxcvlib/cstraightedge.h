@@ -62,6 +62,14 @@ public:
     void TraceHor(const CCTImage& edgeImage, int x, int y, int method); ///< one entry a column
     void TraceVer(const CCTImage& edgeImage, int x, int y, int method); ///< one entry a row
 
+    /// Entries that are no gaps.
+    int CountEntries() const;
+
+    /// Replaces all entries, gaps included, by the polynomial's values at their positions, rounded down to 1/64 pixel;
+    /// by 0 where it lies before the image.
+    /// @param coefficients ascending, pixels
+    void ReplaceByPolynomial(std::span<const double> coefficients);
+
     /// Looks for the first entry whose pixel, moved by `dx` and `dy`, is not 0 in an id image.
     /// @param idImage `eIDT_INT32`, `LxCCalibId` words
     /// @param id receives the id of that pixel

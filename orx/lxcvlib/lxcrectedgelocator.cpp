@@ -151,22 +151,42 @@ private:
             if (oldId < 1 || static_cast<std::size_t>(oldId) > m_Edges.size()) {
                 return;
             }
-            const LxCCBRectEdge& old = *m_Edges[static_cast<std::size_t>(oldId) - 1];
-            if (!IsStraighter(edge, old)) {
+            const auto oldIndex = static_cast<std::size_t>(oldId) - 1;
+            if (!IsStraighter(m_Edges.size() - 1, oldIndex)) {
                 return;
             }
-            old.DrawEx(m_IdImage, word, m_iDrawWidth, true, 0, 0);
+            m_Edges[oldIndex]->DrawEx(m_IdImage, word, m_iDrawWidth, true, 0, 0);
         }
         edge.DrawEx(m_IdImage, word, m_iDrawWidth, true, 0, 0);
     }
 
-    static bool IsStraighter(const LxCCBRectEdge& edge, const LxCCBRectEdge& old)
+    /// How well a line fits an edge.
+    struct SFit
     {
-        C2DStraightLine line;
-        double residual = 0.0;
-        double oldResidual = 0.0;
-        return edge.FitToStrLine(&line, edge.GetLen(), 0, true, residual, true) &&
-               old.FitToStrLine(&line, old.GetLen(), 0, true, oldResidual, true) && oldResidual > residual;
+        bool isKnown = false;
+        bool hasLine = false;
+        double residual = 0.0; ///< pixels
+    };
+
+    /// Fitted once: many edges may touch one that was drawn.
+    const SFit& FitOf(std::size_t index)
+    {
+        m_vFits.resize(m_Edges.size());
+        SFit& fit = m_vFits[index];
+        if (!fit.isKnown) {
+            C2DStraightLine line;
+            const LxCCBRectEdge& edge = *m_Edges[index];
+            fit.hasLine = edge.FitToStrLine(&line, edge.GetLen(), 0, true, fit.residual, true);
+            fit.isKnown = true;
+        }
+        return fit;
+    }
+
+    bool IsStraighter(std::size_t index, std::size_t oldIndex)
+    {
+        const SFit fit = FitOf(index);
+        const SFit& old = FitOf(oldIndex);
+        return fit.hasLine && old.hasLine && old.residual > fit.residual;
     }
 
     LxCRectEdgeLocator::Edges& m_Edges;
@@ -179,6 +199,7 @@ private:
     int m_iMethod = 0;
     int m_iMinLen = 0;
     int m_iMaxLen = 0;
+    std::vector<SFit> m_vFits;               ///< of the edges, as far as they are needed
     std::unique_ptr<LxCCBRectEdge> m_pSpare; ///< traces all seeds until an edge is kept
 };
 

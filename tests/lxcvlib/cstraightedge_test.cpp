@@ -2,6 +2,7 @@
 #include "cstraightedge.h"
 
 #include "allocationcount.h"
+#include "matrixroutines.h"
 #include "straightedgetestsupport.h"
 
 #include <gtest/gtest.h>
@@ -19,6 +20,7 @@ namespace {
 
 using TestSupport::EdgeWord;
 using TestSupport::PixelAt;
+using TestSupport::PutEdge;
 using TestSupport::WordImage;
 
 constexpr auto eHor = CStraightEdge::eHorizontal;
@@ -379,6 +381,46 @@ TEST(CStraightEdge, KeepsItsEntriesWhenItHandsOverItsRoom)
     EXPECT_EQ(WordsOf(next), before);
     edge.HandRoomTo(edge);
     EXPECT_EQ(WordsOf(edge), before);
+}
+
+TEST(CStraightEdge, FitsAndReplacesItsEntriesWhereverItsSeedWas)
+{
+    CCTImage image = WordImage(100, 100);
+    PutEdge(image, eHor, 5, 90, [](double x) { return 30.0 + 0.1 * x + 0.001 * x * x; });
+    for (int x = 20; x < 23; ++x) {
+        for (int y = 0; y < 100; ++y) {
+            image.SetInt32PixelFast(x, y, 0);
+        }
+    }
+    for (const int seed : {5, 40, 90}) {
+        CStraightEdge edge(eHor);
+        edge.Trace(image, seed, static_cast<int>(30.0 + 0.1 * seed + 0.001 * seed * seed), 4);
+        ASSERT_EQ(edge.GetLen(), 86);
+        EXPECT_EQ(edge.CountEntries(), 83);
+        std::vector<double> positions;
+        std::vector<double> values;
+        for (int i = 0; i < edge.GetLen(); ++i) {
+            if (!edge.GetElement(i).IsContorGap()) {
+                positions.push_back(5.0 + i);
+                values.push_back(edge.GetElementWSubpixelAcc(i));
+            }
+        }
+        std::array<double, 3> expected{};
+        ASSERT_TRUE(FitPolynomial(positions.data(), values.data(), 83, 2, expected.data()));
+        std::array<double, 3> fitted{};
+        ASSERT_TRUE(edge.FitToPoly(fitted, edge.GetLen(), 0, true));
+        EXPECT_EQ(fitted, expected);
+        edge.ReplaceByPolynomial(std::array{40.0, -0.501});
+        EXPECT_EQ(edge.CountEntries(), 86);
+        for (int i = 0; i < edge.GetLen(); ++i) {
+            const double value = std::max(0.0, 40.0 - 0.501 * (5 + i)); // before the image from column 80 on
+            ASSERT_EQ(edge.GetElement(i).GetWord(), static_cast<std::uint32_t>(value * 64.0)) << i;
+        }
+    }
+    CStraightEdge empty(eHor);
+    EXPECT_EQ(empty.CountEntries(), 0);
+    empty.ReplaceByPolynomial(std::array{1.0});
+    EXPECT_EQ(empty.GetLen(), 0);
 }
 
 TEST(CStraightEdge, CopiesAreIndependent)
