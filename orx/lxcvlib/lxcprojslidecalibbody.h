@@ -76,8 +76,8 @@ public:
     virtual ECalibError LocateCalibMarks2(LxCCCLAlgoData& algo, LxCCalibData& data, bool debug);
 
     /// Gives each corner its square by stripe and row, sets the orientation, and improves the positions by
-    /// `FilterOutByMedian` and `ImprovePositionEstimate`. A corner on a stripe without marks becomes invalid and
-    /// belongs to no square.
+    /// `FilterOutByMedian` and `ImprovePositionEstimate`. A corner on a stripe without marks, or in a row before the
+    /// first one, becomes invalid and belongs to no square.
     /// @param image     words of stripe edges as above, pixels of four bytes
     /// @param data      takes no part
     /// @param framework tells the row by triangulation; null takes it from the column of the image
@@ -99,8 +99,8 @@ public:
 
     /// Pairs the vertical edges that are the sides of one mark: each with the one that has the lowest score below 30,
     /// the first on a tie. What is not paired with each other has no partner, and its pixels leave the id image.
-    /// @param idImage ids of the vertical edges; an image of another type stays
     /// Without usable thresholds there is one line in the log, no partners, and the id image stays.
+    /// @param idImage ids of the vertical edges; an image of another type stays
     virtual void EnforceVerEdgeConsistency(CCTImage& idImage);
 
     /// Moves each corner that is used for calibration to where its stripe edge crosses the curve through all vertical
@@ -168,8 +168,11 @@ protected:
 private:
     ECalibError FindCorners(LxCCCLAlgoData& algo, LxCCalibData& data, const LxCCProjSlideCalibThres& thres,
                             bool debug, CCurveFamily& stripeEdges);
+    ECalibError TraceEdges(LxCCalibData& data, int minStripeLen);
     void FitStripeEdges(LxCCalibData& data, bool debug, CCurveFamily& stripeEdges);
     void FindCornersOnEdges(LxCCalibData& data, const LxCCProjSlideCalibThres& thres, bool debug);
+    bool TryCorner(int x, int y, LxCCBRectEdge& hor, LxCCBRectEdge& ver, const CCTImage& image,
+                   const LxCCProjSlideCalibThres& thres);
     void IdentifyCorners(const CCTImage& image, const LxCCProjSlideCalibThres& thres,
                          const LxCPinholeFramework* framework);
     void AddToRect(LxCRectCornerCalibMark& mark, int rectId);

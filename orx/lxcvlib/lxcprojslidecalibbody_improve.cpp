@@ -24,6 +24,7 @@ namespace {
 const Logging::CLogger s_Logger(L"ORX.Lumorad.LxCProjSlideCalibBody");
 
 constexpr std::size_t c_uiMinCurves = 4;
+constexpr std::size_t c_uiMinEdges = 2;
 constexpr std::size_t c_uiMinEdgesOfParabola = 3;
 constexpr int c_iDegree = 2;
 constexpr double c_dMiddleRow = 249.0; // pixels; where the column of a row of marks is told
@@ -35,6 +36,7 @@ using KnownEdges = std::unordered_set<const LxCCBRectEdge*>;
 /// The marks of one row and side, and their vertical edges.
 struct SGroup
 {
+    SSlideMarkPlace place;
     std::vector<LxCRectCornerCalibMark*> marks;
     std::vector<const LxCCBRectEdge*> edges; ///< each once
 
@@ -46,9 +48,12 @@ struct SGroup
         marks.push_back(&mark);
     }
 
-    /// x as a function of y through all edges.
+    /// x as a function of y through all edges; false for a single one.
     bool Fit(std::array<double, 3>& curve) const
     {
+        if (edges.size() < c_uiMinEdges) {
+            return false;
+        }
         std::vector<double> positions;
         std::vector<double> values;
         for (const LxCCBRectEdge* edge : edges) {
@@ -70,15 +75,40 @@ struct SGroup
 SGroup GroupOf(const LxCRectCornerCalibMark& seed, const std::vector<LxCRectCornerCalibMark*>& corners,
                const LxCCProjSlideCalibThres& thres, KnownEdges& known)
 {
-    const SSlideMarkPlace place(seed.GetId(), thres.m_iNrOfCols);
-    SGroup group;
+    SGroup group{SSlideMarkPlace(seed.GetId(), thres.m_iNrOfCols), {}, {}};
     for (LxCRectCornerCalibMark* mark : corners) {
         if (mark->GetVerEdge() != nullptr && SSlideMarkPlace::IsKnown(*mark, thres) &&
-            SSlideMarkPlace(mark->GetId(), thres.m_iNrOfCols) == place) {
+            SSlideMarkPlace(mark->GetId(), thres.m_iNrOfCols) == group.place) {
             group.Add(*mark, known);
         }
     }
     return group;
+}
+
+/// The groups of all marks that are used for calibration. No mark is in two of them.
+std::vector<SGroup> FindGroups(const std::vector<LxCRectCornerCalibMark*>& corners,
+                               const LxCCProjSlideCalibThres& thres)
+{
+    std::vector<SGroup> groups;
+    KnownEdges known;
+    for (const LxCRectCornerCalibMark* seed : corners) {
+        if (seed->UseForCalib() && seed->GetVerEdge() != nullptr && !known.contains(seed->GetVerEdge()) &&
+            SSlideMarkPlace::IsKnown(*seed, thres)) {
+            groups.push_back(GroupOf(*seed, corners, thres, known));
+        }
+    }
+    return groups;
+}
+
+/// Notes the column of a left side in the middle of the image, where its row of marks is a visible one.
+void NoteExpectedRow(const SSlideMarkPlace& place, const std::array<double, 3>& curve,
+                     const LxCCProjSlideCalibThres& thres, std::vector<int>& expected)
+{
+    const std::int64_t visibleRow = place.row - HiddenSlideRows(thres);
+    if (place.isLeft && visibleRow >= 0 && visibleRow < static_cast<std::int64_t>(expected.size())) {
+        const double column = (curve[2] * c_dMiddleRow + curve[1]) * c_dMiddleRow + curve[0];
+        expected[static_cast<std::size_t>(visibleRow)] = TruncateTo<int>(column);
+    }
 }
 
 } // namespace
@@ -109,30 +139,18 @@ ECalibError LxCProjSlideCalibBody::ImprovePositionEstimate(CCTImage* image)
         s_Logger.Error(L"invalid projector calib thres");
         return eCalibWrongThresholds;
     }
-    const std::vector<LxCRectCornerCalibMark*> corners = GetCorners();
     std::vector<int> expected(thres->m_viMarkerMaskRow.size(), c_iUnknownRow);
     CCurveFamily curves;
-    KnownEdges known;
-    for (const LxCRectCornerCalibMark* seed : corners) {
-        if (!seed->UseForCalib() || seed->GetVerEdge() == nullptr || known.contains(seed->GetVerEdge()) ||
-            !SSlideMarkPlace::IsKnown(*seed, *thres)) {
-            continue;
-        }
-        const SSlideMarkPlace place(seed->GetId(), thres->m_iNrOfCols);
-        const SGroup group = GroupOf(*seed, corners, *thres, known);
+    for (const SGroup& group : FindGroups(GetCorners(), *thres)) {
         Parabola curve{};
-        if (group.edges.size() < 2 || !group.Fit(curve)) {
+        if (!group.Fit(curve)) {
             for (LxCRectCornerCalibMark* mark : group.marks) {
                 mark->MakeInvalid();
             }
             continue;
         }
         curves.Add(curve);
-        const std::int64_t visibleRow = place.row - HiddenSlideRows(*thres);
-        if (place.isLeft && visibleRow >= 0 && visibleRow < static_cast<std::int64_t>(expected.size())) {
-            const double column = (curve[2] * c_dMiddleRow + curve[1]) * c_dMiddleRow + curve[0];
-            expected[static_cast<std::size_t>(visibleRow)] = TruncateTo<int>(column);
-        }
+        NoteExpectedRow(group.place, curve, *thres, expected);
         if (image != nullptr && LxCLxCVLibSettings::IsDrawMarkerPosForDebugging()) {
             image->DrawPolynomial(curve, false, 0, image->GetHeight() - 1, LxCColorValueARGB8::eMagenta);
         }

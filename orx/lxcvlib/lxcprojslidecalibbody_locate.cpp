@@ -23,6 +23,7 @@
 #include <memory>
 #include <new>
 #include <span>
+#include <utility>
 
 namespace LxCV {
 
@@ -171,26 +172,6 @@ bool IsDark(const CCTImage& image, int x, int y)
     return std::max({pixel.get(0), pixel.get(1), pixel.get(2)}) <= c_fMaxDarkness;
 }
 
-int CountEntries(const LxCCBRectEdge& edge)
-{
-    int count = 0;
-    for (int i = 0; i < edge.GetLen(); ++i) {
-        count += edge.GetElement(i).IsContorGap() ? 0 : 1;
-    }
-    return count;
-}
-
-/// Replaces all entries of an edge by a parabola, gaps included; where it lies before the image, by 0.
-void ReplaceByParabola(LxCCBRectEdge& edge, const std::array<double, 3>& parabola)
-{
-    for (int i = 0; i < edge.GetLen(); ++i) {
-        const double position = static_cast<double>(edge.First()) + i;
-        const double value = (parabola[2] * position + parabola[1]) * position + parabola[0];
-        const double fixed = value * static_cast<double>(LxCSubpixel::m_scfSubpixFactor);
-        edge.SetElement(i, LxCDataBufferEntry(TruncateTo<std::uint32_t>(fixed)));
-    }
-}
-
 } // namespace
 
 ECalibError LxCProjSlideCalibBody::LocateCalibMarks2(LxCCCLAlgoData& algo, LxCCalibData& data, bool debug)
@@ -247,26 +228,32 @@ ECalibError LxCProjSlideCalibBody::FindCorners(LxCCCLAlgoData& algo, LxCCalibDat
     }
     Reset();
     CreateEdgeImgs(algo, data, c_iFractionBits, false);
-    CCTImage& verEdges = data.GetImage(LxCCalibData::eProjVerEdges);
-    if (data.IsProjMaskInUse()) {
-        verEdges.ApplyMask(&data.GetImage(LxCCalibData::eProjMask), true);
-    }
-    constexpr int c_iAnyLength = std::numeric_limits<int>::max();
-    CCTImage& verIds = data.GetImage(LxCCalibData::eProjVerIds);
-    ECalibError error = TraceRectEdgesVer(verEdges, verIds, c_iVerDrawing, c_iVerMethod, 0, c_iAnyLength);
-    if (error != eCalibOk) {
-        return error;
-    }
-    EnforceVerEdgeConsistency(verIds);
-    CCTImage& horIds = data.GetImage(LxCCalibData::eProjHorIds);
-    error = TraceRectEdgesHor(data.GetImage(LxCCalibData::eProjHorEdges), horIds, c_iHorDrawing,
-                              CStraightEdge::sc_iBridgeGaps, smoothed.GetWidth() / 2, c_iAnyLength);
-    if (error != eCalibOk) {
+    if (const ECalibError error = TraceEdges(data, smoothed.GetWidth() / 2); error != eCalibOk) {
         return error;
     }
     FitStripeEdges(data, debug, stripeEdges);
     FindCornersOnEdges(data, thres, debug);
     return eCalibOk;
+}
+
+/// Traces the sides of marks, of which pairs remain, and the stripe edges.
+ECalibError LxCProjSlideCalibBody::TraceEdges(LxCCalibData& data, int minStripeLen)
+{
+    constexpr int c_iAnyLength = std::numeric_limits<int>::max();
+    CCTImage& verEdges = data.GetImage(LxCCalibData::eProjVerEdges);
+    if (data.IsProjMaskInUse()) {
+        verEdges.ApplyMask(&data.GetImage(LxCCalibData::eProjMask), true);
+    }
+    CCTImage& verIds = data.GetImage(LxCCalibData::eProjVerIds);
+    const ECalibError error =
+        TraceRectEdgesVer(verEdges, verIds, c_iVerDrawing, c_iVerMethod, 0, c_iAnyLength);
+    if (error != eCalibOk) {
+        return error;
+    }
+    EnforceVerEdgeConsistency(verIds);
+    return TraceRectEdgesHor(data.GetImage(LxCCalibData::eProjHorEdges),
+                             data.GetImage(LxCCalibData::eProjHorIds), c_iHorDrawing,
+                             CStraightEdge::sc_iBridgeGaps, minStripeLen, c_iAnyLength);
 }
 
 /// Replaces the stripe edges by parabolas, in their entries and in the id image.
@@ -278,7 +265,7 @@ void LxCProjSlideCalibBody::FitStripeEdges(LxCCalibData& data, bool debug, CCurv
     for (const auto& edge : GetHorEdges()) {
         ++id;
         Parabola parabola{};
-        if (CountEntries(*edge) < c_iMinStripeEntries ||
+        if (edge->CountEntries() < c_iMinStripeEntries ||
             !edge->FitToPoly(parabola, edge->GetLen(), 0, true)) {
             continue;
         }
@@ -287,7 +274,7 @@ void LxCProjSlideCalibBody::FitStripeEdges(LxCCalibData& data, bool debug, CCurv
             data.GetImage(LxCCalibData::eProjDebugImage)
                 .DrawPolynomial(parabola, true, edge->First(), edge->Last(), LxCColorValueARGB8::eYellow);
         }
-        ReplaceByParabola(*edge, parabola);
+        edge->ReplaceByPolynomial(parabola);
         edge->Draw(ids, LxCCalibId().Encode(id), c_iHorDrawing, true);
     }
 }
@@ -298,33 +285,10 @@ void LxCProjSlideCalibBody::FindCornersOnEdges(LxCCalibData& data, const LxCCPro
 {
     const CCTImage& verIds = data.GetImage(LxCCalibData::eProjVerIds);
     const CCTImage& horIds = data.GetImage(LxCCalibData::eProjHorIds);
-    const CCTImage& image = data.GetImage(LxCCalibData::eProjImageSmoothed);
     if (!AreWordImages(verIds, horIds)) {
         return;
     }
-    const bool isDarkMark = thres.m_eMarkerTyp == LxCCProjSlideCalibThres::eMT_BlackInWhite;
-    const auto tryPixel = [&](int x, int y) {
-        LxCCBRectEdge* const hor = EdgeOf(GetHorEdges(), horIds.GetInt32PixelFast(x, y));
-        LxCCBRectEdge* const ver = EdgeOf(GetVerEdges(), verIds.GetInt32PixelFast(x, y));
-        if (hor == nullptr || ver == nullptr) {
-            return;
-        }
-        const bool isLeft = ver->GetTypeIsLocalMax() == isDarkMark;
-        const bool isUpper = !hor->GetTypeIsLocalMax();
-        int insideX = 0;
-        int insideY = 0;
-        if (ver->GetCorner(isUpper) != nullptr || !FindInside(*ver, isLeft, insideX, insideY) ||
-            (isDarkMark && !IsDark(image, insideX, insideY))) {
-            return;
-        }
-        auto mark = std::make_unique<LxCRectCornerCalibMark>(x, y, hor, ver, isLeft, isUpper);
-        m_vMarks.push_back(mark.get());
-        ver->SetCorner(isUpper, mark.release());
-        if (debug) {
-            data.GetImage(LxCCalibData::eProjDebugImage)
-                .DrawTick(x, y, c_iCornerTick, LxCColorValueARGB8::eGreen);
-        }
-    };
+    const CCTImage& image = data.GetImage(LxCCalibData::eProjImageSmoothed);
     const int end = verIds.GetWidth() - c_iMarginX;
     for (int y = c_iMarginY; y < verIds.GetHeight() - c_iMarginY; ++y) {
         const std::span<const std::int32_t> ver = WordRow(verIds, y);
@@ -334,9 +298,34 @@ void LxCProjSlideCalibBody::FindCornersOnEdges(LxCCalibData& data, const LxCCPro
                 ver, hor, LxCCalibId::m_sciContourPixelExt, static_cast<std::size_t>(x)));
         };
         for (int x = next(c_iMarginX); x < end; x = next(x + 1)) {
-            tryPixel(x, y);
+            LxCCBRectEdge* const horEdge = EdgeOf(GetHorEdges(), hor[static_cast<std::size_t>(x)]);
+            LxCCBRectEdge* const verEdge = EdgeOf(GetVerEdges(), ver[static_cast<std::size_t>(x)]);
+            if (horEdge != nullptr && verEdge != nullptr &&
+                TryCorner(x, y, *horEdge, *verEdge, image, thres) && debug) {
+                data.GetImage(LxCCalibData::eProjDebugImage)
+                    .DrawTick(x, y, c_iCornerTick, LxCColorValueARGB8::eGreen);
+            }
         }
     }
+}
+
+/// Adds a corner where two edges meet, unless the vertical one has it already, or no mark lies beside that.
+bool LxCProjSlideCalibBody::TryCorner(int x, int y, LxCCBRectEdge& hor, LxCCBRectEdge& ver,
+                                      const CCTImage& image, const LxCCProjSlideCalibThres& thres)
+{
+    const bool isDarkMark = thres.m_eMarkerTyp == LxCCProjSlideCalibThres::eMT_BlackInWhite;
+    const bool isLeft = ver.GetTypeIsLocalMax() == isDarkMark;
+    const bool isUpper = !hor.GetTypeIsLocalMax();
+    int insideX = 0;
+    int insideY = 0;
+    if (ver.GetCorner(isUpper) != nullptr || !FindInside(ver, isLeft, insideX, insideY) ||
+        (isDarkMark && !IsDark(image, insideX, insideY))) {
+        return false;
+    }
+    auto mark = std::make_unique<LxCRectCornerCalibMark>(x, y, &hor, &ver, isLeft, isUpper);
+    m_vMarks.push_back(mark.get());
+    ver.SetCorner(isUpper, mark.release());
+    return true;
 }
 
 int LxCProjSlideCalibBody::CompareVerEdges(const LxCCBRectEdge& a, const LxCCBRectEdge& b) const

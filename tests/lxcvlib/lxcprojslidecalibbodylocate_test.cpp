@@ -186,6 +186,45 @@ TEST(LocateCalibMarks2, MarksInTheMarginAreNotUsed)
     }
 }
 
+TEST(LocateCalibMarks2, LooksForCornersTenColumnsInside)
+{
+    // Sides lie 5 pixels from the middle of a mark, and at row 82 another 1.67 to the right.
+    const auto countAt = [](double left, double right) {
+        CSlideScene scene = SmallScene();
+        scene.centers = {right - 5.0 - 1.67, left + 5.0 - 1.67};
+        SSlide slide(scene);
+        slide.Locate();
+        return slide.target.m_vMarks.size();
+    };
+    EXPECT_EQ(countAt(10.5, 647.5), c_uiAll);
+    EXPECT_EQ(countAt(9.5, 647.5), c_uiAll - 2);
+    EXPECT_EQ(countAt(10.5, 648.5), c_uiAll - 2);
+}
+
+TEST(LocateCalibMarks2, LooksForCornersFiveRowsInside)
+{
+    CSlideScene scene;
+    scene.marked = {47, 115};
+    scene.centers = {450.0, 350.0, 250.0};
+    SSlide slide(scene);
+    for (const int edge : {47, 115, 116}) {
+        scene.DrawStripeEdge(slide.Words(), edge);
+    }
+    slide.Locate();
+    // Edge 47 lies in row 4 at the third column of marks, edge 116 in row 489 at the first one.
+    EXPECT_EQ(slide.target.m_vMarks.size(), 20U);
+    int atTop = 0;
+    int atBottom = 0;
+    for (const LxCCalibMark* mark : slide.target.m_vMarks) {
+        EXPECT_GE(mark->GetYImg(), 5.0);
+        EXPECT_LE(mark->GetYImg(), 488.0);
+        atTop += mark->GetYImg() == 5.0 ? 1 : 0;
+        atBottom += mark->GetYImg() == 488.0 ? 1 : 0;
+    }
+    EXPECT_GE(atTop, 2);
+    EXPECT_GE(atBottom, 2);
+}
+
 TEST(LocateCalibMarks2, NeedsAStripeEdge)
 {
     SSlide slide(SmallScene());
