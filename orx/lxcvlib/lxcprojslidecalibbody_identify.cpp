@@ -78,10 +78,10 @@ bool IsLower(const LxCRectCornerCalibMark& mark)
 }
 
 /// Rows from 0, by equal parts of the image that the visible rows of marks lie in.
-int RowByColumn(int width, double x, const LxCCProjSlideCalibThres& thres)
+std::int64_t RowByColumn(int width, double x, const LxCCProjSlideCalibThres& thres)
 {
     const int part = std::max(1, width / std::max(1, thres.m_iFixedNrVisibleRows));
-    return TruncateTo<int>(width - x) / part + HiddenSlideRows(thres);
+    return std::int64_t{TruncateTo<int>(width - x)} / part + HiddenSlideRows(thres);
 }
 
 void SetCorner(LxCCBRect& rect, LxCRectCornerCalibMark& mark)
@@ -104,20 +104,23 @@ void SetCorner(LxCCBRect& rect, LxCRectCornerCalibMark& mark)
     }
 }
 
-/// Makes marks invalid that lie far from the median of all. Reorders them.
+/// Ascending columns; marks in no column at all are the last ones.
+bool IsBefore(const LxCRectCornerCalibMark* a, const LxCRectCornerCalibMark* b)
+{
+    return a->GetXImg() < b->GetXImg() || (std::isnan(b->GetXImg()) && !std::isnan(a->GetXImg()));
+}
+
+/// Makes marks invalid that do not lie near the median of all. Reorders them.
 void DropOutliers(std::vector<LxCRectCornerCalibMark*>& marks)
 {
     if (marks.size() < c_uiMinForMedian) {
         return;
     }
     const auto middle = marks.begin() + static_cast<std::ptrdiff_t>(marks.size() / 2);
-    std::nth_element(marks.begin(), middle, marks.end(),
-                     [](const LxCRectCornerCalibMark* a, const LxCRectCornerCalibMark* b) {
-                         return a->GetXImg() < b->GetXImg();
-                     });
+    std::nth_element(marks.begin(), middle, marks.end(), IsBefore);
     const double median = (*middle)->GetXImg();
     for (LxCRectCornerCalibMark* mark : marks) {
-        if (std::abs(mark->GetXImg() - median) >= c_dMaxFromMedian) {
+        if (!(std::abs(mark->GetXImg() - median) < c_dMaxFromMedian)) {
             mark->MakeInvalid();
         }
     }
@@ -169,9 +172,16 @@ void LxCProjSlideCalibBody::IdentifyCorners(const CCTImage& image, const LxCCPro
             mark->MakeInvalid();
             continue;
         }
-        const int row = framework == nullptr ? RowByColumn(image.GetWidth(), mark->GetXImg(), thres)
-                                             : DetPatternRow(&image, *mark, *framework) - 1;
-        AddToRect(*mark, SaturateToInt(std::int64_t{row} * thres.m_iNrOfCols + column));
+        const std::int64_t row = framework == nullptr
+                                     ? RowByColumn(image.GetWidth(), mark->GetXImg(), thres)
+                                     : std::int64_t{DetPatternRow(&image, *mark, *framework)} - 1;
+        const std::int64_t rectId = row * thres.m_iNrOfCols + column;
+        if (rectId < 1) {
+            // Beside the slide, or where its row could not be told.
+            mark->MakeInvalid();
+            continue;
+        }
+        AddToRect(*mark, SaturateToInt(rectId));
     }
 }
 

@@ -329,6 +329,12 @@ TEST(LxCProjSlideCalibBody, SurvivesHostileThresholds)
         slide.target.Thres().m_iMinLocExtAmount = value;
         slide.target.Thres().m_iMinTotalExtAmount = value;
         slide.Locate();
+        slide.target.Thres().m_iImgMargin = value;
+        slide.target.Thres().m_iImgMarginBottom = value;
+        slide.target.Thres().m_iKernelSizeX = value;
+        slide.target.Thres().m_iKernelSizeY = value;
+        slide.Locate();
+        EXPECT_TRUE(slide.target.m_vMarks.empty()); // no image without smoothing
     }
 }
 

@@ -13,6 +13,7 @@
 #include <cmath>
 #include <deque>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -265,6 +266,35 @@ TEST(IdentifySlide, RowsAreEqualPartsOfTheImageFromTheRight)
     EXPECT_EQ(RectIdAt(99.0, 2, 3), 1 + c_iColumns);
 }
 
+TEST(IdentifySlide, OddNumbersOfVisibleRowsDivideNothingByZero)
+{
+    for (const int rows : {0, -1, std::numeric_limits<int>::min()}) {
+        EXPECT_EQ(RectIdAt(10.0, rows, 3), 1); // as one row
+    }
+    // More rows than pixels: a row a pixel.
+    EXPECT_EQ(RectIdAt(198.0, 1000, 3), 1 + 2 * c_iColumns);
+    EXPECT_EQ(RectIdAt(-1e300, 1000, 3), std::numeric_limits<int>::max());
+}
+
+TEST(IdentifySlide, ACornerBeforeTheFirstRowIsInvalid)
+{
+    // 70 pixels beyond an image of 200, at rows of 66: the truncated row is -1.
+    for (const double x : {270.0, 1e300}) {
+        EXPECT_EQ(RectIdAt(x, 3, 3), 0);
+    }
+    // A framework without a pattern tells no row.
+    SCornerOnEdge corner(1);
+    corner.Put(20, 10);
+    auto mark = std::make_unique<LxCRectCornerCalibMark>(50.0, 100.0, &corner.hor, nullptr, true, true);
+    corner.target.m_vMarks.push_back(mark.release());
+    LxCCalibData data;
+    LxCPinholeFramework uncalibrated;
+    corner.target.IdentifyCalibMarks(&corner.words, data, &uncalibrated);
+    EXPECT_TRUE(corner.target.Corner(0).IsInvalid());
+    EXPECT_FALSE(corner.target.Corner(0).IsPartOfRect());
+    EXPECT_TRUE(corner.target.m_vRects.empty());
+}
+
 TEST(IdentifySlide, ThreeOfFiveRowsAreTheMiddleOnes)
 {
     EXPECT_EQ(RectIdAt(199.0, 3, 5), 1 + c_iColumns);
@@ -359,6 +389,20 @@ TEST(FilterOutByMedian, OfAnEvenNumberTheUpperMiddleIsTheMedian)
     AddMarks(target, 0, LxCRectCornerCalibMark::eUpperLeft, {100.0, 101.0, 109.0, 110.0}); // 109
     target.FilterOutByMedian();
     EXPECT_EQ(AreInvalid(target), (std::vector<bool>{true, true, false, false}));
+}
+
+TEST(FilterOutByMedian, MarksInNoColumnAreInvalid)
+{
+    CSlideTarget target;
+    std::vector<double> columns(60, 100.0); // four rows of 13 and one of 8
+    std::vector<bool> expected(60, false);
+    for (std::size_t i = 1; i < columns.size(); i += 3) {
+        columns[i] = std::nan("");
+        expected[i] = true;
+    }
+    AddMarks(target, 0, LxCRectCornerCalibMark::eUpperLeft, columns);
+    target.FilterOutByMedian();
+    EXPECT_EQ(AreInvalid(target), expected);
 }
 
 TEST(FilterOutByMedian, TwoMarksHaveNoMedian)
