@@ -2,16 +2,16 @@
 #include "scanner/app/boardcommands.h"
 
 #include "lxccbcalibthres.h"
+#include "scanner/app/cornerreport.h"
 #include "scanner/app/imagefiles.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/numberoption.h"
 #include "scanner/calibration/boardexperiment.h"
 #include "scanner/calibration/boardlocator.h"
+#include "scanner/calibration/cornerid.h"
 
 #include <CLI/CLI.hpp>
 
-#include <array>
-#include <cstdint>
 #include <filesystem>
 #include <iomanip>
 #include <map>
@@ -27,8 +27,10 @@ namespace {
 
 using calibration::BoardLocator;
 using calibration::BoardMark;
+using calibration::CornerName;
 using calibration::LocatedBoard;
 using calibration::Refinement;
+using calibration::SquareOf;
 using LxCV::CCTImage;
 
 constexpr const char* c_noRefinement = "none";
@@ -36,18 +38,6 @@ constexpr const char* c_noRefinement = "none";
 const std::map<std::string, Refinement> c_refinements{{c_noRefinement, Refinement::eNone},
                                                       {"edges", Refinement::eWholeEdges},
                                                       {"rows", Refinement::eRowPolynomials}};
-
-const char* CornerName(int id)
-{
-    constexpr std::array names{"upper left", "upper right", "lower left", "lower right"};
-    return names[static_cast<std::size_t>(id - 1) % names.size()];
-}
-
-int SquareOf(int id)
-{
-    constexpr int corners = 4;
-    return (id - 1) / corners + 1;
-}
 
 CCTImage ToPicture(const CCTImage& image)
 {
@@ -58,22 +48,6 @@ CCTImage ToPicture(const CCTImage& image)
         picture.Clear(); // the drawing alone
     }
     return picture;
-}
-
-nlohmann::ordered_json ToJson(const calibration::LocationTimes& times)
-{
-    return {{"prepare", times.prepare},
-            {"locate", times.locate},
-            {"identify", times.identify},
-            {"assess", times.assess},
-            {"refine", times.refine}};
-}
-
-void PrintTimes(const calibration::LocationTimes& times, std::ostream& out)
-{
-    out << std::fixed << std::setprecision(2) << "prepare " << times.prepare << " ms, locate " << times.locate
-        << " ms, identify " << times.identify << " ms, assess " << times.assess << " ms, refine "
-        << times.refine << " ms\n";
 }
 
 struct LocateOptions
@@ -106,7 +80,7 @@ nlohmann::ordered_json ToJson(const LocateOptions& options, const std::string& t
     json["quarter_turns"] = board.orientation;
     json["corners"] = board.corners;
     json["squares"] = board.squares;
-    json["times_ms"] = ToJson(board.times);
+    json["times_ms"] = TimesToJson(board.times);
     json["marks"] = nlohmann::ordered_json::array();
     for (const BoardMark& mark : board.marks) {
         json["marks"].push_back({{"id", mark.id},
@@ -181,20 +155,12 @@ nlohmann::ordered_json ToJson(const AccuracyOptions& options,
     json["blur_px"] = options.experiment.imaging.blur;
     json["noise"] = options.experiment.imaging.noise;
     json["refinement"] = options.refinement;
-    json["not_identified"] = accuracy.failed;
+    AddCounts(accuracy, json);
     json["diagonal"] = result.diagonal;
     json["diagonal_not_identified"] = result.diagonalFailed;
-    json["named"] = accuracy.named;
-    json["wrong"] = accuracy.wrong;
-    json["visible"] = accuracy.visible;
-    json["named_share"] = accuracy.NamedShare();
     json["named_share_not_diagonal"] = result.NamedShareUpright();
-    json["mean_px"] = accuracy.mean;
-    json["p95_px"] = accuracy.p95;
-    json["p99_px"] = accuracy.p99;
-    json["max_px"] = accuracy.largest;
-    json["bias_px"] = {accuracy.bias.x, accuracy.bias.y};
-    json["times_ms"] = ToJson(result.meanTimes);
+    AddErrors(accuracy, json);
+    json["times_ms"] = TimesToJson(result.meanTimes);
     json["seeds_not_identified"] = result.failedSeeds;
     json["seeds_wrong"] = result.wrongSeeds;
     return json;
@@ -204,27 +170,19 @@ void PrintAccuracy(const AccuracyOptions& options, const calibration::BoardExper
                    std::ostream& out)
 {
     const calibration::BoardAccuracy& accuracy = result.accuracy;
-    constexpr int labelWidth = 18;
-    const auto label = [&out](const char* text) -> std::ostream& {
-        return out << "  " << std::left << std::setw(labelWidth) << text << std::right;
-    };
     const auto percent = [](double share) { return 100.0 * share; };
     out << options.experiment.poses << " poses from seed " << options.experiment.seed << ", blur "
         << options.experiment.imaging.blur << " pixels, noise " << options.experiment.imaging.noise
-        << " grey levels, refinement " << options.refinement << "\n"
-        << std::fixed << std::setprecision(4);
-    label("error, mean") << accuracy.mean << " pixels over " << accuracy.named << " corners\n";
-    label("error, 95 percent") << accuracy.p95 << " pixels\n";
-    label("error, 99 percent") << accuracy.p99 << " pixels\n";
-    label("error, largest") << accuracy.largest << " pixels\n";
-    label("bias") << accuracy.bias.x << ", " << accuracy.bias.y << " pixels\n";
-    label("wrong names") << accuracy.wrong << "\n";
+        << " grey levels, refinement " << options.refinement << "\n";
+    PrintErrors(accuracy, out);
     out << std::setprecision(2);
-    label("named") << percent(accuracy.NamedShare()) << " % of " << accuracy.visible << " visible corners, "
-                   << percent(result.NamedShareUpright()) << " % away from the diagonal\n";
-    label("not identified") << accuracy.failed << " images, " << result.diagonalFailed << " of them of the "
-                            << result.diagonal << " with sides near the diagonal\n";
-    label("mean times");
+    Label(out, "named") << percent(accuracy.NamedShare()) << " % of " << accuracy.visible
+                        << " visible corners, " << percent(result.NamedShareUpright())
+                        << " % away from the diagonal\n";
+    Label(out, "not identified") << accuracy.failed << " images, " << result.diagonalFailed
+                                 << " of them of the " << result.diagonal
+                                 << " with sides near the diagonal\n";
+    Label(out, "mean times");
     PrintTimes(result.meanTimes, out);
 }
 
@@ -280,17 +238,8 @@ TargetCommand AddAccuracy(CLI::App& target)
     CLI::App* const parser = target.add_subcommand(
         "accuracy", "Measure on rendered images how exactly corners of a checkerboard are found");
     parser->option_defaults()->take_last();
-    constexpr std::size_t mostPoses = 1000000;
-    constexpr std::uint64_t mostSeed = std::uint64_t{1} << 62;
+    AddPoseOptions(*parser, experiment.poses, experiment.seed);
     constexpr double mostBlur = 10.0, mostNoise = 100.0;
-    parser->add_option("--poses", experiment.poses, "How many images")
-        ->check(IsBetween<std::size_t>(1, mostPoses))
-        ->capture_default_str();
-    parser
-        ->add_option("--seed", experiment.seed,
-                     "Seed of the first pose and its noise; each next pose has the next")
-        ->check(IsBetween<std::uint64_t>(0, mostSeed))
-        ->capture_default_str();
     parser->add_option("--blur", experiment.imaging.blur, "Sigma of the camera's blur, pixels")
         ->check(IsBetween(0.0, mostBlur))
         ->capture_default_str();

@@ -5,18 +5,18 @@
 #include "lxcgdiplusbitmaputilities.h"
 #include "lxcpinholeframework.h"
 #include "scanner/acquisition/rendering.h"
+#include "scanner/app/cornerreport.h"
 #include "scanner/app/imagefiles.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
 #include "scanner/app/numberoption.h"
+#include "scanner/calibration/cornerid.h"
 #include "scanner/calibration/slideexperiment.h"
 #include "scanner/calibration/slidelocator.h"
 
 #include <CLI/CLI.hpp>
 
-#include <array>
 #include <cmath>
-#include <cstdint>
 #include <filesystem>
 #include <iomanip>
 #include <map>
@@ -29,29 +29,18 @@ namespace app {
 
 namespace {
 
+using calibration::CornerName;
 using calibration::LocatedSlide;
 using calibration::MarkedSlide;
 using calibration::RowSource;
 using calibration::SlideMark;
+using calibration::SquareOf;
 using LxCV::CCTImage;
-
-constexpr int c_corners = 4;
 
 const std::map<std::string, MarkedSlide> c_slides{{"a2", MarkedSlide::eDarkMarks},
                                                   {"c", MarkedSlide::eBrightMarks}};
 const std::map<std::string, RowSource> c_rowSources{{"model", RowSource::eModel},
                                                     {"image", RowSource::eImage}};
-
-const char* CornerName(int id)
-{
-    constexpr std::array names{"upper left", "upper right", "lower left", "lower right"};
-    return names[static_cast<std::size_t>(id - 1) % names.size()];
-}
-
-int SquareOf(int id)
-{
-    return (id - 1) / c_corners + 1;
-}
 
 CCTImage LoadColours(const std::filesystem::path& file)
 {
@@ -62,17 +51,6 @@ CCTImage LoadColours(const std::filesystem::path& file)
         throw std::runtime_error("'" + file.string() + "' is no colour image");
     }
     return colours;
-}
-
-nlohmann::ordered_json ToJson(const calibration::SlideTimes& times)
-{
-    return {{"decode", times.decode}, {"locate", times.locate}, {"identify", times.identify}};
-}
-
-void PrintTimes(const calibration::SlideTimes& times, std::ostream& out)
-{
-    out << std::fixed << std::setprecision(2) << "decode " << times.decode << " ms, locate " << times.locate
-        << " ms, identify " << times.identify << " ms\n";
 }
 
 struct LocateOptions
@@ -93,7 +71,7 @@ nlohmann::ordered_json ToJson(const LocateOptions& options, const LocatedSlide& 
     json["pattern"] = options.pattern.string();
     json["slide"] = options.slide;
     json["corners"] = slide.corners;
-    json["times_ms"] = ToJson(slide.times);
+    json["times_ms"] = TimesToJson(slide.times);
     json["marks"] = nlohmann::ordered_json::array();
     for (const SlideMark& mark : slide.marks) {
         json["marks"].push_back({{"id", mark.id},
@@ -136,7 +114,7 @@ void DrawMarks(const LocatedSlide& slide, CCTImage& picture)
             mark.usable ? LxCColorValueARGB8::eRed : LxCColorValueARGB8::eMagenta;
         surface.DrawLine(x - arm, y, x + arm, y, colour);
         surface.DrawLine(x, y - arm, x, y + arm, colour);
-        if (mark.id % c_corners == 2) { // one of them, the upper right one
+        if (mark.id % calibration::c_cornersOfSquare == 2) { // one of them, the upper right one
             surface.DrawTextW(std::to_wstring(SquareOf(mark.id)), x + gap, y - gap / 2, fontSize, colour);
         }
     }
@@ -215,19 +193,11 @@ nlohmann::ordered_json ToJson(const AccuracyOptions& options,
     json["poses"] = options.experiment.poses;
     json["seed"] = options.experiment.seed;
     json["noise"] = options.experiment.noise;
-    json["not_identified"] = accuracy.failed;
-    json["named"] = accuracy.named;
-    json["wrong"] = accuracy.wrong;
-    json["visible"] = accuracy.visible;
-    json["named_share"] = accuracy.NamedShare();
+    AddCounts(accuracy, json);
     json["discarded"] = result.discarded;
     json["found_share"] = result.FoundShare();
-    json["mean_px"] = accuracy.mean;
-    json["p95_px"] = accuracy.p95;
-    json["p99_px"] = accuracy.p99;
-    json["max_px"] = accuracy.largest;
-    json["bias_px"] = {accuracy.bias.x, accuracy.bias.y};
-    json["times_ms"] = ToJson(result.meanTimes);
+    AddErrors(accuracy, json);
+    json["times_ms"] = TimesToJson(result.meanTimes);
     json["seeds_not_identified"] = result.failedSeeds;
     json["seeds_wrong"] = result.wrongSeeds;
     json["seeds_incomplete"] = result.incompleteSeeds;
@@ -238,28 +208,19 @@ void PrintAccuracy(const AccuracyOptions& options, const calibration::SlideExper
                    std::ostream& out)
 {
     const calibration::BoardAccuracy& accuracy = result.accuracy;
-    constexpr int labelWidth = 18;
-    const auto label = [&out](const char* text) -> std::ostream& {
-        return out << "  " << std::left << std::setw(labelWidth) << text << std::right;
-    };
     const auto percent = [](double share) { return 100.0 * share; };
     out << "Slide " << options.slide << ", " << options.experiment.poses << " planes from seed "
         << options.experiment.seed << ", noise " << options.experiment.noise << ", axes "
         << (options.experiment.parallelAxes ? "parallel" : "converging") << ", rows by " << options.rows
-        << "\n"
-        << std::fixed << std::setprecision(4);
-    label("error, mean") << accuracy.mean << " pixels over " << accuracy.named << " corners\n";
-    label("error, 95 percent") << accuracy.p95 << " pixels\n";
-    label("error, 99 percent") << accuracy.p99 << " pixels\n";
-    label("error, largest") << accuracy.largest << " pixels\n";
-    label("bias") << accuracy.bias.x << ", " << accuracy.bias.y << " pixels\n";
-    label("wrong names") << accuracy.wrong << "\n";
+        << "\n";
+    PrintErrors(accuracy, out);
     out << std::setprecision(2);
-    label("found") << percent(result.FoundShare()) << " % of " << accuracy.visible << " visible corners\n";
-    label("used") << percent(accuracy.NamedShare()) << " %; " << result.discarded
-                  << " corners are too far off the others of their row\n";
-    label("not identified") << accuracy.failed << " images\n";
-    label("mean times");
+    Label(out, "found") << percent(result.FoundShare()) << " % of " << accuracy.visible
+                        << " visible corners\n";
+    Label(out, "used") << percent(accuracy.NamedShare()) << " %; " << result.discarded
+                       << " corners are too far off the others of their row\n";
+    Label(out, "not identified") << accuracy.failed << " images\n";
+    Label(out, "mean times");
     PrintTimes(result.meanTimes, out);
 }
 
@@ -317,17 +278,8 @@ TargetCommand AddAccuracy(CLI::App& target)
     CLI::App* const parser = target.add_subcommand(
         "slide-accuracy", "Measure on rendered pairs how exactly marks of the projected slide are found");
     parser->option_defaults()->take_last();
-    constexpr std::size_t mostPoses = 1000000;
-    constexpr std::uint64_t mostSeed = std::uint64_t{1} << 62;
     AddSlideOptions(*parser, *options);
-    parser->add_option("--poses", experiment.poses, "How many planes")
-        ->check(IsBetween<std::size_t>(1, mostPoses))
-        ->capture_default_str();
-    parser
-        ->add_option("--seed", experiment.seed,
-                     "Seed of the first plane and its noise; each next plane has the next")
-        ->check(IsBetween<std::uint64_t>(0, mostSeed))
-        ->capture_default_str();
+    AddPoseOptions(*parser, experiment.poses, experiment.seed);
     parser
         ->add_option("--noise", experiment.noise, "Factor on the sensor's noise; 0 for none, and no rounding")
         ->check(IsBetween(0.0, acquisition::kLargestNoise))

@@ -2,6 +2,7 @@
 
 #include "lxccbcalibthres.h"
 #include "orx/logging/logger.h"
+#include "scanner/calibration/imageview.h"
 #include "scanner/device/virtualdevice.h"
 
 #include <algorithm>
@@ -11,32 +12,6 @@
 #include <utility>
 
 namespace calibration {
-
-namespace {
-
-/// Wraps the image; the view must not outlive it.
-LxCV::CCTImage View(device::ImageF& image)
-{
-    return {image.width, image.height, LxCV::CCTImage::eIDT_FLOAT32_3, false, image.data.data()};
-}
-
-void Add(LocationTimes& sum, const LocationTimes& times)
-{
-    sum.prepare += times.prepare;
-    sum.locate += times.locate;
-    sum.identify += times.identify;
-    sum.assess += times.assess;
-    sum.refine += times.refine;
-}
-
-LocationTimes Divide(const LocationTimes& sum, std::size_t count)
-{
-    const double share = count == 0 ? 0.0 : 1.0 / static_cast<double>(count);
-    return {share * sum.prepare, share * sum.locate, share * sum.identify, share * sum.assess,
-            share * sum.refine};
-}
-
-} // namespace
 
 BoardExperiment DefaultExperiment()
 {
@@ -87,14 +62,14 @@ BoardExperimentResult Run(const BoardExperiment& experiment, BoardLocator& locat
 {
     BoardStatistics statistics;
     BoardExperimentResult result;
-    LocationTimes sum;
+    StageTimes sum;
     for (std::size_t pose = 0; pose < experiment.poses; ++pose) {
         device::RenderedBoard rendered = RenderPose(experiment, pose);
         const LocatedBoard found = [&] {
             const Logging::CCapture quiet; // what was not identified is counted
-            return locator.Locate(View(rendered.image));
+            return locator.Locate(ViewOf(rendered.image));
         }();
-        Add(sum, found.times);
+        sum += found.times;
         const BoardComparison comparison =
             CompareWithTruth(found.marks, rendered.corners, rendered.image.width, rendered.image.height,
                              locator.Thresholds().m_iImgMargin);
@@ -115,7 +90,7 @@ BoardExperimentResult Run(const BoardExperiment& experiment, BoardLocator& locat
         }
     }
     result.accuracy = statistics.Summarise();
-    result.meanTimes = Divide(sum, experiment.poses);
+    result.meanTimes = sum.MeanOver(experiment.poses);
     return result;
 }
 

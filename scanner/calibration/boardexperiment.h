@@ -33,7 +33,7 @@ device::RenderedBoard RenderPose(const BoardExperiment& experiment, std::size_t 
 struct BoardExperimentResult
 {
     BoardAccuracy accuracy;
-    LocationTimes meanTimes;                ///< of an image
+    StageTimes meanTimes;                   ///< of an image
     std::vector<std::uint64_t> failedSeeds; ///< of the images in which the target was not identified
     std::vector<std::uint64_t> wrongSeeds;  ///< of those with a wrong name
 

@@ -10,10 +10,10 @@
 #include "lxcgdiplusbitmaputilities.h"
 #include "lxcrectcornercalibmark.h"
 #include "orx/platform/keyvaluestore.h"
+#include "scanner/calibration/cornerid.h"
 #include "scanner/calibration/turnedimage.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -36,7 +36,6 @@ using LxCV::LxCRectCornerCalibMark;
 
 namespace {
 
-constexpr std::size_t c_cornersOfSquare = 4;
 constexpr std::size_t c_markedSquares = 4;
 constexpr const char* c_thresholdsSection = "::Thres";
 
@@ -84,15 +83,6 @@ std::string ReadDataFile(const std::filesystem::path& file)
         text.erase(end, 1);
     }
     return text;
-}
-
-/// Runs a step and tells how long it took, milliseconds.
-template <typename Step>
-double Time(const Step& step)
-{
-    const auto begin = std::chrono::steady_clock::now();
-    step();
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
 }
 
 /// Grey levels of 16 bits as `eIDT_FLOAT32` from 0 to 255.
@@ -305,22 +295,22 @@ bool BoardLocator::Prepare(const CCTImage& image)
     return true;
 }
 
-ECalibError BoardLocator::Find(LocationTimes& times)
+ECalibError BoardLocator::Find(StageTimes& times)
 {
     ECalibError error = LxCV::eCalibOk;
-    times.locate = Time([&] { error = m_target->LocateCalibMarks(m_images, false); });
+    times.Run("locate", [&] { error = m_target->LocateCalibMarks(m_images, false); });
     if (error != LxCV::eCalibOk) {
         return error;
     }
-    times.identify = Time([&] { error = m_target->IdentifyCalibMarks(); });
+    times.Run("identify", [&] { error = m_target->IdentifyCalibMarks(); });
     if (error != LxCV::eCalibOk) {
         return error;
     }
-    times.assess = Time([&] {
+    times.Run("assess", [&] {
         error = m_target->AssessMarkQual(&m_colours);
         m_target->LeaveOutCutSquares();
     });
-    times.refine = Time([&] { Refine(); });
+    times.Run("refine", [&] { Refine(); });
     return error;
 }
 
@@ -380,8 +370,8 @@ void BoardLocator::FindTurned(LocatedBoard& board)
     m_target.swap(other);
     std::optional<TurnedImage> turned;
     ECalibError error = LxCV::eCalibImageUnsuitable;
-    LocationTimes times;
-    times.prepare = Time([&] {
+    StageTimes& times = board.times;
+    times.Run("prepare", [&] {
         turned.emplace(input);
         if (Prepare(turned->Image())) {
             error = LxCV::eCalibOk;
@@ -390,7 +380,6 @@ void BoardLocator::FindTurned(LocatedBoard& board)
     if (error == LxCV::eCalibOk) {
         error = Find(times);
     }
-    board.times += times;
     if (error != LxCV::eCalibOk) {
         m_target.swap(other);
         return;
@@ -406,7 +395,7 @@ LocatedBoard BoardLocator::Locate(const CCTImage& image)
     LocatedBoard board;
     m_target->Reset();
     bool isPrepared = false;
-    board.times.prepare = Time([&] { isPrepared = Prepare(image); });
+    board.times.Run("prepare", [&] { isPrepared = Prepare(image); });
     board.error = isPrepared ? Find(board.times) : LxCV::eCalibImageUnsuitable;
     Count(board);
     if (board.error == LxCV::eCalibNoFourSquares && board.marked < c_markedSquares &&

@@ -5,6 +5,7 @@
 #include "ecaliberror.h"
 #include "lxccalibdata.h"
 #include "scanner/calibration/boardmark.h"
+#include "scanner/calibration/stagetimes.h"
 #include "scanner/device/checkerboard.h"
 
 #include <cstddef>
@@ -27,28 +28,6 @@ enum class Refinement
     eRowPolynomials, ///< where parabolas through all edges of a row and of a column of the target cross
 };
 
-/// Milliseconds.
-struct LocationTimes
-{
-    double prepare = 0.0; ///< conversion to the pixel types that the steps want
-    double locate = 0.0;
-    double identify = 0.0;
-    double assess = 0.0;
-    double refine = 0.0;
-
-    double Total() const { return prepare + locate + identify + assess + refine; }
-
-    LocationTimes& operator+=(const LocationTimes& other)
-    {
-        prepare += other.prepare;
-        locate += other.locate;
-        identify += other.identify;
-        assess += other.assess;
-        refine += other.refine;
-        return *this;
-    }
-};
-
 /// What one image shows of a target.
 struct LocatedBoard
 {
@@ -61,7 +40,7 @@ struct LocatedBoard
     std::size_t corners = 0; ///< all corners of dark squares that were found, with names or without
     std::size_t squares = 0; ///< dark squares that were found
     std::size_t marked = 0;  ///< of them, those with a bright square inside
-    LocationTimes times;
+    StageTimes times; ///< prepare (pixels of the types that the steps want), locate, identify, assess, refine
 };
 
 /// Locates and identifies the corners of one checkerboard target in images, one after the other; working images are
@@ -116,7 +95,7 @@ private:
 
     std::unique_ptr<Target> LoadText(const std::string& text, const std::string& name) const;
     bool Prepare(const LxCV::CCTImage& image);
-    LxCV::ECalibError Find(LocationTimes& times);
+    LxCV::ECalibError Find(StageTimes& times);
     void FindTurned(LocatedBoard& board);
     void Count(LocatedBoard& board) const;
     void Refine();

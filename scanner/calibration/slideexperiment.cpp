@@ -3,6 +3,7 @@
 #include "lxccctserializer.h"
 #include "lxcpinholeframework.h"
 #include "orx/logging/logger.h"
+#include "scanner/calibration/imageview.h"
 
 #include <cmath>
 #include <sstream>
@@ -12,25 +13,6 @@
 namespace calibration {
 
 namespace {
-
-/// Wraps the image; the view must not outlive it.
-LxCV::CCTImage View(device::ImageF& image)
-{
-    return {image.width, image.height, LxCV::CCTImage::eIDT_FLOAT32_3, false, image.data.data()};
-}
-
-void Add(SlideTimes& sum, const SlideTimes& times)
-{
-    sum.decode += times.decode;
-    sum.locate += times.locate;
-    sum.identify += times.identify;
-}
-
-SlideTimes Divide(const SlideTimes& sum, std::size_t count)
-{
-    const double share = count == 0 ? 0.0 : 1.0 / static_cast<double>(count);
-    return {share * sum.decode, share * sum.locate, share * sum.identify};
-}
 
 /// Counts what one pair tells beside its figures.
 void Count(const SlideComparison& comparison, bool isIdentified, std::uint64_t seed,
@@ -129,21 +111,21 @@ SlideExperimentResult Run(const SlideExperiment& experiment)
     locator.SetRowSource(experiment.rows);
     BoardStatistics statistics;
     SlideExperimentResult result;
-    SlideTimes sum;
+    StageTimes sum;
     for (std::size_t pose = 0; pose < experiment.poses; ++pose) {
         RenderedSlide rendered = RenderPose(experiment, device, pose);
         const LocatedSlide found = [&] {
             const Logging::CCapture quiet; // what was not found is counted
-            return locator.Locate(View(rendered.reference), View(rendered.pattern));
+            return locator.Locate(ViewOf(rendered.reference), ViewOf(rendered.pattern));
         }();
-        Add(sum, found.times);
+        sum += found.times;
         const SlideComparison comparison = CompareWithTruth(found.marks, rendered.corners, range);
         const bool isIdentified = found.error == LxCV::eCalibOk;
         statistics.Add(comparison.corners, isIdentified);
         Count(comparison, isIdentified, experiment.seed + pose, result);
     }
     result.accuracy = statistics.Summarise();
-    result.meanTimes = Divide(sum, experiment.poses);
+    result.meanTimes = sum.MeanOver(experiment.poses);
     return result;
 }
 

@@ -63,7 +63,7 @@ struct SlideExperimentResult
     BoardAccuracy accuracy;
     std::size_t discarded =
         0; ///< of the visible corners, those that were found, with the right name, and discarded
-    SlideTimes meanTimes;
+    StageTimes meanTimes;
     std::vector<std::uint64_t> failedSeeds; ///< of the pairs that were not located and identified
     std::vector<std::uint64_t> wrongSeeds;  ///< of those with a wrong name
     std::vector<std::uint64_t>

@@ -7,7 +7,6 @@
 #include "lxcprojslidecalibbody.h"
 
 #include <algorithm>
-#include <chrono>
 #include <new>
 #include <stdexcept>
 
@@ -23,15 +22,6 @@ namespace {
 /// by the tangent of that angle times the rows' distance over the camera's focal length, both in pixels. Twelve degrees,
 /// 330 and 1280 pixels make 0.055; the rest is the lenses' and the plane's.
 constexpr double c_maxSpreadOfRows = 0.1;
-
-/// Runs a step and tells how long it took, milliseconds.
-template <typename Step>
-double Time(const Step& step)
-{
-    const auto begin = std::chrono::steady_clock::now();
-    step();
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
-}
 
 std::string ToProblem(ECalibError error)
 {
@@ -134,14 +124,14 @@ void SlideLocator::WriteStripeEdges()
     }
 }
 
-ECalibError SlideLocator::Find(SlideTimes& times)
+ECalibError SlideLocator::Find(StageTimes& times)
 {
     ECalibError error = LxCV::eCalibOk;
-    times.locate = Time([&] { error = m_target->LocateCalibMarks2(m_algo, m_images, false); });
+    times.Run("locate", [&] { error = m_target->LocateCalibMarks2(m_algo, m_images, false); });
     if (error != LxCV::eCalibOk) {
         return error;
     }
-    times.identify = Time([&] {
+    times.Run("identify", [&] {
         error = m_target->IdentifyCalibMarks(&m_images.GetImage(LxCCalibData::eProjHorEdges), m_images,
                                              m_rowSource == RowSource::eModel ? &m_model : nullptr);
     });
@@ -185,7 +175,7 @@ LocatedSlide SlideLocator::Locate(const CCTImage& reference, const CCTImage& pat
     RequireType(reference);
     RequireType(pattern);
     LocatedSlide result;
-    result.times.decode = Time([&] {
+    result.times.Run("decode", [&] {
         m_decoder.ComputeSignal(reference, pattern);
         m_decoder.FindEdges();
         m_decoder.ReadCodeWords();

@@ -6,6 +6,7 @@
 #include "lxccalibdata.h"
 #include "lxccalibrationdata.h"
 #include "lxccclalgodata.h"
+#include "scanner/calibration/stagetimes.h"
 #include "scanner/decoder/decoder.h"
 #include "scanner/device/geometry.h"
 
@@ -40,16 +41,6 @@ struct SlideMark
         false; ///< whether it lies too far off the others of its row; then not usable, and not refined
 };
 
-/// Milliseconds.
-struct SlideTimes
-{
-    double decode = 0.0; ///< from the images to stripe edges
-    double locate = 0.0;
-    double identify = 0.0;
-
-    double Total() const { return decode + locate + identify; }
-};
-
 /// What one pair of images shows of the slide.
 struct LocatedSlide
 {
@@ -59,8 +50,8 @@ struct LocatedSlide
     std::vector<SlideMark>
         marks; ///< those with an id, by rising id, discarded ones too; also where the fits of a row are poor
     std::vector<LxCV::LxCCalibrationData>
-        records; ///< what calibration gets: the usable marks; empty after an error
-    SlideTimes times;
+        records;      ///< what calibration gets: the usable marks; empty after an error
+    StageTimes times; ///< decode (from the images to stripe edges), locate, identify
 };
 
 /// Where marks get their row of the slide from.
@@ -95,7 +86,7 @@ private:
 
     void Prepare(const LxCV::CCTImage& pattern);
     void WriteStripeEdges();
-    LxCV::ECalibError Find(SlideTimes& times);
+    LxCV::ECalibError Find(StageTimes& times);
     std::vector<SlideMark> NamedMarks() const;
     std::vector<LxCV::LxCCalibrationData> ExportRecords();
 

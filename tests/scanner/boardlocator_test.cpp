@@ -111,7 +111,7 @@ TEST_F(BoardLocation, NamedCornersAreWithinAFewHundredthsOfAPixel)
     EXPECT_GE(result.accuracy.named, 1000U);
     EXPECT_EQ(result.NamedShareUpright(), 1.0);
     EXPECT_TRUE(result.wrongSeeds.empty());
-    EXPECT_GT(result.meanTimes.locate, 0.0);
+    EXPECT_GT(result.meanTimes.Of("locate"), 0.0);
 }
 
 TEST_F(BoardLocation, EveryQuarterTurnHasItsOrientationAndTheRightNames)

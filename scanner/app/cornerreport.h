@@ -1,0 +1,39 @@
+// What the reports on corners of all targets share.
+#pragma once
+
+#include "scanner/calibration/boardaccuracy.h"
+#include "scanner/calibration/stagetimes.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+
+namespace CLI {
+class App;
+} // namespace CLI
+
+namespace app {
+
+nlohmann::ordered_json TimesToJson(const calibration::StageTimes& times);
+
+/// A line such as "locate 3.52 ms, identify 0.10 ms".
+void PrintTimes(const calibration::StageTimes& times, std::ostream& out);
+
+/// Counts of corners: not_identified, named, wrong, visible, named_share.
+void AddCounts(const calibration::BoardAccuracy& accuracy, nlohmann::ordered_json& json);
+
+/// Errors in pixels: mean_px, p95_px, p99_px, max_px, bias_px.
+void AddErrors(const calibration::BoardAccuracy& accuracy, nlohmann::ordered_json& json);
+
+/// Begins a line of a report.
+std::ostream& Label(std::ostream& out, const char* text);
+
+/// The lines on errors and wrong names.
+void PrintErrors(const calibration::BoardAccuracy& accuracy, std::ostream& out);
+
+/// Options of every measurement on rendered images.
+void AddPoseOptions(CLI::App& parser, std::size_t& poses, std::uint64_t& seed);
+
+} // namespace app
