@@ -78,6 +78,7 @@ nlohmann::ordered_json ToJson(const LocateOptions& options, const std::string& t
     json["image"] = options.image.string();
     json["target"] = target;
     json["quarter_turns"] = board.orientation;
+    json["searched_turned"] = board.isTurned;
     json["corners"] = board.corners;
     json["squares"] = board.squares;
     json["times_ms"] = TimesToJson(board.times);
@@ -99,7 +100,8 @@ nlohmann::ordered_json ToJson(const LocateOptions& options, const std::string& t
 void PrintMarks(const std::string& target, const LocatedBoard& board, std::ostream& out)
 {
     out << board.marks.size() << " corners of the " << (target == "nominal" ? "nominal" : target)
-        << " target, turned by " << board.orientation << " quarters\n"
+        << " target, turned by " << board.orientation << " quarters"
+        << (board.isTurned ? " in the image turned by 45 degrees" : "") << "\n"
         << "   id  square  corner            x        y  quality    X mm    Y mm    Z mm\n"
         << std::fixed;
     for (const BoardMark& mark : board.marks) {

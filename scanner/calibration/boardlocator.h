@@ -35,8 +35,9 @@ struct LocatedBoard
     std::string problem;          ///< what is wrong in words; empty if the target was identified
     std::vector<BoardMark> marks; ///< those with an id, by rising id; empty unless the target was identified
     int orientation = -1;         ///< quarter turns of the target in the image, -1 unless it was identified
-    bool isTurned =
-        false; ///< whether it was identified in the image turned by 45 degrees, from which it turns back
+    /// Whether the target was identified in the image turned by 45 degrees. The marks are turned back; orientation and
+    /// places of corners in their squares are those of the turned image.
+    bool isTurned = false;
     std::size_t corners = 0; ///< all corners of dark squares that were found, with names or without
     std::size_t squares = 0; ///< dark squares that were found
     std::size_t marked = 0;  ///< of them, those with a bright square inside

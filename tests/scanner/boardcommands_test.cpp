@@ -48,6 +48,7 @@ TEST_F(BoardCommands, LocatedCornersAreThoseThatWereRendered)
     const auto located = nlohmann::json::parse(Run({"target", "locate", image, "--json"}));
     EXPECT_EQ(located.at("target"), "nominal");
     EXPECT_EQ(located.at("quarter_turns"), 0);
+    EXPECT_EQ(located.at("searched_turned"), false);
     const auto& marks = located.at("marks");
     ASSERT_GE(marks.size(), 60U);
     for (const auto& mark : marks) {
@@ -64,6 +65,16 @@ TEST_F(BoardCommands, TextTellsACornerALine)
     EXPECT_NE(text.find(" corners of the nominal target, turned by 0 quarters\n"), std::string::npos) << text;
     EXPECT_NE(text.find("27  upper left"), std::string::npos) << text;
     EXPECT_NE(text.find("prepare "), std::string::npos);
+}
+
+TEST_F(BoardCommands, ABoardOnTheDiagonalIsToldToBeFoundInTheTurnedImage)
+{
+    const std::string image = Render("45");
+    const auto located = nlohmann::json::parse(Run({"target", "locate", image, "--json"}));
+    EXPECT_EQ(located.at("searched_turned"), true);
+    EXPECT_GE(located.at("marks").size(), 60U);
+    const std::string text = Run({"target", "locate", image});
+    EXPECT_NE(text.find(" quarters in the image turned by 45 degrees\n"), std::string::npos) << text;
 }
 
 TEST_F(BoardCommands, PicturesHaveTheImagesSize)
