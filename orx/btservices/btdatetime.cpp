@@ -95,15 +95,17 @@ BtDateTime BtDateTime::operator+(const BtTimeInterval& interval) const
     }
     const std::int64_t months =
         (std::int64_t{m_iYear} + interval.GetYears()) * c_iMonthsOfYear + m_iMonth - 1 + interval.GetMonths();
-    // Days of either sign can lead back, but no further than their number.
-    constexpr std::int64_t c_iRoom = 32'000 * c_iMonthsOfYear;
-    const std::int64_t bounded = std::clamp(months, -c_iRoom, c_iRoom);
-    const std::int64_t month = ((bounded % c_iMonthsOfYear) + c_iMonthsOfYear) % c_iMonthsOfYear;
-    const std::int64_t year = (bounded - month) / c_iMonthsOfYear;
-    const std::int32_t day = std::min(m_iDay, DaysOf(year, month + 1));
-    const std::chrono::sys_days start =
-        MonthOf(year, month + 1) / std::chrono::day(static_cast<unsigned>(day));
-    const std::int64_t total = std::int64_t{start.time_since_epoch().count()} + interval.GetDays();
+    // The calendar repeats every 400 years, so that any number of months finds its day without bounds.
+    constexpr std::int64_t c_iMonthsOfCycle = 400 * c_iMonthsOfYear;
+    constexpr std::int64_t c_iDaysOfCycle = 146'097;
+    const std::int64_t inCycle = ((months % c_iMonthsOfCycle) + c_iMonthsOfCycle) % c_iMonthsOfCycle;
+    const std::int64_t cycles = (months - inCycle) / c_iMonthsOfCycle;
+    const std::int64_t year = inCycle / c_iMonthsOfYear;
+    const std::int64_t month = inCycle % c_iMonthsOfYear + 1;
+    const std::int32_t day = std::min(m_iDay, DaysOf(year, month));
+    const std::chrono::sys_days start = MonthOf(year, month) / std::chrono::day(static_cast<unsigned>(day));
+    const std::int64_t total =
+        std::int64_t{start.time_since_epoch().count()} + cycles * c_iDaysOfCycle + interval.GetDays();
     constexpr std::chrono::sys_days c_Begin = std::chrono::year(1) / 1 / 1;
     constexpr std::chrono::sys_days c_End = std::chrono::year(9999) / 12 / 31;
     if (total < c_Begin.time_since_epoch().count()) {

@@ -129,6 +129,12 @@ TEST(BtDateTime, SumsStayInTheCalendar)
     EXPECT_EQ(date + BtTimeInterval(7975), BtDateTime(9999, 5, 5));
     EXPECT_EQ(date + BtTimeInterval(-2024), first);
     EXPECT_EQ(date + BtTimeInterval(-2023), BtDateTime(1, 5, 5));
+    // 2^31 years are some 784 000 million days, of which 2^31 days are a small part.
+    EXPECT_EQ(date + BtTimeInterval(c_iLargest, 0, c_iSmallest), last);
+    EXPECT_EQ(date + BtTimeInterval(c_iSmallest, 0, c_iLargest), first);
+    // 400 years have 146 097 days.
+    EXPECT_EQ(date + BtTimeInterval(400'000, 0, -146'097'000), date);
+    EXPECT_EQ(date + BtTimeInterval(-400'000, 0, 146'097'000), date);
     EXPECT_TRUE((BtDateTime() + BtTimeInterval(2024, 5, 5)).IsNull());
 }
 
