@@ -1,23 +1,10 @@
-// Writes a file beside the old one and puts it in its place.
+// Collects bytes for a file that is replaced whole.
 #include "orx/btservices/ymstreamwritebinaryfile.h"
 
 #include "orx/platform/paths.h"
+#include "orx/platform/replacefile.h"
 
 #include <filesystem>
-#include <fstream>
-#include <system_error>
-
-namespace {
-
-bool WriteFile(const std::filesystem::path& path, std::span<const std::byte> bytes)
-{
-    std::ofstream file(path, std::ios_base::binary | std::ios_base::trunc);
-    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    file.close();
-    return !file.fail();
-}
-
-} // namespace
 
 YmStreamWriteBinaryFile::YmStreamWriteBinaryFile(const BtString& path) : m_sPath(path) {}
 
@@ -37,18 +24,5 @@ bool YmStreamWriteBinaryFile::Close()
     if (!good || path.empty()) {
         return false;
     }
-    std::filesystem::path fresh = path;
-    fresh += ".new";
-    std::error_code failure;
-    // What is left there of an earlier time could be a pipe, which would keep the writer waiting.
-    std::filesystem::remove(fresh, failure);
-    failure.clear();
-    if (WriteFile(fresh, m_vBytes)) {
-        std::filesystem::rename(fresh, path, failure);
-        if (!failure) {
-            return true;
-        }
-    }
-    std::filesystem::remove(fresh, failure);
-    return false;
+    return !platform::ReplaceFile(path, m_vBytes);
 }

@@ -10,6 +10,7 @@
 #include <bit>
 #include <cstdint>
 #include <filesystem>
+#include <iterator>
 #include <limits>
 #include <string>
 #include <sys/stat.h>
@@ -119,13 +120,15 @@ TEST(YmStream, ReplacesAFileAsAWhole)
 {
     const CTemporaryFolder folder;
     TestSupport::WriteFile(folder / "a", "an old file that is longer");
-    ASSERT_EQ(mkfifo((folder / "a.new").c_str(), 0600), 0); // would keep a writer waiting
+    ASSERT_EQ(mkfifo((folder / "a.new").c_str(), 0600), 0); // someone else's; would keep a writer waiting
     YmStreamWriteBinaryFile out(PathIn(folder, "a"));
     std::int32_t value = 0x41424344;
     EXPECT_TRUE(out.Serialize(value));
     EXPECT_TRUE(out.Close());
     EXPECT_EQ(TestSupport::ReadFile(folder / "a"), "DCBA");
-    EXPECT_FALSE(std::filesystem::exists(folder / "a.new"));
+    EXPECT_TRUE(std::filesystem::is_fifo(folder / "a.new"));
+    const std::filesystem::directory_iterator inside(folder.GetPath());
+    EXPECT_EQ(std::distance(begin(inside), end(inside)), 2) << "nothing else is left there";
     EXPECT_FALSE(out.Serialize(value));
     EXPECT_FALSE(out.Close());
     EXPECT_EQ(TestSupport::ReadFile(folder / "a"), "DCBA");
