@@ -1,11 +1,10 @@
 // Location of the corners of a checkerboard target.
 #include "calibedgedrawing.h"
 #include "calibedgeimages.h"
-#include "calibedgekernels.h"
 #include "cctimage.h"
+#include "edgecrossings.h"
 #include "floattointeger.h"
 #include "lxccalibdata.h"
-#include "lxccalibid.h"
 #include "lxccbcalibbody.h"
 #include "lxccbcalibthres.h"
 #include "lxccolorvalueargb8.h"
@@ -16,10 +15,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <new>
-#include <span>
 #include <utility>
 
 namespace LxCV {
@@ -43,18 +40,6 @@ using Corners = std::vector<std::unique_ptr<Corner>>;
 bool IsOfType(const CCTImage& image, CCTImage::EImageDataType type, const CCTImage& sizeOf)
 {
     return image.IsValid() && image.GetDataType() == type && image.DoDimMatchWith(sizeOf);
-}
-
-std::span<const std::int32_t> WordRow(const CCTImage& image, int y)
-{
-    return {&image.GetInt32PixelFast(0, y), static_cast<std::size_t>(image.GetWidth())};
-}
-
-/// The edge that an id pixel names; null if there is none.
-LxCCBRectEdge* EdgeOf(const LxCRectEdgeLocator::Edges& edges, std::int32_t word)
-{
-    const auto id = static_cast<std::size_t>(LxCCalibId(word).GetId());
-    return id >= 1 && id <= edges.size() ? edges[id - 1].get() : nullptr;
 }
 
 /// Whether a mask in use has a pixel that is not 0 there.
@@ -97,24 +82,13 @@ public:
     /// Visits the pixels that lie on a vertical and on a horizontal edge, row by row.
     void Run()
     {
-        const CCTImage& verIds = m_Data.GetImage(LxCCalibData::eCamVerIds);
-        const CCTImage& horIds = m_Data.GetImage(LxCCalibData::eCamHorIds);
-        const auto end = verIds.GetWidth() - c_iCandidateMargin;
-        for (int y = c_iCandidateMargin; y < verIds.GetHeight() - c_iCandidateMargin; ++y) {
-            const std::span<const std::int32_t> ver = WordRow(verIds, y);
-            const std::span<const std::int32_t> hor = WordRow(horIds, y);
-            const auto next = [&](int x) {
-                return static_cast<int>(CalibEdgeKernels::FindCommonBits(
-                    ver, hor, LxCCalibId::m_sciContourPixelExt, static_cast<std::size_t>(x)));
-            };
-            for (int x = next(c_iCandidateMargin); x < end; x = next(x + 1)) {
-                if (!IsMasked(m_Data, x, y)) {
-                    const auto column = static_cast<std::size_t>(x);
-                    Try(EdgeOf(m_Edges.GetHorEdges(), hor[column]),
-                        EdgeOf(m_Edges.GetVerEdges(), ver[column]), x, y);
-                }
-            }
-        }
+        ForEachCrossing(m_Edges, m_Data.GetImage(LxCCalibData::eCamHorIds),
+                        m_Data.GetImage(LxCCalibData::eCamVerIds), c_iCandidateMargin, c_iCandidateMargin,
+                        [this](LxCCBRectEdge* horEdge, LxCCBRectEdge* verEdge, int x, int y) {
+                            if (!IsMasked(m_Data, x, y)) {
+                                Try(horEdge, verEdge, x, y);
+                            }
+                        });
     }
 
     /// The corners of a polarity, handed over. Without a split by polarity all of them are of the first one.

@@ -2,9 +2,9 @@
 #include "c2dstraightline.h"
 #include "calibedgedrawing.h"
 #include "calibedgeimages.h"
-#include "calibedgekernels.h"
 #include "cctimage.h"
 #include "curvefamily.h"
+#include "edgecrossings.h"
 #include "floattointeger.h"
 #include "lxccalibdata.h"
 #include "lxccalibid.h"
@@ -22,7 +22,6 @@
 #include <limits>
 #include <memory>
 #include <new>
-#include <span>
 #include <utility>
 
 namespace LxCV {
@@ -135,17 +134,6 @@ bool AreWordImages(const CCTImage& a, const CCTImage& b)
 {
     return a.IsValid() && a.GetDataType() == CCTImage::eIDT_INT32 && b.DoTypeAndDimMatchWith(a) &&
            b.IsValid();
-}
-
-std::span<const std::int32_t> WordRow(const CCTImage& image, int y)
-{
-    return {&image.GetInt32PixelFast(0, y), static_cast<std::size_t>(image.GetWidth())};
-}
-
-LxCCBRectEdge* EdgeOf(const LxCRectEdgeLocator::Edges& edges, std::int32_t word)
-{
-    const auto id = static_cast<std::size_t>(LxCCalibId(word).GetId());
-    return id >= 1 && id <= edges.size() ? edges[id - 1].get() : nullptr;
 }
 
 /// A place between the sides of a mark, beside the middle of one of its sides.
@@ -289,24 +277,14 @@ void LxCProjSlideCalibBody::FindCornersOnEdges(LxCCalibData& data, const LxCCPro
         return;
     }
     const CCTImage& image = data.GetImage(LxCCalibData::eProjImageSmoothed);
-    const int end = verIds.GetWidth() - c_iMarginX;
-    for (int y = c_iMarginY; y < verIds.GetHeight() - c_iMarginY; ++y) {
-        const std::span<const std::int32_t> ver = WordRow(verIds, y);
-        const std::span<const std::int32_t> hor = WordRow(horIds, y);
-        const auto next = [&](int x) {
-            return static_cast<int>(CalibEdgeKernels::FindCommonBits(
-                ver, hor, LxCCalibId::m_sciContourPixelExt, static_cast<std::size_t>(x)));
-        };
-        for (int x = next(c_iMarginX); x < end; x = next(x + 1)) {
-            LxCCBRectEdge* const horEdge = EdgeOf(GetHorEdges(), hor[static_cast<std::size_t>(x)]);
-            LxCCBRectEdge* const verEdge = EdgeOf(GetVerEdges(), ver[static_cast<std::size_t>(x)]);
-            if (horEdge != nullptr && verEdge != nullptr &&
-                TryCorner(x, y, *horEdge, *verEdge, image, thres) && debug) {
-                data.GetImage(LxCCalibData::eProjDebugImage)
-                    .DrawTick(x, y, c_iCornerTick, LxCColorValueARGB8::eGreen);
-            }
-        }
-    }
+    ForEachCrossing(*this, horIds, verIds, c_iMarginX, c_iMarginY,
+                    [&](LxCCBRectEdge* horEdge, LxCCBRectEdge* verEdge, int x, int y) {
+                        if (horEdge != nullptr && verEdge != nullptr &&
+                            TryCorner(x, y, *horEdge, *verEdge, image, thres) && debug) {
+                            data.GetImage(LxCCalibData::eProjDebugImage)
+                                .DrawTick(x, y, c_iCornerTick, LxCColorValueARGB8::eGreen);
+                        }
+                    });
 }
 
 /// Adds a corner where two edges meet, unless the vertical one has it already, or no mark lies beside that.

@@ -299,6 +299,23 @@ TEST(CalibEdgeImages, ExtremumBeforeThePixelStandsOnePixelEarlier)
     EXPECT_EQ(edges.GetInt32PixelFast(6, 4), 0x40 + 43);
 }
 
+TEST(CalibEdgeImages, StepsToTheZeroedColumnsOfAGradientAreNoEdges)
+{
+    // A slope that fills the image: the gradient is the same everywhere but in the two outermost columns at each side.
+    constexpr int width = 40;
+    constexpr int height = 30;
+    CCTImage gradient = Make(width, height, CCTImage::eIDT_FLOAT32);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 2; x < width - 2; ++x) {
+            gradient.GetFloatPixelFast(x, y) = 100.0F;
+        }
+    }
+    CCTImage edges = Make(width, height, CCTImage::eIDT_INT32);
+    ASSERT_TRUE(NonLocExtSuppHor(gradient, edges, WholeImage(gradient, 40, 80), 1, 6));
+    const std::vector<std::int32_t> words = WordsOf(edges);
+    EXPECT_EQ(std::count(words.begin(), words.end(), 0), width * height);
+}
+
 TEST(CalibEdgeImages, ThresholdsOfAnyValueAreTaken)
 {
     std::mt19937 random(5);
