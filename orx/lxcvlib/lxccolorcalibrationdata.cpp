@@ -19,9 +19,11 @@ constexpr float c_fAverageOfStoredImage = 200.0F; ///< grey level that calibrati
 constexpr LxCColorCalibrationData::Matrix c_Identity = {1.0F, 0.0F, 0.0F, 0.0F, 0.0F, 1.0F,
                                                         0.0F, 0.0F, 0.0F, 0.0F, 1.0F, 0.0F};
 
-bool IsFileName(std::wstring_view camera)
+/// Whether the camera's files lie in the folder. A NUL would end their path early, and make it the same for both.
+bool IsPlace(std::wstring_view folder, std::wstring_view camera)
 {
-    return camera.find_first_of(std::wstring_view(L"/\\\0", 3)) == std::wstring_view::npos;
+    return folder.find(L'\0') == std::wstring_view::npos &&
+           camera.find_first_of(std::wstring_view(L"/\\\0", 3)) == std::wstring_view::npos;
 }
 
 std::wstring DataPath(const std::wstring& folder, const std::wstring& camera)
@@ -48,15 +50,17 @@ void MakeFolderOf(const std::wstring& path)
 std::unique_ptr<CCTImage> ToColourFloat(const CCTImage& image)
 {
     auto floats = std::make_unique<CCTImage>();
-    if (image.GetSizeInPixels() <= 0 || image.ConvertToFloat(floats.get(), true) != CCTImage::eRC_OK) {
+    if (image.GetSizeInPixels() <= 0 ||
+        image.GetSizeInPixels() > LxCColorCalibrationData::sc_iLargestWhiteBalanceImg ||
+        image.ConvertToFloat(floats.get(), true) != CCTImage::eRC_OK) {
         return nullptr;
     }
     if (floats->GetDataType() == CCTImage::eIDT_FLOAT32_3) {
         return floats;
     }
-    auto colour = std::make_unique<CCTImage>(image.GetWidth(), image.GetHeight(), CCTImage::eIDT_FLOAT32_3,
-                                             true, nullptr);
+    auto colour = std::make_unique<CCTImage>();
     const bool converted =
+        colour->Resize(image.GetWidth(), image.GetHeight(), CCTImage::eIDT_FLOAT32_3) == CCTImage::eRC_OK &&
         floats->CreateRGBFromSingleChannel(colour.get(), LxCColorValueFloat::eRed) == CCTImage::eRC_OK;
     return converted ? std::move(colour) : nullptr;
 }
@@ -148,7 +152,7 @@ bool LxCColorCalibrationData::IsReadyToStore() const
 
 bool LxCColorCalibrationData::SerializeToFile(const std::wstring& folder, const std::wstring& camera)
 {
-    if (!IsReadyToStore() || !IsFileName(camera)) {
+    if (!IsReadyToStore() || !IsPlace(folder, camera)) {
         return false;
     }
     const std::wstring path = DataPath(folder, camera);
@@ -165,7 +169,7 @@ bool LxCColorCalibrationData::SerializeToFile(const std::wstring& folder, const 
 
 bool LxCColorCalibrationData::SerializeFromFile(const std::wstring& folder, const std::wstring& camera)
 {
-    if (!IsFileName(camera)) {
+    if (!IsPlace(folder, camera)) {
         return false;
     }
     YmStreamReadBinaryFile stream(DataPath(folder, camera));

@@ -33,8 +33,9 @@ public:
     /// Matrices are three rows of four.
     using Matrix = std::array<float, 12>;
 
-    static constexpr int sc_iVersion = 3;          ///< of the data file
-    static constexpr int sc_iMonthsOfValidity = 2; ///< after which a calibration has expired
+    static constexpr int sc_iVersion = 3;                      ///< of the data file
+    static constexpr int sc_iMonthsOfValidity = 2;             ///< after which a calibration has expired
+    static constexpr int sc_iLargestWhiteBalanceImg = 1 << 26; ///< pixels; more than a camera has
 
     /// The identity with a right column of 0, no image, no date; nothing is set.
     LxCColorCalibrationData();
@@ -65,7 +66,8 @@ public:
     bool IsColorCalibrationShutterTimeSet() const { return m_bShutterTimeSet; }
 
     /// Replaces the image by a copy of the same size in floats, see `CCTImage::ConvertToFloat`; a grey one goes to all
-    /// channels. Null, an image without pixels and one that has no such form leave no image.
+    /// channels. Null, an image without pixels, a larger one than `sc_iLargestWhiteBalanceImg` and one that has no such
+    /// form leave no image.
     void SetWhiteBalanceImg(const CCTImage* image);
 
     /// The image, of type `eIDT_FLOAT32_3`, or null. This object keeps it, until it gets another one.

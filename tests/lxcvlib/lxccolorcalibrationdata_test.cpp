@@ -173,6 +173,15 @@ TEST_F(LxCColorCalibrationDataTest, TheImageIsACopyInFloats)
     EXPECT_EQ(data.GetAverageRGBinROI(), 0.0F);
 }
 
+TEST_F(LxCColorCalibrationDataTest, AnImageOfMorePixelsThanACameraHasIsNone)
+{
+    const CCTImage large(8192, 8193, CCTImage::eIDT_UINT8, true, nullptr); // a row above 2^26 pixels
+    ASSERT_TRUE(large.IsValid());
+    LxCColorCalibrationData data;
+    data.SetWhiteBalanceImg(&large);
+    EXPECT_EQ(data.GetWhiteBalanceImg(), nullptr);
+}
+
 TEST_F(LxCColorCalibrationDataTest, BytesAndGreysBecomeColourFloats)
 {
     const std::uint8_t colour[3] = {10, 20, 30};
@@ -354,6 +363,7 @@ TEST_F(LxCColorCalibrationDataTest, NoCameraNameLeadsOutOfTheFolder)
         LxCColorCalibrationData loaded;
         EXPECT_FALSE(loaded.SerializeFromFile(inner, name));
     }
+    EXPECT_FALSE(data.SerializeToFile(inner + L'\0', L"cam")) << "a NUL in the folder";
     EXPECT_EQ(CountFiles(), 2U) << "the folders that the test made";
 }
 
