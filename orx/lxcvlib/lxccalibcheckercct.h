@@ -87,9 +87,9 @@ protected:
     };
 
     /// The slide column onto which the projector images the point of a pixel at a depth, in stripe widths, truncated.
-    /// Deliberately the column, although stripes follow each other along the rows: the limits in the settings hold for
-    /// the lengths of these pairs, which reach beyond the working range. A column that fits no int gives the nearest
-    /// one; what is no number gives 0.
+    /// Deliberately the column, although stripes follow each other along the rows: so points of pairs can lie far outside
+    /// the working range, even behind the camera. Both sets take the same numbers. A column that fits no int gives the
+    /// nearest one; what is no number gives 0.
     /// @param x, y pixel of the distorted camera image
     /// @param depth mm, z in camera coordinates
     int GetStripeNumberForSensorPointAndDepth(int x, int y, double depth) const;

@@ -18,7 +18,8 @@ constexpr std::size_t c_uiGapsOfFigure = 4;
 
 constexpr std::uint32_t c_uiReachOfRings = 100; ///< pixels from the centre
 constexpr double c_dRingDiameterOfScale = 0.8;
-constexpr double c_dDiameterTolerance = 0.1; ///< relative
+constexpr double c_dDiametersPerTolerance =
+    10.0; ///< diameters differ by less than a tenth of the horizontal one
 
 constexpr std::uint32_t c_uiBrightBehindEdge = 16; ///< pixels
 constexpr double c_dJumpOfEdge = 2.0;              ///< pixels
@@ -226,8 +227,9 @@ bool LxCMTFCalibration::DetermineScaleFactor()
                             FindOuterRing(centre, line, m_uiHeight - 1 - m_uiCircleRow);
     const double horizontal = FindOuterRing(centre, -c_Column, m_uiCircleCol) +
                               FindOuterRing(centre, c_Column, m_uiWidth - 1 - m_uiCircleCol);
+    // A product of half pixels is exact, a quotient is not: 18 / 20 is above 0.9.
     if (!(vertical > 0.0 && horizontal > 0.0 &&
-          std::abs(vertical / horizontal - 1.0) < c_dDiameterTolerance)) {
+          c_dDiametersPerTolerance * std::abs(vertical - horizontal) < horizontal)) {
         return false;
     }
     m_fScaleFactor = static_cast<float>((vertical + horizontal) * 0.5 / c_dRingDiameterOfScale);

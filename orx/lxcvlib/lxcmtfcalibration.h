@@ -32,8 +32,8 @@ public:
     /// @param image `eIDT_ARGB8`, not owned
     /// @param size side of the central square that is searched for the rings, pixels; cut to the image
     /// @param limit bytes below are dark
-    /// @param dark dark runs of this many pixels and more are no cross-section of a ring; runs of one figure are less
-    ///     than this apart
+    /// @param dark dark runs of this many pixels and more are no cross-section of a ring; a row needs four gaps between
+    ///     middles of neighbouring runs that are smaller
     /// @param thin largest width of a thin ring's cross-section, pixels
     LxCMTFCalibration(CCTImage* image, unsigned size, unsigned limit, unsigned dark, unsigned thin);
     LxCMTFCalibration(const LxCMTFCalibration&) = delete;
@@ -57,8 +57,8 @@ public:
     /// The angle is the slope of the edge: with x to the right and y upwards, that of a line in -pi/2 ... pi/2. An edge
     /// along a column exactly has 0, one that is tilted about it nearly pi/2 or -pi/2. The lattice of patches looks the
     /// same after a quarter turn. Deliberately, the lattice is turned by this angle in the image, where y points
-    /// downwards, and so against the tilt: the tilt of a chart is a few degrees at most, for which the squares that are
-    /// read still lie on their patches.
+    /// downwards, and so against the tilt: a patch at the distance R from the rings is missed by 2 R sin(tilt), which is
+    /// more than a patch for tilts above a few degrees. A quarter turn also exchanges the numbers of places along both axes.
     /// @return false, with the angle as it was, if there is no such edge
     bool DetermineOrientation();
 

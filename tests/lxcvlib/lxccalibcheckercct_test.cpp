@@ -301,13 +301,22 @@ TEST(LxCCalibCheckerCCT, ASecondUseForgetsTheFirst)
 
 TEST(LxCCalibCheckerCCT, APairAddedInBetweenTakesNoPart)
 {
-    CFrameworkProbe framework(PlainModel());
-    CCheckerProbe checker(&framework, c_fDepth);
-    checker.ComputeComparativeValuesBeforeCalibration();
-    checker.AddPairDefinition(100, 100, 33.0, 200, 200, 33.0);
-    checker.ComputeComparativeValuesAfterCalibration();
-    EXPECT_EQ(checker.GetValuesAfter().m_vdDistances.size(), 25U);
-    EXPECT_EQ(checker.GetDistanceRatio(), 1.0);
+    // Another lens changes each pair by another ratio, so that one more of them would show.
+    const auto ratio = [](bool isAdded) {
+        CFrameworkProbe framework(PlainModel());
+        CCheckerProbe checker(&framework, c_fDepth);
+        checker.ComputeComparativeValuesBeforeCalibration();
+        if (isAdded) {
+            checker.AddPairDefinition(100, 100, 33.0, 200, 200, 33.0);
+        }
+        framework.GetCamera()->GetIntrinsicParams()->SetPrincipalPoint(300, 260);
+        checker.ComputeComparativeValuesAfterCalibration();
+        EXPECT_EQ(checker.GetValuesAfter().m_vdDistances.size(), isAdded ? 25U : 24U);
+        return checker.GetDistanceRatio();
+    };
+    const double plain = ratio(false);
+    EXPECT_GT(plain, 1.0);
+    EXPECT_EQ(ratio(true), plain);
 }
 
 TEST(LxCCalibCheckerCCT, NoThreePairsDecide)

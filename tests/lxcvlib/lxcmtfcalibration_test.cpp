@@ -303,8 +303,9 @@ TEST(LxCMTFCalibration, DiametersThatDifferByATenthAreRefused)
 
 TEST(LxCMTFCalibration, JustATenthIsRefused)
 {
-    // Rings of one pixel at 20 to the left and right; other distances above and below. 22/20 - 1 is a tenth.
-    for (const auto& [along, fine] : {std::pair{21, true}, {22, false}, {19, true}, {17, false}}) {
+    // Rings of one pixel at 20 to the left and right; other distances above and below. 18 and 22 are a tenth off.
+    for (const auto& [along, fine] :
+         {std::pair{21, true}, {22, false}, {19, true}, {18, false}, {17, false}}) {
         CCanvas canvas(101, 101);
         canvas.Runs(50, {{30, 1}, {38, 1}, {46, 9}, {62, 1}, {70, 1}});
         canvas.Fill(50, 46, 1, 9, 10);
