@@ -24,8 +24,7 @@ bool LxCColorCalibrationAccessSingleton::SetColorCalibData(
 {
     m_sCamera = camera;
     m_pCurrent = data;
-    const std::wstring folder = makeColorCalibrationPath();
-    return data != nullptr && !folder.empty() && data->SerializeToFile(folder, camera);
+    return data != nullptr && data->SerializeToFile(makeColorCalibrationPath(), camera);
 }
 
 bool LxCColorCalibrationAccessSingleton::SetNewCamera(const wchar_t* camera)
@@ -45,18 +44,15 @@ bool LxCColorCalibrationAccessSingleton::IsCurrentExpired() const
 
 std::wstring LxCColorCalibrationAccessSingleton::makeColorCalibrationPath()
 {
-    const std::string shared = platform::GetProgramDataDir();
-    return shared.empty() ? std::wstring()
-                          : platform::WidenUtf8(shared) + L"\\" + colorCalibRelPathExt + L"\\";
+    return platform::WidenUtf8(platform::GetProgramDataDir()) + L"\\" + colorCalibRelPathExt + L"\\";
 }
 
 bool LxCColorCalibrationAccessSingleton::Load(const std::wstring& camera)
 {
     m_sCamera = camera;
     m_pCurrent.reset();
-    const std::wstring folder = makeColorCalibrationPath();
     auto data = std::make_shared<LxCColorCalibrationData>();
-    if (folder.empty() || !data->SerializeFromFile(folder, camera)) {
+    if (!data->SerializeFromFile(makeColorCalibrationPath(), camera)) {
         return false;
     }
     m_pCurrent = std::move(data);

@@ -51,7 +51,7 @@ public:
     bool IsCurrentExpired() const;
 
     /// The folder of the files, as path text with a separator at its end: PROGRAMDATA, see
-    /// `platform::GetProgramDataDir`, and `colorCalibRelPathExt`. Empty where the system has no such folder.
+    /// `platform::GetProgramDataDir`, which also tells what stands in for it, and `colorCalibRelPathExt`.
     static std::wstring makeColorCalibrationPath();
 
 private:

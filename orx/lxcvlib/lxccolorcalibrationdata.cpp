@@ -5,11 +5,19 @@
 #include "orx/btservices/ymstreamreadbinaryfile.h"
 #include "orx/btservices/ymstreamwritebinaryfile.h"
 #include "orx/platform/paths.h"
+#include "orx/platform/replacefile.h"
+#include "pixelelements.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <filesystem>
+#include <fstream>
+#include <span>
 #include <string_view>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace LxCV {
 
@@ -36,14 +44,67 @@ std::wstring ImagePath(const std::wstring& folder, const std::wstring& camera)
     return folder + L"WhiteBalanceImage" + L"_" + camera + L".tif";
 }
 
-/// The folder of a file is there afterwards; where that fails, so does writing the file.
-void MakeFolderOf(const std::wstring& path)
+/// A data file without content while the image beside it is replaced. So data never stand beside the image of another
+/// calibration, whatever fails and whenever the process ends: without content a file is none of `SerializeFromFile`.
+///
+/// Emptying the file also tells, before anything is lost, whether it can be written.
+class CSuspendedFile
 {
-    const std::filesystem::path folder = platform::NativePath(path).parent_path();
-    std::error_code failure;
-    if (!folder.empty()) {
-        std::filesystem::create_directories(folder, failure);
+public:
+    /// Makes the folder where it is absent.
+    explicit CSuspendedFile(const std::wstring& path) : m_Path(platform::NativePath(path))
+    {
+        std::error_code failure;
+        if (m_Path.has_parent_path()) {
+            std::filesystem::create_directories(m_Path.parent_path(), failure);
+        }
+        m_bIsNew = !std::filesystem::exists(m_Path, failure);
+        m_bIsSuspended = (m_bIsNew || Keep()) && !platform::ReplaceFile(m_Path, {});
     }
+
+    /// False leaves the file as it was.
+    bool IsSuspended() const { return m_bIsSuspended; }
+
+    /// Puts the content back, or takes a new file away.
+    void Restore() const
+    {
+        std::error_code failure;
+        if (m_bIsNew) {
+            std::filesystem::remove(m_Path, failure);
+        } else {
+            failure = platform::ReplaceFile(m_Path, m_vContent);
+        }
+    }
+
+private:
+    /// Reads the content. What is too long for a data file of any version is not replaced by one.
+    bool Keep()
+    {
+        constexpr std::uintmax_t c_iLongest = 1U << 20U; // bytes
+        std::error_code failure;
+        const std::uintmax_t size = std::filesystem::is_regular_file(m_Path, failure)
+                                        ? std::filesystem::file_size(m_Path, failure)
+                                        : c_iLongest + 1;
+        if (failure || size > c_iLongest) {
+            return false;
+        }
+        m_vContent.resize(size);
+        std::ifstream file(m_Path, std::ios_base::binary);
+        file.read(reinterpret_cast<char*>(m_vContent.data()), static_cast<std::streamsize>(size));
+        return !file.fail();
+    }
+
+    std::filesystem::path m_Path;
+    bool m_bIsNew = false;
+    bool m_bIsSuspended = false;
+    std::vector<std::byte> m_vContent; ///< of a file that was there
+};
+
+/// @param image `eIDT_FLOAT32_3`
+bool IsFinite(const CCTImage& image)
+{
+    const std::span<const float> levels = ElementsOf<float>(image);
+    return std::all_of(levels.begin(), levels.end(), [](float level) { return std::isfinite(level); });
 }
 
 /// Three floats a pixel; null where the image has no such form.
@@ -152,7 +213,7 @@ bool LxCColorCalibrationData::IsReadyToStore() const
 
 bool LxCColorCalibrationData::SerializeToFile(const std::wstring& folder, const std::wstring& camera)
 {
-    if (!IsReadyToStore() || !IsPlace(folder, camera)) {
+    if (!IsReadyToStore() || !IsFinite(*m_pWhiteBalanceImg) || !IsPlace(folder, camera)) {
         return false;
     }
     const std::wstring path = DataPath(folder, camera);
@@ -163,8 +224,15 @@ bool LxCColorCalibrationData::SerializeToFile(const std::wstring& folder, const 
     if (!stream.Serialize(version) || !fields.Serialize(stream)) {
         return false;
     }
-    MakeFolderOf(path);
-    return stream.Close() && doAdditionalCalculationAfterSerialization(true, ImagePath(folder, camera));
+    const CSuspendedFile old(path);
+    if (!old.IsSuspended()) {
+        return false;
+    }
+    if (!doAdditionalCalculationAfterSerialization(true, ImagePath(folder, camera))) {
+        old.Restore();
+        return false;
+    }
+    return stream.Close();
 }
 
 bool LxCColorCalibrationData::SerializeFromFile(const std::wstring& folder, const std::wstring& camera)
@@ -202,7 +270,7 @@ bool LxCColorCalibrationData::doAdditionalCalculationAfterSerialization(bool sav
             return false;
         }
         std::unique_ptr<CCTImage> floats = ToColourFloat(image);
-        if (floats == nullptr) {
+        if (floats == nullptr || !IsFinite(*floats)) {
             return false;
         }
         m_pWhiteBalanceImg = std::move(floats);

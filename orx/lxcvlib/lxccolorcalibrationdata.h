@@ -26,6 +26,11 @@ class CCTImage;
 ///
 /// A camera's name with a separator or a NUL names no file, so that no name leads out of the folder; any other does.
 ///
+/// Data never stand beside the image of another calibration: while the image is replaced, the data file is empty, which
+/// is none of a record. Numbers that are not finite, of the data as of the image, are neither written nor read.
+///
+/// Nothing is logged here; `CCTImage` logs image files that it cannot read or write.
+///
 /// Owns its image. One thread at a time; reading is for many.
 class ORX_EXPORT LxCColorCalibrationData
 {
@@ -67,7 +72,7 @@ public:
 
     /// Replaces the image by a copy of the same size in floats, see `CCTImage::ConvertToFloat`; a grey one goes to all
     /// channels. Null, an image without pixels, a larger one than `sc_iLargestWhiteBalanceImg` and one that has no such
-    /// form leave no image.
+    /// form leave no image. Pixels that are not finite are kept, but not stored.
     void SetWhiteBalanceImg(const CCTImage* image);
 
     /// The image, of type `eIDT_FLOAT32_3`, or null. This object keeps it, until it gets another one.
@@ -88,19 +93,21 @@ public:
     /// Writes both files, and makes the folder where it is absent.
     /// @param folder path text that ends with a separator, see `platform::NativePath`
     /// @return false, and no file is touched, unless matrix, shutter correction, shutter time and reference depth are
-    ///     set, there is an image and the record has not expired; neither for a camera's name that names no file, nor
-    ///     for values that `SerializeFromFile` would refuse. Else whether the image is written; a data file that cannot
-    ///     be written gives false before that
+    ///     set, there is an image and the record has not expired; neither for a camera's name that names no file, for
+    ///     values that `SerializeFromFile` would refuse, nor where the data file cannot be written. Else whether the
+    ///     image is written, and the data file after it. An image that cannot be written leaves the data file as it was
     bool SerializeToFile(const std::wstring& folder, const std::wstring& camera);
 
     /// Reads both files. Data files of later versions are read as those of version 3; what follows the date does not
     /// count.
     /// @return false, with the record as it was, without a data file or with one of an earlier version, one that ends
-    ///     early, has a number that is not finite or a date that is none, and without a readable image. Else all is set
+    ///     early, has a number that is not finite or a date that is none, and without a readable image whose pixels are
+    ///     finite. Else all is set
     bool SerializeFromFile(const std::wstring& folder, const std::wstring& camera);
 
 protected:
-    /// Writes the image as a colour of bytes, or replaces it by what is in the file. Success sets the average.
+    /// Writes the image as a colour of bytes, or replaces it by what is in the file, if that is finite. Success sets
+    /// the average.
     /// @param path of the image file
     /// @return whether that worked; otherwise image and average stay
     bool doAdditionalCalculationAfterSerialization(bool saving, const std::wstring& path);

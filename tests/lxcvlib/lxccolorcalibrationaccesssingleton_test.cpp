@@ -1,7 +1,9 @@
 #include "lxccolorcalibrationaccesssingleton.h"
 
 #include "lxccolorcalibrationdata.h"
+#include "orx/logging/logger.h"
 #include "orx/platform/paths.h"
+#include "orx/platform/unicode.h"
 #include "tests/lxcvlib/colourcalibrationsupport.h"
 #include "tests/support/environment.h"
 #include "tests/support/temporaryfolder.h"
@@ -56,6 +58,88 @@ TEST_F(LxCColorCalibrationAccessSingletonTest, TheFolderIsThatOfSharedDataWithSe
     EXPECT_EQ(std::wstring(LxCColorCalibrationAccessSingleton::colorCalibRelPathExt), L"Lumorad");
     m_ProgramData.Set("/some/folder");
     EXPECT_EQ(LxCColorCalibrationAccessSingleton::makeColorCalibrationPath(), L"/some/folder\\Lumorad\\");
+}
+
+TEST_F(LxCColorCalibrationAccessSingletonTest, TheFolderOfSharedDataIsTheSystemsWithoutTheVariable)
+{
+    const bool wasThere = std::filesystem::exists(platform::kMachineWideDataDir);
+    const ::TestSupport::CEnvironmentVariable users("XDG_DATA_HOME", m_Folder / "user");
+    m_ProgramData.Set(std::nullopt);
+    const std::string shared = platform::GetProgramDataDir();
+    const std::wstring folder = LxCColorCalibrationAccessSingleton::makeColorCalibrationPath();
+    EXPECT_EQ(folder, platform::WidenUtf8(shared) + L"\\Lumorad\\");
+    EXPECT_TRUE(shared == platform::kMachineWideDataDir || shared == m_Folder / "user/lxcvlib") << shared;
+    if (!wasThere) {
+        std::error_code ignored;
+        std::filesystem::remove(platform::kMachineWideDataDir, ignored); // only an empty folder goes
+    }
+}
+
+TEST_F(LxCColorCalibrationAccessSingletonTest, ACameraWithDataButNoImageGivesNullBothTimes)
+{
+    StoreFiles(L"A1", 30.0F);
+    StoreFiles(L"B2", 31.0F);
+    std::filesystem::remove(ImageFile("B2"));
+    const auto first = m_Access.GetColorCalibData(L"A1");
+    const Logging::CCapture quiet;
+    EXPECT_EQ(m_Access.GetColorCalibData(L"B2"), nullptr);
+    EXPECT_EQ(m_Access.GetColorCalibData(L"B2"), nullptr);
+    EXPECT_FALSE(m_Access.SetNewCamera(L"B2"));
+    EXPECT_EQ(m_Access.GetCurrentColorCalibData(), nullptr);
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first->GetReferenceDepth(), 30.0F);
+    EXPECT_TRUE(first->IsColorCalibrationDataValid());
+}
+
+TEST_F(LxCColorCalibrationAccessSingletonTest, AnExpiredRecordBecomesTheCurrentOneButIsNotStored)
+{
+    auto data = std::make_shared<LxCColorCalibrationData>();
+    Fill(*data);
+    m_Calendar.Set(2024, 6, 1);
+    EXPECT_FALSE(m_Access.SetColorCalibData(L"A1", data));
+    EXPECT_EQ(m_Access.GetColorCalibData(L"A1"), data);
+    EXPECT_TRUE(m_Access.IsCurrentValid());
+    EXPECT_TRUE(m_Access.IsCurrentExpired());
+    EXPECT_FALSE(std::filesystem::exists(m_Folder / "Lumorad"));
+}
+
+TEST_F(LxCColorCalibrationAccessSingletonTest, NullLeavesNoRecordButTheCameraAndItsFiles)
+{
+    StoreFiles(L"A1", 30.0F);
+    const auto first = m_Access.GetColorCalibData(L"A1");
+    ASSERT_NE(first, nullptr);
+    EXPECT_FALSE(m_Access.SetColorCalibData(L"A1", nullptr));
+    EXPECT_EQ(m_Access.GetColorCalibData(L"A1"), nullptr) << "the camera is the current one";
+    EXPECT_EQ(first->GetReferenceDepth(), 30.0F);
+    EXPECT_TRUE(m_Access.SetNewCamera(L"A1")) << "the files are there";
+}
+
+TEST_F(LxCColorCalibrationAccessSingletonTest, NamesThatNameNoFileHaveNoRecord)
+{
+    StoreFiles(L"A1", 30.0F);
+    StoreFiles(L"", 31.0F);
+    std::filesystem::create_directories(m_Folder / "Lumorad/ColorCalibrationData_x");
+    std::filesystem::create_directories(m_Folder / "Lumorad/WhiteBalanceImage_x");
+    for (const std::wstring& name : {std::wstring(L"x/../A1"), std::wstring(L"x\\..\\A1"), std::wstring(L"/"),
+                                     std::wstring(L"A1\0", 3), std::wstring(1, L'\0')}) {
+        EXPECT_EQ(m_Access.GetColorCalibData(name), nullptr) << platform::NarrowUtf8(name);
+    }
+    EXPECT_FALSE(m_Access.SetNewCamera(L"x/../A1"));
+    EXPECT_TRUE(m_Access.SetNewCamera(L"A1"));
+}
+
+TEST_F(LxCColorCalibrationAccessSingletonTest, NothingIsLogged)
+{
+    const Logging::CCapture log;
+    auto data = std::make_shared<LxCColorCalibrationData>();
+    EXPECT_EQ(m_Access.GetColorCalibData(L"none"), nullptr);
+    EXPECT_FALSE(m_Access.SetNewCamera(L"x/y"));
+    EXPECT_FALSE(m_Access.SetColorCalibData(L"A1", nullptr));
+    EXPECT_FALSE(m_Access.SetColorCalibData(L"A1", data));
+    Fill(*data);
+    EXPECT_TRUE(m_Access.SetColorCalibData(L"A1", data));
+    EXPECT_TRUE(m_Access.SetNewCamera(L"A1"));
+    EXPECT_TRUE(log.GetRecords().empty());
 }
 
 TEST_F(LxCColorCalibrationAccessSingletonTest, StoresARecordBelowProgramData)

@@ -1,6 +1,7 @@
 #include "lxccolorcalibrationdata.h"
 
 #include "cctimage.h"
+#include "orx/logging/logger.h"
 #include "orx/platform/unicode.h"
 #include "tests/lxcvlib/colourcalibrationsupport.h"
 #include "tests/lxcvlib/imagetestsupport.h"
@@ -29,6 +30,7 @@ using TestSupport::FolderText;
 using TestSupport::WhiteImage;
 
 constexpr float c_fNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float c_fInfinity = std::numeric_limits<float>::infinity();
 
 static_assert(!std::is_copy_constructible_v<LxCColorCalibrationData>);
 
@@ -331,6 +333,106 @@ TEST_F(LxCColorCalibrationDataTest, NumbersThatAreNotFiniteAreNotSaved)
     EXPECT_EQ(CountFiles(), 0U);
 }
 
+TEST_F(LxCColorCalibrationDataTest, PixelsThatAreNotFiniteAreKeptButNotSaved)
+{
+    for (const float level : {c_fNaN, c_fInfinity, -c_fInfinity}) {
+        LxCColorCalibrationData data;
+        Fill(data);
+        CCTImage white = WhiteImage();
+        const LxCFloat3 colour(1.0F, 2.0F, level);
+        white.SetPixel(4, 2, &colour);
+        data.SetWhiteBalanceImg(&white);
+        ASSERT_NE(data.GetWhiteBalanceImg(), nullptr);
+        EXPECT_EQ(BytesOf(*data.GetWhiteBalanceImg()), BytesOf(white));
+        EXPECT_FALSE(Save(data)) << level;
+        EXPECT_EQ(CountFiles(), 0U);
+    }
+}
+
+TEST_F(LxCColorCalibrationDataTest, AnImageThatCannotBeWrittenLeavesNoNewData)
+{
+    const Logging::CCapture quiet;
+    SaveRecord();
+    const std::string before = ::TestSupport::ReadFile(DataFile());
+    std::filesystem::remove(ImageFile());
+    std::filesystem::create_directories(ImageFile());
+    LxCColorCalibrationData data;
+    Fill(data);
+    data.SetReferenceDepth(99.0F);
+    EXPECT_FALSE(Save(data));
+    EXPECT_EQ(::TestSupport::ReadFile(DataFile()), before);
+    EXPECT_EQ(data.GetAverageRGBinROI(), 0.0F);
+    std::filesystem::remove(DataFile());
+    EXPECT_FALSE(Save(data));
+    EXPECT_EQ(CountFiles(), 1U) << "the folder in place of the image";
+}
+
+TEST_F(LxCColorCalibrationDataTest, ADataFileThatCannotBeWrittenLeavesTheImage)
+{
+    SaveRecord();
+    const std::string before = ::TestSupport::ReadFile(ImageFile());
+    LxCColorCalibrationData data;
+    Fill(data);
+    const CCTImage other(1, 1, CCTImage::eIDT_FLOAT32_3, 9.0F);
+    data.SetWhiteBalanceImg(&other);
+    std::filesystem::remove(DataFile());
+    std::filesystem::create_directories(DataFile());
+    EXPECT_FALSE(Save(data));
+    EXPECT_EQ(::TestSupport::ReadFile(ImageFile()), before);
+    std::filesystem::remove(DataFile());
+    const std::string large(std::size_t{1} << 21, 'x'); // bytes; no data file of any version
+    ::TestSupport::WriteFile(DataFile(), large);
+    EXPECT_FALSE(Save(data));
+    EXPECT_EQ(::TestSupport::ReadFile(ImageFile()), before);
+    EXPECT_EQ(::TestSupport::ReadFile(DataFile()), large);
+}
+
+TEST_F(LxCColorCalibrationDataTest, ANewRecordReplacesBothFiles)
+{
+    SaveRecord();
+    LxCColorCalibrationData data;
+    Fill(data);
+    data.SetReferenceDepth(99.0F);
+    const CCTImage other(1, 1, CCTImage::eIDT_FLOAT32_3, 9.0F);
+    data.SetWhiteBalanceImg(&other);
+    ASSERT_TRUE(Save(data));
+    EXPECT_EQ(CountFiles(), 2U);
+    LxCColorCalibrationData loaded;
+    ASSERT_TRUE(Load(loaded));
+    EXPECT_EQ(loaded.GetReferenceDepth(), 99.0F);
+    EXPECT_EQ(loaded.GetWhiteBalanceImg()->GetWidth(), 1);
+}
+
+TEST_F(LxCColorCalibrationDataTest, NothingIsLoggedButTheImageFileThatCannotBeReadOrWritten)
+{
+    const Logging::CCapture log;
+    LxCColorCalibrationData data;
+    EXPECT_FALSE(Save(data)) << "nothing is set";
+    EXPECT_FALSE(Load(data)) << "there is no file";
+    EXPECT_FALSE(data.SerializeFromFile(m_sFolder, L"a/b"));
+    data.SetWhiteBalanceImg(nullptr);
+    const CCTImage empty;
+    data.SetWhiteBalanceImg(&empty);
+    SaveRecord();
+    EXPECT_TRUE(Load(data));
+    ::TestSupport::WriteFile(DataFile(), DataFileOf(2, c_SomeMatrix, 1.0F, 1.0F, 1.0F, c_Date));
+    EXPECT_FALSE(Load(data));
+    m_Calendar.Set(2025, 1, 1);
+    EXPECT_FALSE(Save(data)) << "expired";
+    m_Calendar.Set(2024, 3, 15);
+    EXPECT_TRUE(log.GetRecords().empty());
+
+    SaveRecord();
+    std::filesystem::remove(ImageFile());
+    EXPECT_FALSE(Load(data));
+    std::filesystem::create_directories(ImageFile());
+    EXPECT_FALSE(Save(data));
+    EXPECT_EQ(log.GetRecords().size(), 2U);
+    for (const Logging::CRecord& record : log.GetRecords()) {
+        EXPECT_EQ(record.channel, L"ORX.Lumorad.CCTImage");
+    }
+}
+
 TEST_F(LxCColorCalibrationDataTest, MakesTheFolder)
 {
     LxCColorCalibrationData data;
@@ -342,6 +444,7 @@ TEST_F(LxCColorCalibrationDataTest, MakesTheFolder)
 
 TEST_F(LxCColorCalibrationDataTest, WhatCannotBeWrittenIsToldAsFalse)
 {
+    const Logging::CCapture quiet;
     LxCColorCalibrationData data;
     Fill(data);
     ::TestSupport::WriteFile(m_Folder / "file", "");
@@ -407,6 +510,7 @@ TEST_F(LxCColorCalibrationDataTest, LaterVersionsAreReadAsThisOne)
 
 TEST_F(LxCColorCalibrationDataTest, ARefusedFileLeavesARecordAsItWas)
 {
+    const Logging::CCapture quiet;
     SaveRecord();
     const std::string whole = ::TestSupport::ReadFile(DataFile());
     LxCColorCalibrationData data;
@@ -495,6 +599,72 @@ TEST_F(LxCColorCalibrationDataTest, RandomBytesAreReadOrRefused)
     }
 }
 
+TEST_F(LxCColorCalibrationDataTest, AnImageThatIsCutAnywhereIsReadWholeOrRefused)
+{
+    SaveRecord();
+    const std::string whole = ::TestSupport::ReadFile(ImageFile());
+    const CCTImage white = WhiteImage();
+    const Logging::CCapture quiet;
+    std::size_t refused = 0;
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        ::TestSupport::WriteFile(ImageFile(), whole.substr(0, length));
+        LxCColorCalibrationData data;
+        if (Load(data)) {
+            ASSERT_EQ(BytesOf(*data.GetWhiteBalanceImg()), BytesOf(white)) << length;
+        } else {
+            ExpectNew(data);
+            ++refused;
+        }
+    }
+    const std::size_t pixels = std::size_t{3} * 5 * 3; // bytes; a shorter file cannot hold them
+    EXPECT_GE(refused, pixels);
+}
+
+TEST_F(LxCColorCalibrationDataTest, AnImageOfSizesBeyondItsFileIsRefused)
+{
+    SaveRecord();
+    const std::string whole = ::TestSupport::ReadFile(ImageFile());
+    // Directory entries of the width (256) and the height (257): tag, type, count and value, little-endian.
+    const auto find = [&whole](char low) {
+        const std::size_t at = whole.find(std::string{low, '\1'} + std::string("\4\0\1\0\0\0", 6));
+        return at != std::string::npos ? at
+                                       : whole.find(std::string{low, '\1'} + std::string("\3\0\1\0\0\0", 6));
+    };
+    const Logging::CCapture quiet;
+    for (const char low : {'\0', '\1'}) {
+        const std::size_t at = find(low);
+        ASSERT_NE(at, std::string::npos);
+        for (const char* size :
+             {"\xff\xff\xff\xff", "\xff\xff\xff\x7f", "\xff\xff\xff\x00", "\x00\x00\x00\x00"}) {
+            std::string damaged = whole;
+            damaged[at + 2] = '\4'; // 32 bits
+            damaged.replace(at + 8, 4, size, 4);
+            ::TestSupport::WriteFile(ImageFile(), damaged);
+            LxCColorCalibrationData data;
+            EXPECT_FALSE(Load(data));
+            ExpectNew(data);
+        }
+    }
+}
+
+TEST_F(LxCColorCalibrationDataTest, AnImageFileOfFloatsIsReadWhereAllAreFinite)
+{
+    SaveRecord();
+    CCTImage white(2, 2, CCTImage::eIDT_FLOAT32_3, 0.25F);
+    ASSERT_EQ(white.SaveTif(ImageFile()), CCTImage::eRC_OK);
+    LxCColorCalibrationData data;
+    ASSERT_TRUE(Load(data));
+    EXPECT_EQ(BytesOf(*data.GetWhiteBalanceImg()), BytesOf(white));
+    for (const float level : {c_fNaN, c_fInfinity, -c_fInfinity}) {
+        const LxCFloat3 colour(1.0F, level, 2.0F);
+        white.SetPixel(1, 1, &colour);
+        ASSERT_EQ(white.SaveTif(ImageFile()), CCTImage::eRC_OK);
+        LxCColorCalibrationData fresh;
+        EXPECT_FALSE(Load(fresh)) << level;
+        ExpectNew(fresh);
+    }
+}
+
 TEST_F(LxCColorCalibrationDataTest, WhatIsNoFileIsNotRead)
 {
     LxCColorCalibrationData data;
@@ -521,6 +691,7 @@ TEST_F(LxCColorCalibrationDataTest, AGreyImageFileBecomesAColourImage)
 
 TEST_F(LxCColorCalibrationDataTest, ARecordWithoutAnImageHasNoneToStore)
 {
+    const Logging::CCapture quiet;
     CDataProbe data;
     EXPECT_FALSE(data.doAdditionalCalculationAfterSerialization(true, m_sFolder + L"x.tif"));
     EXPECT_EQ(CountFiles(), 0U);
