@@ -48,8 +48,8 @@ public:
     LxCCalibCheckerCCT& operator=(const LxCCalibCheckerCCT& other) = default;
     ~LxCCalibCheckerCCT() override;
 
-    /// Makes the list of pairs anew and computes their distances with the framework as it is. Distances after a
-    /// calibration that are there from an earlier use are forgotten.
+    /// Makes the list of pairs anew and computes their distances with the framework as it is. A further call starts
+    /// anew: distances after a calibration that are there from an earlier use belong to other pairs and are forgotten.
     void ComputeComparativeValuesBeforeCalibration();
 
     /// Computes the distances of the same pairs with the framework as it is now. Makes no pairs.

@@ -12,7 +12,7 @@
 namespace scannertest {
 
 /// Loads what the device writes.
-inline std::unique_ptr<LxCV::LxCPinholeFramework> LoadModel(const device::VirtualDevice& device)
+inline void LoadInto(LxCV::LxCPinholeFramework& model, const device::VirtualDevice& device)
 {
     constexpr const char* kRoot = "::Test";
     std::stringstream text(device.ParameterText(kRoot));
@@ -21,8 +21,13 @@ inline std::unique_ptr<LxCV::LxCPinholeFramework> LoadModel(const device::Virtua
     if (!serializer.Init(false, false)) {
         throw std::runtime_error("the device wrote no parameter set");
     }
+    model.Serialize(serializer, kRoot);
+}
+
+inline std::unique_ptr<LxCV::LxCPinholeFramework> LoadModel(const device::VirtualDevice& device)
+{
     auto model = std::make_unique<LxCV::LxCPinholeFramework>();
-    model->Serialize(serializer, kRoot);
+    LoadInto(*model, device);
     return model;
 }
 
