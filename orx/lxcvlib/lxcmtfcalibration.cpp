@@ -18,8 +18,8 @@ constexpr std::size_t c_uiGapsOfFigure = 4;
 
 constexpr std::uint32_t c_uiReachOfRings = 100; ///< pixels from the centre
 constexpr double c_dRingDiameterOfScale = 0.8;
-constexpr double c_dDiametersPerTolerance =
-    10.0; ///< diameters differ by less than a tenth of the horizontal one
+/// The diameters may differ by less than a tenth of the horizontal one.
+constexpr double c_dDiametersPerTolerance = 10.0;
 
 constexpr std::uint32_t c_uiBrightBehindEdge = 16; ///< pixels
 constexpr double c_dJumpOfEdge = 2.0;              ///< pixels
@@ -177,8 +177,8 @@ LxCMTFCalibration::FindCrossSection(const std::vector<SRun>& runs) const
 
 void LxCMTFCalibration::MarkCentre(double col, double row)
 {
-    m_uiCircleCol = std::min(TruncateTo<std::uint32_t>(col + 0.5), m_uiWidth - 1);
-    m_uiCircleRow = std::min(TruncateTo<std::uint32_t>(row + 0.5), m_uiHeight - 1);
+    m_uiCircleCol = std::min(TruncateTo<std::uint32_t>(col), m_uiWidth - 1);
+    m_uiCircleRow = std::min(TruncateTo<std::uint32_t>(row), m_uiHeight - 1);
     MarkPixel(GetPixel(m_uiCircleCol, m_uiCircleRow), 255, 255, 255);
 }
 

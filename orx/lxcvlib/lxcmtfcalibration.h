@@ -42,11 +42,14 @@ public:
 
     /// Finds the centre of the rings: the mean place of five neighbouring dark runs, thin, thin, wide, thin, thin, in the
     /// rows of the central square; the first five in a row count. A run that reaches the square's right side is none.
-    /// Marks the middles of the runs red, and the centre, rounded to a pixel, white.
+    /// Column and row are robust means over the rows that show such runs, see `RobustMean`, truncated as the places of
+    /// patches are. Marks the middles of the runs red, and the centre white.
     /// @return false, with image and centre as they were, if no row shows such runs
     bool FindCenterOfCircle();
 
-    /// Determines the scale from the radius of the outer ring in the four directions along rows and columns.
+    /// Determines the scale from the radius of the outer ring in the four directions along rows and columns. The white
+    /// mark of the centre is bright like any other pixel, and where it ends in a dark disc, brightness changes: so a
+    /// disc whose rings are missing in a direction counts there with half of its radius.
     /// @return false, with the scale as it was, if a diameter is not found or the two differ by 10 percent or more
     bool DetermineScaleFactor();
 

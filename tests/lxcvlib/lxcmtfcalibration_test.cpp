@@ -115,13 +115,14 @@ TEST(LxCMTFCalibration, TheMeanOfFiveRunCentresIsTheCentre)
     canvas.Runs(33, c_Figure);
     CMtfProbe mtf = Searching(canvas);
     EXPECT_TRUE(mtf.FindCenterOfCircle());
-    // Centres 25.5, 30.5, 41.5, 52.5 and 57.5: their mean 41.5 is rounded to 42.
-    EXPECT_EQ(mtf.GetCircleColPos(), 42U);
+    // Centres 25.5, 30.5, 41.5, 52.5 and 57.5: their mean 41.5 is truncated.
+    EXPECT_EQ(mtf.GetCircleColPos(), 41U);
     EXPECT_EQ(mtf.GetCircleRowPos(), 33U);
-    for (const int col : {25, 30, 41, 52, 57}) {
+    for (const int col : {25, 30, 52, 57}) {
         EXPECT_EQ(canvas.PixelAt(col, 33), c_Red) << col;
     }
-    EXPECT_EQ(canvas.PixelAt(42, 33), c_White);
+    EXPECT_EQ(canvas.PixelAt(41, 33), c_White) << "red before";
+    EXPECT_EQ(canvas.PixelAt(42, 33), (Bytes{10, 10, 10, 9}));
     EXPECT_EQ(canvas.PixelAt(26, 33), (Bytes{10, 10, 10, 9}));
     EXPECT_EQ(canvas.PixelAt(25, 32), (Bytes{200, 200, 200, 9}));
 }
@@ -133,7 +134,7 @@ TEST(LxCMTFCalibration, RunsBeforeTheFigureAreSkippedAndTheFirstFigureCounts)
     CMtfProbe mtf(canvas.Image(), 100, 100, 20, 3);
     EXPECT_TRUE(mtf.FindCenterOfCircle());
     // 52.5, 57.5, 68.5, 79.5, 84.5; the later figure 79.5, 84.5, 93.5 ... has the mean 91.2.
-    EXPECT_EQ(mtf.GetCircleColPos(), 69U);
+    EXPECT_EQ(mtf.GetCircleColPos(), 68U);
 }
 
 /// That an image with these runs in a row has no centre and stays as it is.
@@ -169,7 +170,7 @@ TEST(LxCMTFCalibration, WidthsAreComparedWithTheLimitsAsTold)
     canvas.Runs(33, {{21, 3}, {26, 3}, {31, 19}, {54, 3}, {59, 3}});
     CMtfProbe mtf = Searching(canvas);
     EXPECT_TRUE(mtf.FindCenterOfCircle());
-    EXPECT_EQ(mtf.GetCircleColPos(), 41U) << "the mean of 22, 27, 40, 55 and 60 is 40.8";
+    EXPECT_EQ(mtf.GetCircleColPos(), 40U) << "the mean of 22, 27, 40, 55 and 60 is 40.8";
 }
 
 TEST(LxCMTFCalibration, BytesBelowTheLimitAreDark)
@@ -191,7 +192,61 @@ TEST(LxCMTFCalibration, FourNarrowGapsSufficeInALongerRow)
     canvas.Runs(33, {{21, 1}, {24, 1}, {28, 8}, {39, 1}, {42, 1}, {72, 2}});
     CMtfProbe mtf = Searching(canvas);
     EXPECT_TRUE(mtf.FindCenterOfCircle());
-    EXPECT_EQ(mtf.GetCircleColPos(), 32U) << "the mean of 21, 24, 31.5, 39 and 42 is 31.5";
+    EXPECT_EQ(mtf.GetCircleColPos(), 31U) << "the mean of 21, 24, 31.5, 39 and 42 is 31.5";
+}
+
+TEST(LxCMTFCalibration, AGapOfTheLongestDarkRunIsTooWide)
+{
+    // Centres 22, 24, 35.5, 55 or 55.5, 58 in the square from 20 on; the fourth narrow gap is 19.5, or 20.
+    for (const auto& [width, fine] : {std::pair{1, true}, {2, false}}) {
+        CCanvas canvas(100, 80);
+        canvas.Runs(33, {{22, 1}, {24, 1}, {32, 8}, {55, width}, {58, 1}});
+        CMtfProbe mtf = Searching(canvas);
+        EXPECT_EQ(mtf.FindCenterOfCircle(), fine) << width;
+    }
+}
+
+TEST(LxCMTFCalibration, LongRunsAreNoneSoThatTheirNeighboursMeet)
+{
+    CCanvas canvas(160, 80);
+    // The run of 20 is as the longest dark run, and so none. The gap over it, from 34 to 63.5, is too wide, the four
+    // others of the six are not.
+    canvas.Runs(34, {{32, 1}, {34, 1}, {38, 20}, {60, 8}, {72, 1}, {74, 1}, {80, 1}});
+    CMtfProbe mtf(canvas.Image(), 100, 100, 20, 3);
+    ASSERT_TRUE(mtf.FindCenterOfCircle());
+    EXPECT_EQ(canvas.PixelAt(32, 34), c_Red)
+        << "five runs about the long one, and four narrow gaps beside it";
+    EXPECT_EQ(canvas.PixelAt(63, 34), c_Red);
+    EXPECT_EQ(canvas.PixelAt(48, 34), (Bytes{10, 10, 10, 9}));
+    EXPECT_EQ(canvas.PixelAt(80, 34), (Bytes{10, 10, 10, 9}));
+}
+
+TEST(LxCMTFCalibration, RowAndColumnAreTruncatedMeansOverTheRows)
+{
+    CCanvas canvas(100, 80);
+    for (const int row : {30, 31, 32, 33}) {
+        canvas.Runs(row, c_Figure);
+    }
+    CMtfProbe mtf = Searching(canvas);
+    ASSERT_TRUE(mtf.FindCenterOfCircle());
+    EXPECT_EQ(mtf.GetCircleColPos(), 41U);
+    EXPECT_EQ(mtf.GetCircleRowPos(), 31U) << "the mean of 30 to 33 is 31.5";
+}
+
+TEST(LxCMTFCalibration, ADiscWithoutRingsIsNoFigure)
+{
+    CCanvas canvas(201, 151);
+    for (int y = 65; y <= 85; ++y) {
+        for (int x = 90; x <= 110; ++x) {
+            if (std::hypot(x - 100, y - 75) < 10.0) {
+                canvas.Fill(x, y, 1, 1, 10);
+            }
+        }
+    }
+    const auto before = canvas.AllBytes();
+    CMtfProbe mtf(canvas.Image(), 100, 100, 40, 6);
+    EXPECT_FALSE(mtf.FindCenterOfCircle());
+    EXPECT_TRUE(canvas.AllBytes() == before);
 }
 
 TEST(LxCMTFCalibration, FindsTheCentreOfRings)
@@ -231,6 +286,9 @@ TEST(LxCMTFCalibration, RobustMeansDropFarSamplesOneByOne)
     EXPECT_EQ(CMtfProbe::RobustMean({0.0, 0.0, 100.0, 100.0}), 50.0) << "no sample is farther than the next";
     // Mean 0.1: distances 0.1, 0.1, 0.2 are not more than 0.2.
     EXPECT_NEAR(CMtfProbe::RobustMean({0.0, 0.0, 0.3}), 0.1, 1e-15);
+    // Mean exactly 0: distances 0.1, 0.1 and 0.2, which is just not over 0.2; then the same times 1.5, 0.3 being over.
+    EXPECT_EQ(CMtfProbe::RobustMean({-0.1, -0.1, 0.2}), 0.0);
+    EXPECT_EQ(CMtfProbe::RobustMean({-0.15, -0.15, 0.3}), -0.15);
     // Mean 10.15, distances 0.15 three times and 0.45.
     EXPECT_EQ(CMtfProbe::RobustMean({10.0, 10.0, 10.6, 10.0}), 10.0);
     // Mean 26, distances 26, 26, 26, 4, 74; then mean 7.5, distances 7.5 three times and 22.5; then zeros.
@@ -257,6 +315,16 @@ TEST(LxCMTFCalibration, TheOuterRingLiesBetweenTheLastTwoChanges)
     EXPECT_EQ(mtf.FindOuterRing(canvas.At(50, 1), 4, 0), CMtfProbe::sc_dNoRing);
     EXPECT_EQ(mtf.FindOuterRing(canvas.At(90, 1), -4, 90), 0.5 * (32.5 + 40.5)) << "from the right";
     EXPECT_EQ(CMtfProbe::sc_dNoRing, -1000.0);
+}
+
+TEST(LxCMTFCalibration, TheMarkOfTheCentreIsAChange)
+{
+    CCanvas canvas(100, 1);
+    canvas.Runs(0, {{40, 21}});
+    const CMtfProbe mtf(canvas.Image(), 0, 100, 0, 0);
+    EXPECT_EQ(mtf.FindOuterRing(canvas.At(50, 0), 4, 49), CMtfProbe::sc_dNoRing) << "the disc's end alone";
+    canvas.Fill(50, 0, 1, 1, 255);
+    EXPECT_EQ(mtf.FindOuterRing(canvas.At(50, 0), 4, 49), 0.5 * (0.5 + 10.5));
 }
 
 TEST(LxCMTFCalibration, RingsAreSoughtOverAHundredPixels)
