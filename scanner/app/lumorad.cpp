@@ -5,6 +5,7 @@
 #include "scanner/app/imagesources.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
+#include "scanner/app/modelcommands.h"
 #include "scanner/app/rendertarget.h"
 #include "scanner/app/targetcommands.h"
 
@@ -262,6 +263,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     TargetOptions target;
     AddTargetOptions(*render, target);
     const TargetCommand runTarget = AddTargetCommands(program);
+    const TargetCommand runModel = AddModelCommands(program);
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
@@ -276,6 +278,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
             RunRender(options, json, out);
         } else {
             runTarget(out);
+            runModel(out);
         }
         if (!out.flush()) {
             throw std::runtime_error("cannot write the report");

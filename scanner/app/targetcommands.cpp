@@ -3,27 +3,24 @@
 
 #include "lxccalibrationtargetwriter.h"
 #include "orx/platform/keyvaluestore.h"
-#include "orx/platform/replacefile.h"
 #include "scanner/app/boardcommands.h"
+#include "scanner/app/filecontent.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/slidecommands.h"
 #include "scanner/app/targettext.h"
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <memory>
 #include <ostream>
-#include <span>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 namespace app {
@@ -39,58 +36,6 @@ struct Command
     TargetCommand run;
 };
 
-std::ifstream OpenForReading(const std::filesystem::path& file)
-{
-    std::error_code ignored;
-    std::ifstream stream;
-    if (!std::filesystem::is_directory(file, ignored)) {
-        stream.open(file, std::ios::binary);
-    }
-    if (!stream.is_open()) {
-        throw std::runtime_error("cannot open '" + file.string() + "'");
-    }
-    return stream;
-}
-
-/// The content of a file that is to become an archive's text.
-std::string ReadText(const std::filesystem::path& file)
-{
-    constexpr std::size_t tooLong = Writer::sc_uiMaxArchiveText + 1;
-    constexpr std::size_t step = 64 * 1024;
-    std::ifstream stream = OpenForReading(file);
-    std::string text;
-    while (stream.good() && text.size() < tooLong) {
-        const std::size_t begin = text.size();
-        text.resize(std::min(tooLong, begin + std::max(begin, step)));
-        stream.read(text.data() + begin, static_cast<std::streamsize>(text.size() - begin));
-        text.resize(begin + static_cast<std::size_t>(stream.gcount()));
-    }
-    if (stream.bad()) {
-        throw std::runtime_error("cannot read '" + file.string() + "'");
-    }
-    if (text.size() == tooLong) {
-        throw std::runtime_error("'" + file.string() + "' is longer than the " +
-                                 std::to_string(Writer::sc_uiMaxArchiveText) +
-                                 " bytes that an archive holds");
-    }
-    return text;
-}
-
-void WriteFile(const std::filesystem::path& file, std::string_view content)
-{
-    if (const std::error_code error = platform::ReplaceFile(file, std::as_bytes(std::span(content)))) {
-        throw std::runtime_error("cannot write '" + file.string() + "': " + error.message());
-    }
-}
-
-void RequireTwoFiles(const std::filesystem::path& one, const std::filesystem::path& other)
-{
-    std::error_code ignored;
-    if (std::filesystem::equivalent(one, other, ignored)) {
-        throw std::runtime_error("'" + one.string() + "' and '" + other.string() + "' are one file");
-    }
-}
-
 std::string CountTargets(std::size_t count)
 {
     return std::to_string(count) + (count == 1 ? " target" : " targets");
@@ -105,7 +50,7 @@ struct PackOptions
 void Pack(const PackOptions& options, std::ostream& out)
 {
     RequireTwoFiles(options.text, options.archive);
-    const std::string text = ReadText(options.text);
+    const std::string text = ReadContent(options.text, Writer::sc_uiMaxArchiveText, "an archive");
     std::size_t count = 0;
     try {
         count = ReadTargetText(text).size();
@@ -118,7 +63,7 @@ void Pack(const PackOptions& options, std::ostream& out)
     if (!Writer::compress(in, archive)) {
         throw std::runtime_error("cannot compress '" + options.text.string() + "'");
     }
-    WriteFile(options.archive, archive.view());
+    WriteContent(options.archive, archive.view());
     out << "Wrote " << CountTargets(count) << " to " << options.archive.string() << ", "
         << archive.view().size() << " bytes\n";
 }
@@ -190,7 +135,7 @@ void Unpack(const UnpackOptions& options, std::ostream& out)
         return;
     }
     RequireTwoFiles(options.archive, options.text);
-    WriteFile(options.text, text.view());
+    WriteContent(options.text, text.view());
     out << "Wrote " << text.view().size() << " bytes of text to " << options.text.string() << "\n";
 }
 

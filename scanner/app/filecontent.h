@@ -1,0 +1,27 @@
+// Files that the commands read and write as a whole.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+namespace app {
+
+/// @throws std::runtime_error naming the file that cannot be opened, or is a folder
+std::ifstream OpenForReading(const std::filesystem::path& file);
+
+/// The content of a file of at most `limit` bytes. More is never read, however long the file is.
+/// @param holder what has no room for more, for the message
+/// @throws std::runtime_error naming the file that cannot be read or is longer
+std::string ReadContent(const std::filesystem::path& file, std::size_t limit, const std::string& holder);
+
+/// Makes or replaces a file as a whole: on failure it is as it was.
+/// @throws std::runtime_error naming the file that cannot be written
+void WriteContent(const std::filesystem::path& file, std::string_view content);
+
+/// @throws std::runtime_error where both paths lead to one file
+void RequireTwoFiles(const std::filesystem::path& one, const std::filesystem::path& other);
+
+} // namespace app

@@ -1,0 +1,160 @@
+// Model files: shown, and taken from one form to another.
+#include "scanner/app/modelcommands.h"
+
+#include "lxcpinholeframework.h"
+#include "scanner/app/filecontent.h"
+#include "scanner/app/modelfile.h"
+#include "scanner/app/modelreport.h"
+#include "scanner/calibration/modelreading.h"
+#include "scanner/calibration/modeltext.h"
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace app {
+
+namespace {
+
+const std::map<std::string, ModelForm> c_forms{
+    {"text", ModelForm::eText}, {"container", ModelForm::eContainer}, {"memory", ModelForm::eMemory}};
+
+/// What all commands are told.
+struct SourceOptions
+{
+    std::filesystem::path file;
+    std::string root; ///< empty for the one that the text tells
+};
+
+/// A model file with its text taken apart.
+struct Source
+{
+    ModelFile file;
+    std::vector<calibration::ModelSection> sections;
+    std::string root;
+};
+
+Source Open(const SourceOptions& options)
+{
+    Source source;
+    source.file = ReadModelFile(options.file);
+    source.sections = calibration::SplitModelText(source.file.text);
+    const std::optional<std::string> found = calibration::FindModelRoot(source.sections);
+    if (!found) {
+        throw std::runtime_error("'" + options.file.string() +
+                                 "' is no model: it has none of a model's sections, such as '::Cams[0]'");
+    }
+    source.root = options.root.empty() ? *found : options.root;
+    return source;
+}
+
+struct ShowOptions : SourceOptions
+{
+    bool json = false;
+};
+
+void Show(const ShowOptions& options, std::ostream& out)
+{
+    const Source source = Open(options);
+    ModelSummary summary{options.file, &source.file, &source.sections, source.root};
+    try {
+        const auto model = calibration::ReadModel(source.file.text, source.root);
+        if (options.json) {
+            PrintModelAsJson(summary, *model, out);
+        } else {
+            PrintModel(summary, *model, out);
+        }
+    } catch (const calibration::ModelError& error) {
+        throw std::runtime_error("'" + options.file.string() + "': " + error.what());
+    }
+}
+
+struct ConvertOptions : SourceOptions
+{
+    std::filesystem::path out;
+    std::string to; ///< empty for a text from a container, and a container from a text
+    bool rewrite = false;
+};
+
+void Convert(const ConvertOptions& options, std::ostream& out)
+{
+    RequireTwoFiles(options.file, options.out);
+    const Source source = Open(options);
+    const ModelForm other = source.file.form == ModelForm::eText ? ModelForm::eContainer : ModelForm::eText;
+    const ModelForm form = options.to.empty() ? other : c_forms.at(options.to);
+    std::string text = source.file.text;
+    if (options.rewrite) {
+        try {
+            text = calibration::WriteModel(*calibration::ReadModel(text, source.root), source.root);
+        } catch (const calibration::ModelError& error) {
+            throw std::runtime_error("'" + options.file.string() + "': " + error.what());
+        }
+    }
+    WriteModelFile(options.out, form, text);
+    out << "Wrote the model as " << FormName(form) << " to " << options.out.string() << ", "
+        << std::filesystem::file_size(options.out) << " bytes\n";
+}
+
+void AddSourceOptions(CLI::App& parser, SourceOptions& options)
+{
+    parser.option_defaults()->take_last();
+    parser
+        .add_option("FILE", options.file, "The model: a text, an encrypted container, or a device's memory")
+        ->required();
+    parser.add_option("--root", options.root,
+                      "Root of the model's sections, where the text holds several models");
+}
+
+TargetCommand AddShow(CLI::App& model)
+{
+    const auto options = std::make_shared<ShowOptions>();
+    CLI::App* const parser = model.add_subcommand("show", "Tell what a model holds");
+    AddSourceOptions(*parser, *options);
+    parser->add_flag("--json", options->json, "Print it as JSON");
+    return [parser, options](std::ostream& out) {
+        if (parser->parsed()) {
+            Show(*options, out);
+        }
+    };
+}
+
+TargetCommand AddConvert(CLI::App& model)
+{
+    const auto options = std::make_shared<ConvertOptions>();
+    CLI::App* const parser = model.add_subcommand("convert", "Write a model in another form");
+    AddSourceOptions(*parser, *options);
+    parser->add_option("-o,--out", options->out, "The file to write, another one than FILE")->required();
+    parser
+        ->add_option("--to", options->to,
+                     "The form; without it a text becomes a container, and anything else a text")
+        ->check(CLI::IsMember(c_forms));
+    parser->add_flag("--rewrite", options->rewrite,
+                     "Write what the library reads of the model, whole and in its order, instead of the text "
+                     "as it stands");
+    return [parser, options](std::ostream& out) {
+        if (parser->parsed()) {
+            Convert(*options, out);
+        }
+    };
+}
+
+} // namespace
+
+TargetCommand AddModelCommands(CLI::App& program)
+{
+    CLI::App* const model = program.add_subcommand("model", "Show, check and convert models");
+    model->require_subcommand(1);
+    return [show = AddShow(*model), convert = AddConvert(*model)](std::ostream& out) {
+        show(out);
+        convert(out);
+    };
+}
+
+} // namespace app

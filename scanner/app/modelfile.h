@@ -1,0 +1,34 @@
+// A model's section text in each of the forms that it is stored in.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace app {
+
+/// The forms of a model file.
+enum class ModelForm
+{
+    eText,      ///< section text as it stands
+    eContainer, ///< compressed and encrypted; an older version that is compressed alone is read, too
+    eMemory     ///< the memory of a virtual device: a container, and erased bytes up to the memory's size
+};
+
+/// A model file, read.
+struct ModelFile
+{
+    ModelForm form = ModelForm::eText;
+    int version = 0; ///< of the container; 0 for a text
+    std::string text;
+};
+
+/// Reads a file of any form, which is told by its content. The key file is not made where it is missing.
+/// @throws std::runtime_error naming the file, and the key file where it is at fault, and what can be done
+ModelFile ReadModelFile(const std::filesystem::path& file);
+
+/// Makes or replaces a file as a whole; on failure it is as it was. A container is of the present version; its key
+/// file is made where it is missing.
+/// @throws std::runtime_error naming the file, and what can be done
+void WriteModelFile(const std::filesystem::path& file, ModelForm form, const std::string& text);
+
+} // namespace app
