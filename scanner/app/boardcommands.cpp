@@ -241,10 +241,8 @@ TargetCommand AddAccuracy(CLI::App& target)
         "accuracy", "Measure on rendered images how exactly corners of a checkerboard are found");
     parser->option_defaults()->take_last();
     AddPoseOptions(*parser, experiment.poses, experiment.seed);
-    constexpr double mostBlur = 10.0, mostNoise = 100.0;
-    parser->add_option("--blur", experiment.imaging.blur, "Sigma of the camera's blur, pixels")
-        ->check(IsBetween(0.0, mostBlur))
-        ->capture_default_str();
+    AddBlurOption(*parser, experiment.imaging.blur);
+    constexpr double mostNoise = 100.0;
     parser
         ->add_option("--noise", experiment.imaging.noise,
                      "Sigma of the sensor's noise, grey levels; 0 for no rounding either")

@@ -1,5 +1,6 @@
 #include "scanner/app/cornerreport.h"
 
+#include "scanner/acquisition/rendering.h"
 #include "scanner/app/numberoption.h"
 
 #include <CLI/CLI.hpp>
@@ -65,15 +66,34 @@ void PrintErrors(const calibration::BoardAccuracy& accuracy, std::ostream& out)
     Label(out, "wrong names") << accuracy.wrong << "\n";
 }
 
-void AddPoseOptions(CLI::App& parser, std::size_t& poses, std::uint64_t& seed)
+void AddSeriesOptions(CLI::App& parser, const std::string& name, const std::string& help, std::size_t& count,
+                      std::uint64_t& seed)
 {
-    constexpr std::size_t mostPoses = 1000000;
+    constexpr std::size_t mostImages = 1000000;
     constexpr std::uint64_t mostSeed = std::uint64_t{1} << 62;
-    parser.add_option("--poses", poses, "How many poses are rendered")
-        ->check(IsBetween<std::size_t>(1, mostPoses))
-        ->capture_default_str();
+    parser.add_option(name, count, help)->check(IsBetween<std::size_t>(1, mostImages))->capture_default_str();
     parser.add_option("--seed", seed, "Seed of the first pose and its noise; each next pose has the next")
         ->check(IsBetween<std::uint64_t>(0, mostSeed))
+        ->capture_default_str();
+}
+
+void AddPoseOptions(CLI::App& parser, std::size_t& poses, std::uint64_t& seed)
+{
+    AddSeriesOptions(parser, "--poses", "How many poses are rendered", poses, seed);
+}
+
+void AddBlurOption(CLI::App& parser, double& blur)
+{
+    constexpr double mostBlur = 10.0;
+    parser.add_option("--blur", blur, "Sigma of the camera's blur, pixels")
+        ->check(IsBetween(0.0, mostBlur))
+        ->capture_default_str();
+}
+
+void AddNoiseFactorOption(CLI::App& parser, double& noise)
+{
+    parser.add_option("--noise", noise, "Factor on the sensor's noise; 0 for none, and no rounding")
+        ->check(IsBetween(0.0, acquisition::kLargestNoise))
         ->capture_default_str();
 }
 

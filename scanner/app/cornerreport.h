@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+#include <string>
 
 namespace CLI {
 class App;
@@ -33,7 +34,19 @@ std::ostream& Label(std::ostream& out, const char* text);
 /// The lines on errors and wrong names.
 void PrintErrors(const calibration::BoardAccuracy& accuracy, std::ostream& out);
 
-/// Options of every measurement on rendered images.
+// Options of measurements on rendered images.
+
+/// A count of images by an option of its own name, and --seed.
+void AddSeriesOptions(CLI::App& parser, const std::string& name, const std::string& help, std::size_t& count,
+                      std::uint64_t& seed);
+
+/// --poses and --seed.
 void AddPoseOptions(CLI::App& parser, std::size_t& poses, std::uint64_t& seed);
+
+/// --blur, pixels.
+void AddBlurOption(CLI::App& parser, double& blur);
+
+/// --noise as a factor on what the sensor has.
+void AddNoiseFactorOption(CLI::App& parser, double& noise);
 
 } // namespace app

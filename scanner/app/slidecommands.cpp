@@ -4,12 +4,10 @@
 #include "lxccolorvalueargb8.h"
 #include "lxcgdiplusbitmaputilities.h"
 #include "lxcpinholeframework.h"
-#include "scanner/acquisition/rendering.h"
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/imagefiles.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
-#include "scanner/app/numberoption.h"
 #include "scanner/calibration/cornerid.h"
 #include "scanner/calibration/slideexperiment.h"
 #include "scanner/calibration/slidelocator.h"
@@ -158,7 +156,7 @@ void Locate(const LocateOptions& options, std::ostream& out)
         throw std::runtime_error("'" + options.model.string() +
                                  "' is no calibrated model for images of this size");
     }
-    calibration::SlideLocator locator(c_slides.at(options.slide), model);
+    calibration::SlideLocator locator(SlideOf(options.slide), model);
     locator.SetRowSource(c_rowSources.at(options.rows));
     const LocatedSlide slide = locator.Locate(reference, pattern);
     if (!options.out.empty()) {
@@ -227,7 +225,7 @@ void PrintAccuracy(const AccuracyOptions& options, const calibration::SlideExper
 void MeasureAccuracy(const AccuracyOptions& options, std::ostream& out)
 {
     calibration::SlideExperiment experiment = options.experiment;
-    experiment.slide = c_slides.at(options.slide);
+    experiment.slide = SlideOf(options.slide);
     experiment.rows = c_rowSources.at(options.rows);
     const calibration::SlideExperimentResult result = Run(experiment);
     if (options.json) {
@@ -241,9 +239,7 @@ void MeasureAccuracy(const AccuracyOptions& options, std::ostream& out)
 template <typename Options>
 void AddSlideOptions(CLI::App& parser, Options& options)
 {
-    parser.add_option("--slide", options.slide, "The slide: a2 has dark marks, c bright ones")
-        ->check(CLI::IsMember(c_slides))
-        ->capture_default_str();
+    AddSlideOption(parser, options.slide);
     parser
         .add_option("--rows", options.rows,
                     "What tells the row of a mark: triangulation by the model, or the column of the image")
@@ -280,10 +276,7 @@ TargetCommand AddAccuracy(CLI::App& target)
     parser->option_defaults()->take_last();
     AddSlideOptions(*parser, *options);
     AddPoseOptions(*parser, experiment.poses, experiment.seed);
-    parser
-        ->add_option("--noise", experiment.noise, "Factor on the sensor's noise; 0 for none, and no rounding")
-        ->check(IsBetween(0.0, acquisition::kLargestNoise))
-        ->capture_default_str();
+    AddNoiseFactorOption(*parser, experiment.noise);
     parser->add_flag("--parallel-axes", experiment.parallelAxes,
                      "A device whose camera and projector have parallel axes");
     parser->add_flag("--json", options->json, "Print the figures as JSON");
@@ -295,6 +288,18 @@ TargetCommand AddAccuracy(CLI::App& target)
 }
 
 } // namespace
+
+void AddSlideOption(CLI::App& parser, std::string& slide)
+{
+    parser.add_option("--slide", slide, "The slide: a2 has dark marks, c bright ones")
+        ->check(CLI::IsMember(c_slides))
+        ->capture_default_str();
+}
+
+calibration::MarkedSlide SlideOf(const std::string& name)
+{
+    return c_slides.at(name);
+}
 
 TargetCommand AddSlideCommands(CLI::App& target)
 {

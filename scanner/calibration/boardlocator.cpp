@@ -11,6 +11,7 @@
 #include "lxcrectcornercalibmark.h"
 #include "orx/platform/keyvaluestore.h"
 #include "scanner/calibration/cornerid.h"
+#include "scanner/calibration/exportedrecords.h"
 #include "scanner/calibration/turnedimage.h"
 
 #include <algorithm>
@@ -38,26 +39,6 @@ namespace {
 
 constexpr std::size_t c_markedSquares = 4;
 constexpr const char* c_thresholdsSection = "::Thres";
-
-/// The data file of a board.
-std::string ToDataFile(const device::Checkerboard& board)
-{
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << std::setprecision(std::numeric_limits<float>::max_digits10) << c_thresholdsSection
-         << "\nNrOfRows=" << board.rows << "\nNrOfCols=" << board.columns
-         << "\nIdOfFirstMarkedSquare=" << board.idOfFirstMarkedSquare << "\n\n::Coords\n";
-    for (int row = 0; row < board.rows; ++row) {
-        for (int column = 0; column < board.columns; ++column) {
-            for (const double y : {board.squareBegin, board.squareEnd}) {
-                for (const double x : {board.squareBegin, board.squareEnd}) {
-                    text << board.pitch * column + x << " " << board.pitch * row + y << " 0\n";
-                }
-            }
-        }
-    }
-    return text.str();
-}
 
 /// The text of a data file, its line ends a line feed each.
 std::string ReadDataFile(const std::filesystem::path& file)
@@ -138,6 +119,25 @@ int Round(double pixels)
 }
 
 } // namespace
+
+std::string DataFileOf(const device::Checkerboard& board)
+{
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << std::setprecision(std::numeric_limits<float>::max_digits10) << c_thresholdsSection
+         << "\nNrOfRows=" << board.rows << "\nNrOfCols=" << board.columns
+         << "\nIdOfFirstMarkedSquare=" << board.idOfFirstMarkedSquare << "\n\n::Coords\n";
+    for (int row = 0; row < board.rows; ++row) {
+        for (int column = 0; column < board.columns; ++column) {
+            for (const double y : {board.squareBegin, board.squareEnd}) {
+                for (const double x : {board.squareBegin, board.squareEnd}) {
+                    text << board.pitch * column + x << " " << board.pitch * row + y << " 0\n";
+                }
+            }
+        }
+    }
+    return text.str();
+}
 
 /// A target that tells how many coordinates it has.
 class BoardLocator::Target : public LxCV::LxCCBCalibBody
@@ -225,7 +225,7 @@ std::unique_ptr<BoardLocator::Target> BoardLocator::LoadText(const std::string& 
 
 void BoardLocator::UseBoard(const device::Checkerboard& board)
 {
-    m_target = LoadText(ToDataFile(board), "the board");
+    m_target = LoadText(DataFileOf(board), "the board");
 }
 
 void BoardLocator::LoadFile(const std::filesystem::path& file)
@@ -408,6 +408,11 @@ LocatedBoard BoardLocator::Locate(const CCTImage& image)
         board.marks = NamedMarks();
     }
     return board;
+}
+
+std::vector<LxCV::LxCCalibrationData> BoardLocator::ExportRecords()
+{
+    return calibration::ExportRecords(*m_target);
 }
 
 void BoardLocator::Draw(CCTImage& picture)

@@ -4,6 +4,7 @@
 #include "cctimage.h"
 #include "ecaliberror.h"
 #include "lxccalibdata.h"
+#include "lxccalibrationdata.h"
 #include "scanner/calibration/boardmark.h"
 #include "scanner/calibration/stagetimes.h"
 #include "scanner/device/checkerboard.h"
@@ -19,6 +20,9 @@ class LxCCBCalibThres;
 } // namespace LxCV
 
 namespace calibration {
+
+/// The text of a board's data file, as `BoardLocator::LoadFile` and the library's targets read it.
+std::string DataFileOf(const device::Checkerboard& board);
 
 /// How corners are placed once they have names.
 enum class Refinement
@@ -80,6 +84,11 @@ public:
 
     /// @param image grey or colour, of any of the types that files are loaded as
     LocatedBoard Locate(const LxCV::CCTImage& image);
+
+    /// What calibration gets of the last image: usable marks with their world coordinates (mm, target frame with its
+    /// origin in the middle of the corners) and qualities. Only once, and after anything is drawn: the marks are gone
+    /// then. Empty unless the target was identified.
+    std::vector<LxCV::LxCCalibrationData> ExportRecords();
 
     /// Draws what the last image showed: outlines of dark squares green, of bright ones yellow; crosses on corners, red
     /// with an id and magenta without; the numbers of the squares.

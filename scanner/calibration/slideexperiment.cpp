@@ -43,12 +43,16 @@ device::DeviceParameters DeviceWithParallelAxes()
     return parameters;
 }
 
+device::SlideParameters SlideParametersOf(MarkedSlide slide)
+{
+    return slide == MarkedSlide::eDarkMarks ? device::SlideWithDarkMarks() : device::SlideWithBrightMarks();
+}
+
 device::VirtualDevice MakeDevice(const SlideExperiment& experiment)
 {
     device::DeviceParameters parameters =
         experiment.parallelAxes ? DeviceWithParallelAxes() : device::DeviceParameters();
-    parameters.slide = experiment.slide == MarkedSlide::eDarkMarks ? device::SlideWithDarkMarks()
-                                                                   : device::SlideWithBrightMarks();
+    parameters.slide = SlideParametersOf(experiment.slide);
     return device::VirtualDevice(parameters);
 }
 
@@ -76,24 +80,31 @@ MarkRange RangeOf(const device::DeviceParameters& device)
     return range;
 }
 
-RenderedSlide RenderPose(const SlideExperiment& experiment, const device::VirtualDevice& device,
-                         std::size_t pose)
+RenderedSlide RenderSlide(const device::VirtualDevice& device, const device::PlanePose& plane, double noise,
+                          std::uint64_t seed)
 {
     constexpr device::Colour paper{0.8, 0.8, 0.8};
     RenderedSlide rendered;
     device::RenderOptions options;
-    options.seed = experiment.seed + pose;
-    options.noise = experiment.noise;
+    options.seed = seed;
+    options.noise = noise;
     options.supersamples = 2; // 4 take twice the time and move no corner by more than 0.01 pixels
     options.threads = 1;
     options.truth = false;
-    rendered.plane = device::DrawPlane(experiment.range, options.seed);
+    rendered.plane = plane;
     const auto scene = device::MakePlane(rendered.plane.point, rendered.plane.normal, paper);
     device::RenderedPair pair = device.RenderPair(*scene, options);
     rendered.reference = std::move(pair.reference);
     rendered.pattern = std::move(pair.pattern);
     rendered.corners = device::FindMarkCorners(device, rendered.plane);
     return rendered;
+}
+
+RenderedSlide RenderPose(const SlideExperiment& experiment, const device::VirtualDevice& device,
+                         std::size_t pose)
+{
+    const std::uint64_t seed = experiment.seed + pose;
+    return RenderSlide(device, device::DrawPlane(experiment.range, seed), experiment.noise, seed);
 }
 
 double SlideExperimentResult::FoundShare() const

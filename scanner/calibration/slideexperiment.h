@@ -35,6 +35,9 @@ struct SlideExperiment
 /// axes that converge make them fan out.
 device::DeviceParameters DeviceWithParallelAxes();
 
+/// The slide of a device that projects these marks.
+device::SlideParameters SlideParametersOf(MarkedSlide slide);
+
 /// The device of an experiment.
 device::VirtualDevice MakeDevice(const SlideExperiment& experiment);
 
@@ -52,6 +55,12 @@ struct RenderedSlide
     device::ImageF pattern;
     std::vector<device::MarkCorner> corners;
 };
+
+/// The slide on white paper in a plane.
+/// @param noise factor on the sensor's noise; 0 for none, and no rounding
+/// @throws std::invalid_argument as `device::FindMarkCorners` and `device::VirtualDevice::RenderPair`
+RenderedSlide RenderSlide(const device::VirtualDevice& device, const device::PlanePose& plane, double noise,
+                          std::uint64_t seed);
 
 /// @param pose from 0
 RenderedSlide RenderPose(const SlideExperiment& experiment, const device::VirtualDevice& device,

@@ -5,6 +5,7 @@
 #include "lxclightstripeedgesinglepixel.h"
 #include "lxcpinholeframework.h"
 #include "lxcprojslidecalibbody.h"
+#include "scanner/calibration/exportedrecords.h"
 
 #include <algorithm>
 #include <new>
@@ -158,18 +159,6 @@ std::vector<SlideMark> SlideLocator::NamedMarks() const
     return marks;
 }
 
-std::vector<LxCV::LxCCalibrationData> SlideLocator::ExportRecords()
-{
-    std::vector<LxCV::LxCCalibrationData*> exported;
-    m_target->ExportCalibrationData(exported);
-    std::vector<std::unique_ptr<const LxCV::LxCCalibrationData>> owned(exported.begin(), exported.end());
-    std::vector<LxCV::LxCCalibrationData> records;
-    for (const auto& record : owned) {
-        records.push_back(*record);
-    }
-    return records;
-}
-
 LocatedSlide SlideLocator::Locate(const CCTImage& reference, const CCTImage& pattern)
 {
     RequireType(reference);
@@ -190,7 +179,7 @@ LocatedSlide SlideLocator::Locate(const CCTImage& reference, const CCTImage& pat
         result.marks = NamedMarks();
     }
     if (result.error == LxCV::eCalibOk) {
-        result.records = ExportRecords();
+        result.records = ExportRecords(*m_target);
     }
     return result;
 }

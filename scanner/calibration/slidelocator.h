@@ -88,7 +88,6 @@ private:
     void WriteStripeEdges();
     LxCV::ECalibError Find(StageTimes& times);
     std::vector<SlideMark> NamedMarks() const;
-    std::vector<LxCV::LxCCalibrationData> ExportRecords();
 
     std::unique_ptr<Target> m_target; ///< never null
     LxCV::LxCPinholeFramework& m_model;

@@ -338,6 +338,31 @@ TEST_F(BoardLocation, DrawingMarksCornersOfThePicture)
     EXPECT_EQ(edges.GetHeight(), image.height);
 }
 
+TEST_F(BoardLocation, ExportsTheUsableMarksOnce)
+{
+    const LocatedBoard board = Locate(Render(0.3).image);
+    ASSERT_EQ(board.error, LxCV::eCalibOk);
+    const std::vector<LxCV::LxCCalibrationData> records = m_locator.ExportRecords();
+    std::size_t usable = 0;
+    for (const BoardMark& mark : board.marks) {
+        if (!mark.usable) {
+            continue;
+        }
+        ++usable;
+        const auto record = std::find_if(records.begin(), records.end(), [&](const auto& exported) {
+            return exported.m_dXi == mark.image.x && exported.m_dYi == mark.image.y;
+        });
+        ASSERT_NE(record, records.end()) << mark.id;
+        EXPECT_EQ(record->m_dXw, mark.world.x);
+        EXPECT_EQ(record->m_dYw, mark.world.y);
+        EXPECT_EQ(record->m_dZw, mark.world.z);
+        EXPECT_EQ(record->m_dWeight, mark.quality);
+    }
+    EXPECT_GE(usable, 60U);
+    EXPECT_EQ(records.size(), usable);
+    EXPECT_TRUE(m_locator.ExportRecords().empty());
+}
+
 TEST_F(BoardLocation, WithoutImageThereAreNoEdgesToDraw)
 {
     EXPECT_EQ(m_locator.DrawEdges().GetSizeInPixels(), 0);
