@@ -22,6 +22,7 @@ class CCTImage;
 class LxCCalibData;
 class LxCCalibrationData;
 class LxCCBRect;
+class LxCCCTSerializer;
 
 /// A calibration target: the marks that were found of it in the present image, its world coordinates, read once from
 /// a data file, and its thresholds. It exports pairs of world point and image point to the camera model.
@@ -228,6 +229,11 @@ public:
 
     /// A file name below `GetPath`, or one of the special names. Loads nothing.
     void SetCoordFile(const std::string& coordFile) { m_sCoordFile = coordFile; }
+
+    /// Which data file, how many iterations, and in `section`::Thres the thresholds; what an image or the data file
+    /// told is not stored. A name of a file that would leave the folder is logged and not taken. After reading, the next
+    /// `LoadDataFile` reads again.
+    void Serialize(LxCCCTSerializer& serializer, const std::string& section);
 
     /// Lets the next `LoadDataFile` read again.
     void ForgetDataFile() { m_bDataLoaded = false; }

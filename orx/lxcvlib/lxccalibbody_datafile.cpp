@@ -6,6 +6,7 @@
 #include "lxccalibrationtargetwriter.h"
 #include "lxccctserializer.h"
 #include "lxccctserializerfile.h"
+#include "lxcpropertybag.h"
 #include "orx/logging/logger.h"
 #include "orx/platform/keyvaluestore.h"
 #include "standardslides.h"
@@ -53,7 +54,35 @@ bool ReadTargetDataStore(std::string& text)
     return true;
 }
 
+/// Whether a name that is put behind a folder names anything but a file in it.
+bool LeavesFolder(const std::string& fileName)
+{
+    return fileName.find_first_of("/\\") != std::string::npos || fileName.find('\0') != std::string::npos ||
+           fileName == "." || fileName == "..";
+}
+
 } // namespace
+
+void LxCCalibBody::Serialize(LxCCCTSerializer& serializer, const std::string& section)
+{
+    std::string coordFile = m_sCoordFile;
+    LxCPropertyBag bag;
+    bag.addScalar(coordFile, "CoordFile");
+    bag.addScalar(m_iMaxCalibrationIteration, "MaxCalibrationIteration");
+    bag.serialize(serializer, section, true);
+    if (m_pThres != nullptr) {
+        m_pThres->Serialize(serializer, section + c_sThresSection);
+    }
+    if (serializer.IsStoring()) {
+        return;
+    }
+    m_bDataLoaded = false;
+    if (LeavesFolder(coordFile)) {
+        s_Logger.Error(L"LxCCalibBody::Serialize: <%s> is no name of a data file\n", coordFile);
+        return;
+    }
+    m_sCoordFile = coordFile;
+}
 
 ECalibError LxCCalibBody::LoadDataFile()
 {

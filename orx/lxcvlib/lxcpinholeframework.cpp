@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <iterator>
 #include <limits>
+#include <typeinfo>
 
 namespace LxCV {
 
@@ -51,7 +52,10 @@ std::size_t CountRegions(LxCCCTSerializer& serializer, const std::string& sectio
 
 } // namespace
 
-LxCPinholeFramework::LxCPinholeFramework() : m_pCamera(std::make_unique<LxCPinholeCamera>())
+LxCPinholeFramework::LxCPinholeFramework()
+    : m_pCamera(std::make_unique<LxCPinholeCamera>()),
+      m_pProjCalibBody(std::make_unique<LxCProjSlideCalibBody>()),
+      m_pCamCalibBody(std::make_unique<LxCCBCalibBody>(true))
 {
     m_Projector.SetMasterCam(m_pCamera.get());
 }
@@ -73,6 +77,11 @@ void LxCPinholeFramework::Serialize(LxCCCTSerializer& serializer, const std::str
         CalibStatusChanged(0, std::numeric_limits<int>::max(), true, true, true);
     }
     SerializeRoiIgnore(serializer, section + "::RoiIgnore");
+    m_pCamCalibBody->Serialize(serializer, section + "::CamCalibBody");
+    m_pProjCalibBody->Serialize(serializer, section + "::ProjCalibBody");
+    if (reading) {
+        LoadStandardSlide();
+    }
 }
 
 void LxCPinholeFramework::SerializeRoiIgnore(LxCCCTSerializer& serializer, const std::string& section)
@@ -87,6 +96,25 @@ void LxCPinholeFramework::SerializeRoiIgnore(LxCCCTSerializer& serializer, const
     for (std::size_t i = 0; i < m_vRoiIgnore.size(); ++i) {
         m_vRoiIgnore[i].Serialize(serializer, RegionSection(section, i));
     }
+}
+
+void LxCPinholeFramework::LoadStandardSlide()
+{
+    const bool isC = m_Projector.GetCLPattern()->GetPatternString() == LxCStripePattern::GetPatternStringC();
+    m_pProjCalibBody->SetCoordFile(isC ? LxCCalibBody::sc_StandardParammsDiaC
+                                       : LxCCalibBody::sc_StandardParammsDiaA2);
+    m_pProjCalibBody->ForgetDataFile();
+    m_pProjCalibBody->LoadDataFile();
+}
+
+const LxCCProjSlideCalibThres* LxCPinholeFramework::GetProjCalibThres() const
+{
+    // Measuring asks for them, and a comparison of types is much cheaper than a cast that has to search.
+    const LxCCalibThres* const thres = m_pProjCalibBody->GetThres();
+    if (thres != nullptr && typeid(*thres) == typeid(LxCCProjSlideCalibThres)) {
+        return static_cast<const LxCCProjSlideCalibThres*>(thres);
+    }
+    return dynamic_cast<const LxCCProjSlideCalibThres*>(thres);
 }
 
 LxCPinholeFramework::EReturnCode LxCPinholeFramework::GetStatus(int width, int height) const
@@ -173,7 +201,9 @@ void LxCPinholeFramework::ResetCalibration(bool)
     if (!LxCLxCVLibSettings::IsReducedPolynomKoma()) {
         m_PolynomKoma.ClearPolynomials();
     }
-    m_ProjCalibThres.ResetMarkerMask();
+    if (LxCCProjSlideCalibThres* const thres = GetProjCalibThres()) {
+        thres->ResetMarkerMask();
+    }
     CalibStatusChanged(0, std::numeric_limits<int>::max(), true, true, true);
 }
 
@@ -242,11 +272,11 @@ void LxCPinholeFramework::ComputePointsOnEdges(const CSensorPoint& undistorted, 
                 ? pattern.GetCalibratetPosition(firstEdge + static_cast<int>(i), slide.col, slide.depth)
                 : pattern.GetNominalEdgePositions()[index + i];
     }
+    const LxCCProjSlideCalibThres* const marks = skipNearMarks ? GetProjCalibThres() : nullptr;
     for (std::size_t i = 0; i < points.size(); ++i) {
         const CSlidePoint& slide = slidePoints[i];
         LxC3DCoordsCCT& point = points[i];
-        if (!skipNearMarks ||
-            !m_ProjCalibThres.IsCloseByMarkerPosition(firstEdge + static_cast<int>(i), slide.col)) {
+        if (marks == nullptr || !marks->IsCloseByMarkerPosition(firstEdge + static_cast<int>(i), slide.col)) {
             ComputeXYZInLocalPlane(undistorted, origin, slide.col, slide.row, camCoords, &point.x, &point.y,
                                    &point.z);
         }

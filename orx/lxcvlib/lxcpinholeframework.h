@@ -3,8 +3,10 @@
 
 #include "ckomaparameter.h"
 #include "clightplane.h"
-#include "lxccprojslidecalibthres.h"
+#include "ecaliberror.h"
+#include "lxccbcalibbody.h"
 #include "lxcpatternprojector.h"
+#include "lxcprojslidecalibbody.h"
 #include "lxcroi.h"
 #include "lxcworkingspace.h"
 #include "orx/base/export.h"
@@ -13,14 +15,17 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace LxCV {
 
+class CCTImage;
 class LxAFrameGrabber;
 
 /// One calibrated camera, one calibrated projector with its stripe pattern, the coma polynomial and the
-/// working space, joined into the model that turns a pixel on a stripe edge into a 3D point.
+/// working space, joined into the model that turns a pixel on a stripe edge into a 3D point; and the two targets
+/// with which camera and projector are calibrated.
 ///
 /// A camera pixel is a ray from the camera's centre; a stripe edge is a plane through the projector's centre
 /// and the edge on the slide; the point is where they meet. The slide is not perfect, so the edge's position
@@ -34,7 +39,13 @@ class LxAFrameGrabber;
 /// coordinates or in world coordinates. Slide positions are in slide units.
 ///
 /// Tables are derived from camera, projector, pattern and working space by `CalibStatusChanged`; whoever
-/// changes one of these through its accessor calls it afterwards. `ComputeEdgeXYZ`, `ComputeEdgesXYZ`,
+/// changes one of these through its accessor calls it afterwards.
+///
+/// Marks that a target found are filed in camera and projector by `AddCamCalibData` and `AddProjCalibData`, which
+/// tell about it in a status text for the user. Marks and tables know nothing of each other. Camera, targets and
+/// filed marks are owned.
+///
+/// `ComputeEdgeXYZ`, `ComputeEdgesXYZ`,
 /// `ComputeEdgeXYZSubEdge`, `ComputeEdgeDepth` and `UnwrapStripeId` only read, take no lock and allocate nothing: any number of
 /// threads may call them at once, but not while the model changes.
 class ORX_EXPORT LxCPinholeFramework
@@ -51,19 +62,26 @@ public:
     /// What `UnwrapStripeId` answers where no stripe edge fits; equals LxCPatternPosition's invalid position.
     static constexpr std::int32_t sc_iInvalidStripeEdge = 4095;
 
-    /// An uncalibrated camera, which the framework owns, and an uncalibrated projector with the camera as
-    /// master.
+    /// Marks that `AddCamCalibData` takes at least.
+    static constexpr int sc_iMinNumCalibPoints = LxCPinholeCamera::sc_iMinNumCalibPoints;
+
+    /// An uncalibrated camera, an uncalibrated projector with the camera as master, and targets that have loaded no
+    /// data. Throws as `LxCCalibBody` does.
     LxCPinholeFramework();
     LxCPinholeFramework(const LxCPinholeFramework&) = delete;
     LxCPinholeFramework& operator=(const LxCPinholeFramework&) = delete;
     virtual ~LxCPinholeFramework();
 
     /// Reads or writes the whole model below `section`: "::MV3DCamBase" (working space), "::Cams[0]",
-    /// "::Projector", "::PolynomKoma", "::RoiIgnore" with a "::RoiIgnore::Roi[i]" for each region. Missing
-    /// sections and keys leave what the object holds, but for placements, which become the identity, and the
-    /// pattern, which takes its defaults and is invalid without a size. Reading makes the camera the projector's
-    /// master and rebuilds the tables; it must not overlap with measuring. A count of regions that the text
-    /// cannot hold is logged and replaced by the number of regions that are there.
+    /// "::Projector", "::PolynomKoma", "::RoiIgnore" with a "::RoiIgnore::Roi[i]" for each region, "::CamCalibBody"
+    /// and "::ProjCalibBody". Missing sections and keys leave what the object holds, but for placements, which become
+    /// the identity, the pattern, which takes its defaults and is invalid without a size, and the targets' thresholds,
+    /// which take theirs. Reading makes the camera the projector's master and rebuilds the tables; it must not overlap
+    /// with measuring. A count of regions that the text cannot hold is logged and replaced by the number of regions
+    /// that are there.
+    ///
+    /// The projector's target takes the built-in data of the slide that belongs to the pattern that was read, that of
+    /// pattern A if it is neither. Their thresholds go before those of the text, deliberately: a slide has one set.
     /// @throws std::out_of_range for a row of edge positions that is longer than the pattern has edges; the
     ///     model is uncalibrated then
     virtual void Serialize(LxCCCTSerializer& serializer, const std::string& section);
@@ -137,9 +155,19 @@ public:
     CKomaParameter* GetPolynomKoma() { return &m_PolynomKoma; }
     const CKomaParameter* GetPolynomKoma() const { return &m_PolynomKoma; }
 
-    /// Where the marks on the slide are, which `skipNearMarks` leaves out.
-    LxCCProjSlideCalibThres* GetProjCalibThres() { return &m_ProjCalibThres; }
-    const LxCCProjSlideCalibThres* GetProjCalibThres() const { return &m_ProjCalibThres; }
+    /// The checkerboard that calibrates the camera, and the slide that calibrates the projector. Owned here.
+    LxCCBCalibBody* GetCamCalibBody() { return m_pCamCalibBody.get(); }
+    const LxCCBCalibBody* GetCamCalibBody() const { return m_pCamCalibBody.get(); }
+    LxCProjSlideCalibBody* GetProjCalibBody() { return m_pProjCalibBody.get(); }
+    const LxCProjSlideCalibBody* GetProjCalibBody() const { return m_pProjCalibBody.get(); }
+
+    /// The thresholds of the projector's target: where the marks on the slide are, which `skipNearMarks` leaves out.
+    /// Null where that target was given thresholds of another class; no place is near a mark then.
+    LxCCProjSlideCalibThres* GetProjCalibThres()
+    {
+        return const_cast<LxCCProjSlideCalibThres*>(std::as_const(*this).GetProjCalibThres());
+    }
+    const LxCCProjSlideCalibThres* GetProjCalibThres() const;
 
     /// Regions of the camera image that measuring leaves out, in pixels.
     std::vector<LxCRoi>& GetRoiIgnore() { return m_vRoiIgnore; }
@@ -233,13 +261,18 @@ private:
                               std::vector<std::vector<std::int32_t>>& lut) const;
     void SerializeRoiIgnore(LxCCCTSerializer& serializer, const std::string& section);
 
+    /// Gives the projector's target the built-in data of the pattern's slide.
+    void LoadStandardSlide();
+
     std::unique_ptr<LxCPinholeCamera> m_pCamera;
     LxCPatternProjector m_Projector;
     CKomaParameter m_PolynomKoma;
     bool m_bCalibrated = false;
     LxCWorkingSpace m_WorkingSpace;
     std::vector<LxCRoi> m_vRoiIgnore;
-    LxCCProjSlideCalibThres m_ProjCalibThres;
+    std::unique_ptr<LxCProjSlideCalibBody> m_pProjCalibBody;
+    std::unique_ptr<LxCCBCalibBody> m_pCamCalibBody;
+    std::string m_sCalibStatus;                           ///< for the user; grows until it is handed over
     std::vector<CLightPlane> m_vEdgePlanes;               ///< index stripe edge; camera frame
     std::vector<std::vector<std::int32_t>> m_viUnwrapLUT; ///< [image row / step][id]: stripe edge
     std::int32_t m_iUnwrapRowStep = 8;                    ///< image rows for each row of the table

@@ -74,7 +74,13 @@ TEST(ModelText, HasItsSectionsInFileOrder)
         "::S::PolynomKoma",
         "::S::RoiIgnore",
         "::S::RoiIgnore::Roi[0]",
-        "::S::RoiIgnore::Roi[1]"};
+        "::S::RoiIgnore::Roi[1]",
+        "::S::CamCalibBody",
+        "::S::CamCalibBody::Thres",
+        "::S::CamCalibBody::Thres::Base",
+        "::S::ProjCalibBody",
+        "::S::ProjCalibBody::Thres",
+        "::S::ProjCalibBody::Thres::Base"};
     EXPECT_EQ(Sections(Store(framework, "::S")), expected);
 }
 
@@ -101,12 +107,17 @@ TEST(ModelText, ComesBackByteForByte)
     }
 }
 
-TEST(ModelText, OfAFreshModelComesBackByteForByte)
+TEST(ModelText, OfAFreshModelComesBackButForItsTargets)
 {
     CFrameworkProbe fresh;
     const std::string text = Store(fresh, c_sRoot);
     CFrameworkProbe again(text);
-    EXPECT_EQ(Store(again, c_sRoot), text);
+    const std::string read = Store(again, c_sRoot);
+    const std::string targets =
+        "::MV3DCam::CamCalibBody\n"; // take the standard slide, and correct a serial number
+    EXPECT_EQ(read.substr(0, read.find(targets)), text.substr(0, text.find(targets)));
+    CFrameworkProbe third(read);
+    EXPECT_EQ(Store(third, c_sRoot), read);
 }
 
 TEST(ModelText, GivesAModelThatMeasuresTheSame)
