@@ -1,10 +1,11 @@
-// Model files: shown, and taken from one form to another.
+// Model files: shown, checked, and taken from one form to another.
 #include "scanner/app/modelcommands.h"
 
 #include "lxcpinholeframework.h"
 #include "scanner/app/filecontent.h"
 #include "scanner/app/modelfile.h"
 #include "scanner/app/modelreport.h"
+#include "scanner/calibration/modelcheck.h"
 #include "scanner/calibration/modelreading.h"
 #include "scanner/calibration/modeltext.h"
 
@@ -76,6 +77,21 @@ void Show(const ShowOptions& options, std::ostream& out)
     }
 }
 
+void Check(const ShowOptions& options, std::ostream& out)
+{
+    const Source source = Open(options);
+    const std::vector<calibration::ModelFinding> findings =
+        calibration::CheckModel(source.file.text, source.root);
+    if (options.json) {
+        PrintFindingsAsJson(options.file, findings, out);
+    } else {
+        PrintFindings(options.file, findings, out);
+    }
+    if (!calibration::IsSound(findings)) {
+        throw std::runtime_error("'" + options.file.string() + "' is not sound");
+    }
+}
+
 struct ConvertOptions : SourceOptions
 {
     std::filesystem::path out;
@@ -112,15 +128,17 @@ void AddSourceOptions(CLI::App& parser, SourceOptions& options)
                       "Root of the model's sections, where the text holds several models");
 }
 
-TargetCommand AddShow(CLI::App& model)
+/// A command that tells of one model.
+TargetCommand AddTelling(CLI::App& model, const std::string& name, const std::string& description,
+                         void (*tell)(const ShowOptions&, std::ostream&))
 {
     const auto options = std::make_shared<ShowOptions>();
-    CLI::App* const parser = model.add_subcommand("show", "Tell what a model holds");
+    CLI::App* const parser = model.add_subcommand(name, description);
     AddSourceOptions(*parser, *options);
     parser->add_flag("--json", options->json, "Print it as JSON");
-    return [parser, options](std::ostream& out) {
+    return [parser, options, tell](std::ostream& out) {
         if (parser->parsed()) {
-            Show(*options, out);
+            tell(*options, out);
         }
     };
 }
@@ -151,8 +169,12 @@ TargetCommand AddModelCommands(CLI::App& program)
 {
     CLI::App* const model = program.add_subcommand("model", "Show, check and convert models");
     model->require_subcommand(1);
-    return [show = AddShow(*model), convert = AddConvert(*model)](std::ostream& out) {
+    const TargetCommand show = AddTelling(*model, "show", "Tell what a model holds", Show);
+    const TargetCommand check =
+        AddTelling(*model, "check", "Tell what a model lacks, and what is out of the device's ranges", Check);
+    return [show, check, convert = AddConvert(*model)](std::ostream& out) {
         show(out);
+        check(out);
         convert(out);
     };
 }

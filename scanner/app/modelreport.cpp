@@ -146,4 +146,42 @@ void PrintModelAsJson(const ModelSummary& summary, LxCPinholeFramework& model, s
     PrintJson(out, json);
 }
 
+void PrintFindings(const std::filesystem::path& file, const std::vector<calibration::ModelFinding>& findings,
+                   std::ostream& out)
+{
+    constexpr int lineWidth = 5;
+    if (!findings.empty()) {
+        out << " line  kind   section, key: finding\n";
+    }
+    for (const calibration::ModelFinding& finding : findings) {
+        const std::string line = finding.line == 0 ? "-" : std::to_string(finding.line);
+        std::string place = finding.section;
+        if (!finding.key.empty()) {
+            place += (place.empty() ? "" : ", ") + finding.key;
+        }
+        out << std::setw(lineWidth) << line << "  " << (finding.isError ? "error" : "note ") << "  " << place
+            << (place.empty() ? "" : ": ") << finding.problem << "\n"
+            << std::string(lineWidth + 9, ' ') << "-> " << finding.advice << "\n";
+    }
+    out << file.string() << (calibration::IsSound(findings) ? " is sound\n" : " is not sound\n");
+}
+
+void PrintFindingsAsJson(const std::filesystem::path& file,
+                         const std::vector<calibration::ModelFinding>& findings, std::ostream& out)
+{
+    nlohmann::ordered_json json;
+    json["file"] = file.string();
+    json["sound"] = calibration::IsSound(findings);
+    json["findings"] = nlohmann::ordered_json::array();
+    for (const calibration::ModelFinding& finding : findings) {
+        json["findings"].push_back({{"kind", finding.isError ? "error" : "note"},
+                                    {"line", finding.line},
+                                    {"section", finding.section},
+                                    {"key", finding.key},
+                                    {"problem", finding.problem},
+                                    {"advice", finding.advice}});
+    }
+    PrintJson(out, json);
+}
+
 } // namespace app

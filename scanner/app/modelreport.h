@@ -2,6 +2,7 @@
 #pragma once
 
 #include "scanner/app/modelfile.h"
+#include "scanner/calibration/modelcheck.h"
 #include "scanner/calibration/modeltext.h"
 
 #include <filesystem>
@@ -30,5 +31,12 @@ std::string FormName(ModelForm form);
 void PrintModel(const ModelSummary& summary, LxCV::LxCPinholeFramework& model, std::ostream& out);
 
 void PrintModelAsJson(const ModelSummary& summary, LxCV::LxCPinholeFramework& model, std::ostream& out);
+
+/// A table of findings, and whether the model is sound.
+void PrintFindings(const std::filesystem::path& file, const std::vector<calibration::ModelFinding>& findings,
+                   std::ostream& out);
+
+void PrintFindingsAsJson(const std::filesystem::path& file,
+                         const std::vector<calibration::ModelFinding>& findings, std::ostream& out);
 
 } // namespace app
