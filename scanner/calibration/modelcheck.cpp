@@ -5,6 +5,7 @@
 #include "scanner/calibration/modelgeometry.h"
 #include "scanner/calibration/modelranges.h"
 #include "scanner/calibration/modelreading.h"
+#include "scanner/calibration/modeltargets.h"
 #include "scanner/calibration/modeltext.h"
 
 #include <algorithm>
@@ -28,9 +29,9 @@ constexpr const char* c_slideTarget = "::ProjCalibBody";
 /// The values that are no numbers, or no single ones.
 bool IsText(std::string_view key)
 {
-    constexpr std::array<std::string_view, 8> texts{"CalibTime", "CalibRevNumber",       "CalibInfos",
-                                                    "Pattern",   "CalibMarkPos",         "BlankOutMarkerPos",
-                                                    "TargetIdS", "IgnoreDepthOnLSECalib"};
+    constexpr std::array<std::string_view, 9> texts{
+        "CoordFile",    "CalibTime",         "CalibRevNumber", "CalibInfos",           "Pattern",
+        "CalibMarkPos", "BlankOutMarkerPos", "TargetIdS",      "IgnoreDepthOnLSECalib"};
     return key == "BaseShift" || key.starts_with("LUT[") ||
            std::find(texts.begin(), texts.end(), key) != texts.end();
 }
@@ -257,21 +258,42 @@ void AddLines(std::vector<ModelFinding>& findings, const std::vector<ModelSectio
     }
 }
 
+/// The same text with no patches of edge positions, so that the rest of the model is read.
+std::string WithoutEdgeTable(const std::string& text, const std::vector<ModelSection>& sections,
+                             const std::string& root)
+{
+    const ModelSection* const pattern = FindSection(sections, root + c_pattern);
+    const ModelLine* const patches = pattern == nullptr ? nullptr : pattern->Find("NumPatches");
+    if (patches == nullptr) {
+        return text;
+    }
+    std::size_t begin = 0;
+    for (std::size_t line = 1; line < patches->number; ++line) {
+        begin = text.find('\n', begin) + 1;
+    }
+    const std::size_t end = std::min(text.find('\n', begin), text.size());
+    return text.substr(0, begin) + "NumPatches=0" + text.substr(end);
+}
+
 } // namespace
 
 std::vector<ModelFinding> CheckModel(const std::string& text, const std::string& root)
 {
     const std::vector<ModelSection> given = SplitModelText(text);
+    std::vector<ModelFinding> ofModel;
     std::unique_ptr<LxCV::LxCPinholeFramework> model;
     try {
         model = ReadModel(text, root);
-    } catch (const ModelError& error) {
-        return {{true, 0, c_pattern, "LUT[patch][depth]", "a row is longer than the pattern has stripe edges",
-                 "correct PatternHeight and StripeWidth, or take the section from a backup"}};
+    } catch (const ModelError&) {
+        ofModel.push_back({true, 0, c_pattern, "LUT[patch][depth]",
+                           "a row is longer than the pattern has stripe edges",
+                           "correct PatternHeight and StripeWidth, or take the section from a backup"});
+        model = ReadModel(WithoutEdgeTable(text, given, root), root);
     }
     const std::vector<ModelSection> read = SplitModelText(WriteModel(*model, root));
-    std::vector<ModelFinding> ofModel = CheckRanges(read, root);
+    Append(ofModel, CheckRanges(read, root));
     Append(ofModel, CheckGeometry(*model));
+    Append(ofModel, CheckTargets(*model));
     AddLines(ofModel, given, root);
     std::vector<ModelFinding> findings = ModelTextCheck(given, read, root).Run();
     Append(findings, std::move(ofModel));

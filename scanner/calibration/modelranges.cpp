@@ -91,7 +91,9 @@ const std::vector<SectionRanges>& AllRanges()
           {"NumPatchesDepth", 1, 1000, ""}},
          projector},
         {"::PolynomKoma", {{"MaxDelta", 0, 1, "mm"}}, "correct it, or switch the correction off by Use=0"},
-        {"::CamCalibBody",
+        {"::CamCalibBody", {{"MaxCalibrationIteration", 1, 10'000, ""}}, "correct it"},
+        {"::ProjCalibBody", {{"MaxCalibrationIteration", 1, 10'000, ""}}, "correct it"},
+        {"::CamCalibBody::Thres",
          {{"TypeOfCB", 0, 3, ""},
           {"NrOfRows", 1, 200, "squares"},
           {"NrOfCols", 1, 200, "squares"},
@@ -104,8 +106,8 @@ const std::vector<SectionRanges>& AllRanges()
           {"XOffset", -c_farthest, c_farthest, "mm"},
           {"YOffset", -c_farthest, c_farthest, "mm"}},
          board},
-        {"::CamCalibBody::Base", BaseThresholdRanges(), board},
-        {"::ProjCalibBody",
+        {"::CamCalibBody::Thres::Base", BaseThresholdRanges(), board},
+        {"::ProjCalibBody::Thres",
          {{"MarkerTyp", 1, 2, ""},
           {"NrOfRows", 0, 200, "marks"},
           {"NrOfCols", 0, 200, "marks"},
@@ -114,7 +116,7 @@ const std::vector<SectionRanges>& AllRanges()
           {"MaxPolyFitQuad", 0, 1, "1/pixel"},
           {"MaxDiffFitLinear", 0, 10, ""}},
          slide},
-        {"::ProjCalibBody::Base", BaseThresholdRanges(), slide},
+        {"::ProjCalibBody::Thres::Base", BaseThresholdRanges(), slide},
     };
     return ranges;
 }
@@ -150,6 +152,9 @@ std::optional<double> ParseNumber(std::string_view text)
     }
     if (text.starts_with('+')) {
         text.remove_prefix(1);
+        if (text.starts_with('-')) {
+            return std::nullopt;
+        }
     }
     double number = 0.0;
     const auto [stop, error] = std::from_chars(text.data(), end, number);

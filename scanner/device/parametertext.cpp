@@ -3,6 +3,8 @@
 
 #include <locale>
 #include <sstream>
+#include <string>
+#include <vector>
 
 namespace device {
 
@@ -141,6 +143,96 @@ void WritePointCorrection(SectionWriter& out, const std::string& section)
     out.Key("Use", 0);
 }
 
+/// How marks are searched for in an image: what all targets have in common.
+void WriteSearch(SectionWriter& out, const std::string& section, int margin, int smoothing)
+{
+    constexpr double c_marginPercent = 0.015; // share of the target's extent
+    out.Section(section);
+    out.Key("ImgMargin", margin);
+    out.Key("ImgMarginBottom", 0);
+    out.Key("SmoothingMode", 1);
+    out.Key("KernelSizeX", smoothing);
+    out.Key("KernelSizeY", smoothing);
+    out.Key("MarginPercent", c_marginPercent);
+    out.Key("FishEyeLens", 0);
+    out.Key("PseudoKappa2Tsai", 0.0);
+    out.Key("MaxIterationsPropIDs", 10);
+    out.Key("UseAutoThresholds", 1);
+}
+
+void WriteTarget(SectionWriter& out, const std::string& section, const std::string& coordinates)
+{
+    out.Section(section);
+    out.Key("CoordFile", coordinates);
+    out.Key("MaxCalibrationIteration", 100);
+}
+
+/// The plate that the camera is calibrated with: whichever is installed, without a number of its own.
+void WriteCheckerboard(SectionWriter& out, const std::string& section)
+{
+    WriteTarget(out, section, "registry");
+    out.Section(section + "::Thres");
+    out.Key("TargetId", 0);
+    out.Key("TargetIdS", "00000000");
+    out.Key("TargetVersion", 0);
+    out.Key("MinLocExtAmount", 40);
+    out.Key("MinTotalExtAmount", 80);
+    out.Key("NrOfSamples", 27);
+    out.Key("Skip", 3);
+    out.Key("MaxDistCornerToEdgeEnd", 80);
+    out.Key("MinDistCornerToOppEdgeEnd", 7);
+    out.Key("NrOfRows", 7);
+    out.Key("NrOfCols", 8);
+    out.Key("MinEdgeLen", 10);
+    out.Key("MaxEdgeLen", 80);
+    out.Key("IdOfFirstMarkedSquare", 27);
+    out.Key("TypeOfCB", 1);
+    out.Key("AssumeStandardOrientation", 0);
+    out.Key("XOffset", 0.0);
+    out.Key("YOffset", 0.0);
+    out.Key("UseParabolaFit", 0);
+    out.Key("UseEdgeDirCheck", 1);
+    out.Key("Factor1", 1.0);
+    out.Key("Factor2", 1.0);
+    WriteSearch(out, section + "::Thres::Base", 5, 5);
+}
+
+template <typename Number>
+std::string JoinWithCommas(const std::vector<Number>& numbers)
+{
+    std::string text;
+    for (const Number number : numbers) {
+        text += (text.empty() ? "" : ",") + std::to_string(static_cast<int>(number));
+    }
+    return text;
+}
+
+/// The marks of the slide that goes with the digits. They are the calibration target also of a device whose slide is
+/// rendered without them.
+void WriteSlideMarks(SectionWriter& out, const std::string& section, const DeviceParameters& parameters)
+{
+    constexpr double c_maxPolyFitQuad = 0.00005; // 1/pixel
+    constexpr double c_maxDiffFitLinear = 0.025;
+    const SlideParameters bright = SlideWithBrightMarks();
+    const bool isBright = parameters.slide.digits == bright.digits;
+    const SlideParameters slide = isBright ? bright : SlideWithDarkMarks();
+    const std::vector<double> rows(slide.markCentres.rbegin(), slide.markCentres.rend());
+    WriteTarget(out, section, isBright ? "StandardParamsDiaC" : "StandardParamsDiaA2");
+    out.Section(section + "::Thres");
+    out.Key("MinLocExtAmount", 50);
+    out.Key("MinTotalExtAmount", 80);
+    out.Key("NrOfRows", rows.size());
+    out.Key("NrOfCols", slide.markStripes.size());
+    out.Key("CalibMarkPos", JoinWithCommas(slide.markStripes));
+    out.Key("BlankOutMarkerPos", JoinWithCommas(rows));
+    out.Key("BlankOutMarkerWidth", static_cast<int>(2.0 * slide.markHalfLength));
+    out.Key("MaxPolyFitQuad", c_maxPolyFitQuad);
+    out.Key("MaxDiffFitLinear", c_maxDiffFitLinear);
+    out.Key("FixedNrVisibleRows", rows.size());
+    out.Key("MarkerTyp", isBright ? 2 : 1);
+    WriteSearch(out, section + "::Thres::Base", 3, 3);
+}
+
 } // namespace
 
 std::string WriteParameterText(const DeviceParameters& parameters, const std::string& root)
@@ -156,6 +248,8 @@ std::string WriteParameterText(const DeviceParameters& parameters, const std::st
     WritePointCorrection(out, root + "::PolynomKoma");
     out.Section(root + "::RoiIgnore");
     out.Key("NumRoiIgnore", 0);
+    WriteCheckerboard(out, root + "::CamCalibBody");
+    WriteSlideMarks(out, root + "::ProjCalibBody", parameters);
     return out.Text();
 }
 

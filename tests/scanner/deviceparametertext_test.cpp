@@ -65,6 +65,12 @@ TEST(DeviceParameterText, HoldsTheSectionsOfADeviceInOrder)
         "::Unit::Projector::CLPattern",
         "::Unit::PolynomKoma",
         "::Unit::RoiIgnore",
+        "::Unit::CamCalibBody",
+        "::Unit::CamCalibBody::Thres",
+        "::Unit::CamCalibBody::Thres::Base",
+        "::Unit::ProjCalibBody",
+        "::Unit::ProjCalibBody::Thres",
+        "::Unit::ProjCalibBody::Thres::Base",
     };
     EXPECT_EQ(sections.at(""), expected);
 }
@@ -158,6 +164,35 @@ TEST(DeviceParameterText, CorrectionPolynomialIsZeroAndOff)
     EXPECT_EQ(lines[29], "P29=0.00000000000000000000");
     EXPECT_EQ(lines[31], "Use=0");
     EXPECT_EQ(sections.at("::S::RoiIgnore"), std::vector<std::string>{"NumRoiIgnore=0"});
+}
+
+TEST(DeviceParameterText, TheCamerasTargetIsTheInstalledPlate)
+{
+    const Sections sections = Split(VirtualDevice().ParameterText("::S"));
+    const std::vector<std::string> target = {"CoordFile=registry", "MaxCalibrationIteration=100"};
+    EXPECT_EQ(sections.at("::S::CamCalibBody"), target);
+    // The plate of the rendered checkerboard: 7 rows of 8 squares, the first embedded one in square 27.
+    EXPECT_EQ(Value(sections, "::S::CamCalibBody::Thres", "NrOfRows"), "7");
+    EXPECT_EQ(Value(sections, "::S::CamCalibBody::Thres", "NrOfCols"), "8");
+    EXPECT_EQ(Value(sections, "::S::CamCalibBody::Thres", "IdOfFirstMarkedSquare"), "27");
+    EXPECT_EQ(Value(sections, "::S::CamCalibBody::Thres::Base", "KernelSizeX"), "5");
+}
+
+TEST(DeviceParameterText, TheProjectorsTargetIsTheSlideOfTheDigits)
+{
+    DeviceParameters parameters;
+    const Sections dark = Split(VirtualDevice(parameters).ParameterText("::S"));
+    EXPECT_EQ(Value(dark, "::S::ProjCalibBody", "CoordFile"), "StandardParamsDiaA2");
+    EXPECT_EQ(Value(dark, "::S::ProjCalibBody::Thres", "CalibMarkPos"),
+              "10,20,28,38,50,58,74,84,92,102,114,122,138");
+    EXPECT_EQ(Value(dark, "::S::ProjCalibBody::Thres", "BlankOutMarkerPos"), "1750,3500,5250");
+    EXPECT_EQ(Value(dark, "::S::ProjCalibBody::Thres", "MarkerTyp"), "1");
+    parameters.slide = SlideWithBrightMarks();
+    const Sections bright = Split(VirtualDevice(parameters).ParameterText("::S"));
+    EXPECT_EQ(Value(bright, "::S::ProjCalibBody", "CoordFile"), "StandardParamsDiaC");
+    EXPECT_EQ(Value(bright, "::S::ProjCalibBody::Thres", "CalibMarkPos"),
+              "8,24,32,40,56,64,72,88,96,104,120");
+    EXPECT_EQ(Value(bright, "::S::ProjCalibBody::Thres", "MarkerTyp"), "2");
 }
 
 /// A locale with decimal commas and grouped thousands.
