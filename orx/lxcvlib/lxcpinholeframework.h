@@ -187,6 +187,31 @@ public:
     double GetMinDistCamToScene() const { return GetMinZc(); }
     double GetMaxDistCamToScene() const { return GetMaxZc(); }
 
+    // Reports for the user. Their numbers do not depend on the locale.
+
+    /// Appends the text of a result of calibration and a line feed to the calibration's status text; "general error" for
+    /// a number without a text of its own, and nothing for success.
+    void InterpretCalibError(ECalibError code);
+
+    /// What calibration has told since `PrintCalibStatus` handed it over.
+    std::string GetCalibStatus() const { return m_sCalibStatus; }
+
+    /// Hands the status text over, with an empty line behind it, and forgets it. Without a status text nothing
+    /// happens: `out` stays as it is even with `clear`.
+    /// @param append whether the text goes behind what `out` holds; otherwise before it
+    /// @param clear empties `out` first
+    void PrintCalibStatus(std::string& out, bool append, bool clear);
+
+    /// Replaces `out` by places and intrinsic parameters of camera and projector in words, or by the sentence that
+    /// the system is not calibrated. Places are in the world, mm. The label of the projector's place says camera
+    /// coordinates, which holds where the camera is the world; reports are compared with older ones, so it stays.
+    virtual void PrintCalibData(std::string& out) const;
+
+    /// Kept for its callers: no file is written. The other parts are for calibration tools, which derive.
+    /// @param transforms target orientations of the camera's views
+    void DebugPrintCalibResults(const std::string& directory, std::string text,
+                                std::vector<LxCCoordSysTrans>& transforms);
+
 protected:
     /// Row of the unwrap table for an image row; negative for a negative row.
     int UnwrappingLutIndexFromPosition(int row) const { return row >> m_iUnwrapRowShift; }
@@ -221,6 +246,36 @@ protected:
     ///     with an empty table and a log line
     bool InitIdUnwrapLUTGeneric(double zMin, double zMax, int numIds, int numEdges,
                                 std::vector<std::vector<std::int32_t>>& lut);
+
+    // Files of the marks that are held, for looking at a calibration. Each view has a file of its own with its number
+    // in three digits or more, each mark that is not zero a line of numbers with blanks between, which read back give
+    // the same doubles. World points are in mm, image points (u, v) in pixels, a projector's in slide units. A null
+    // device has no files.
+    //
+    // A file is made anew. One that cannot be written is logged as an error, the others are written all the same. A
+    // path is the directory followed by a separator and the name, so that no directory means the root folder; a
+    // directory with a NUL is none.
+
+    /// By view: ProjCalib_SensorCoords_ (u v) and ProjCalib_pre_5dArray_ (x y z u v) of the projector's marks,
+    /// CamCalib_SensorCoords_ (u v) of the camera's.
+    void DebugPrintCalibResultsPart1(std::string& directory, const LxCPinholeCamera* camera,
+                                     const LxCPinholeCamera* projector);
+
+    /// Ignores all arguments.
+    void DebugPrintCalibResultsPart2(const std::string& directory, std::string text,
+                                     const LxCPinholeCamera* camera, const LxCPinholeCamera* projector,
+                                     LxCCoordSysTrans* transforms);
+
+    /// By view of the camera: CamCalib_3D_Coords_ (the world point in the camera's frame), CamCalib_5DArray_ (x y z u v)
+    /// and CamCalib_8DArray_ (where the ray of the pixel meets the plane of the mark's z, that z, x y z u v). Of the
+    /// projector's first view: ProjCalib_3dCoords (x y z) and ProjCalib_5dArray (x y z u v). Last log.txt: the status
+    /// text and the calibration results of camera and projector. The status text is forgotten once the log is
+    /// written, and kept where that fails.
+    /// @param transforms one for each view of the camera, which leads from the target's frame into the camera's. The
+    ///     array of the camera itself may have fewer. A view without one, and any view for null, has empty files in
+    ///     place of those that need it
+    void DebugPrintCalibResultsPart3(std::string& directory, const LxCPinholeCamera* camera,
+                                     const LxCPinholeCamera* projector, LxCCoordSysTrans* transforms);
 
 private:
     struct CSensorPoint
