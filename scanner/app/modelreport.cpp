@@ -1,8 +1,11 @@
 // Reports on models.
 #include "scanner/app/modelreport.h"
 
+#include "lxccbcalibthres.h"
+#include "lxccprojslidecalibthres.h"
 #include "lxcpinholeframework.h"
 #include "scanner/app/jsonreport.h"
+#include "stringutils.h"
 
 #include <iomanip>
 #include <ostream>
@@ -66,6 +69,51 @@ void PrintRegions(const LxCPinholeFramework& model, std::ostream& out)
     }
 }
 
+/// The thresholds of the camera's target; null where that is no checkerboard.
+const LxCV::LxCCBCalibThres* BoardOf(const LxCPinholeFramework& model)
+{
+    return dynamic_cast<const LxCV::LxCCBCalibThres*>(model.GetCamCalibBody()->GetThres());
+}
+
+std::string FileText(const LxCV::LxCCalibBody& target)
+{
+    const bool isInstalled = target.GetCoordFile() == LxCV::LxCCalibBody::sc_FilenameReadFromRegistry;
+    return target.GetCoordFile() + (isInstalled ? " (the installed target)" : "");
+}
+
+void PrintTargets(const LxCPinholeFramework& model, std::ostream& out)
+{
+    out << "Camera's target\n  data file        " << FileText(*model.GetCamCalibBody()) << "\n";
+    if (const LxCV::LxCCBCalibThres* const board = BoardOf(model)) {
+        out << "  squares          " << board->m_iNrOfRows << " rows of " << board->m_iNrOfCols << "\n"
+            << "  number           "
+            << (board->m_uiTargetId == 0 ? "none of its own" : LxCV::ws2s(board->m_sTargetIdS)) << "\n";
+    }
+    out << "Projector's target\n  data file        " << FileText(*model.GetProjCalibBody()) << "\n";
+    if (const LxCV::LxCCProjSlideCalibThres* const slide = model.GetProjCalibThres()) {
+        const bool areBright = slide->m_eMarkerTyp == LxCV::LxCCProjSlideCalibThres::eMT_WhiteInBlack;
+        out << "  marks            " << slide->m_iNrOfRows << " rows on " << slide->m_viCalibMarkPos.size()
+            << " stripes, " << (areBright ? "bright" : "dark") << "\n";
+    }
+}
+
+nlohmann::ordered_json TargetsToJson(const LxCPinholeFramework& model)
+{
+    nlohmann::ordered_json json;
+    json["camera"]["file"] = model.GetCamCalibBody()->GetCoordFile();
+    if (const LxCV::LxCCBCalibThres* const board = BoardOf(model)) {
+        json["camera"]["rows"] = board->m_iNrOfRows;
+        json["camera"]["columns"] = board->m_iNrOfCols;
+        json["camera"]["number"] = LxCV::ws2s(board->m_sTargetIdS);
+    }
+    json["projector"]["file"] = model.GetProjCalibBody()->GetCoordFile();
+    if (const LxCV::LxCCProjSlideCalibThres* const slide = model.GetProjCalibThres()) {
+        json["projector"]["rows"] = slide->m_iNrOfRows;
+        json["projector"]["stripes"] = slide->m_viCalibMarkPos;
+    }
+    return json;
+}
+
 nlohmann::ordered_json PatternToJson(const LxCStripePattern& pattern)
 {
     return {{"name", PatternName(pattern)},
@@ -127,6 +175,8 @@ void PrintModel(const ModelSummary& summary, LxCPinholeFramework& model, std::os
     PrintPattern(*model.GetCLPattern(), out);
     out << "\n";
     PrintRegions(model, out);
+    out << "\n";
+    PrintTargets(model, out);
 }
 
 void PrintModelAsJson(const ModelSummary& summary, LxCPinholeFramework& model, std::ostream& out)
@@ -143,6 +193,7 @@ void PrintModelAsJson(const ModelSummary& summary, LxCPinholeFramework& model, s
                                 {"world", {model.GetMinZw(), model.GetMaxZw()}}};
     json["pattern"] = PatternToJson(*model.GetCLPattern());
     json["ignored_regions"] = RegionsToJson(model);
+    json["targets"] = TargetsToJson(model);
     PrintJson(out, json);
 }
 

@@ -250,9 +250,13 @@ void Append(std::vector<ModelFinding>& findings, std::vector<ModelFinding>&& mor
 void AddLines(std::vector<ModelFinding>& findings, const std::vector<ModelSection>& sections,
               const std::string& root)
 {
+    std::map<std::string_view, const ModelSection*> byName;
+    for (const ModelSection& section : sections) {
+        byName.try_emplace(section.name, &section);
+    }
     for (ModelFinding& finding : findings) {
-        const ModelSection* const section =
-            finding.section.empty() ? nullptr : FindSection(sections, root + finding.section);
+        const auto found = byName.find(root + finding.section);
+        const ModelSection* const section = found == byName.end() ? nullptr : found->second;
         const ModelLine* const line = section == nullptr ? nullptr : section->Find(finding.key);
         finding.line = line != nullptr ? line->number : section != nullptr ? section->number : 0;
     }

@@ -262,6 +262,70 @@ TEST_F(ModelCommands, ShowTellsTheSameAsJson)
     EXPECT_EQ(report["ignored_regions"], nlohmann::json::array());
 }
 
+TEST_F(ModelCommands, ShowTellsBothTargets)
+{
+    WriteFile(m_model, m_text);
+    const std::string report = Run({"show", m_model});
+    EXPECT_NE(report.find("Camera's target\n"
+                          "  data file        registry (the installed target)\n"
+                          "  squares          7 rows of 8\n"
+                          "  number           none of its own\n"
+                          "Projector's target\n"
+                          "  data file        StandardParamsDiaA2\n"
+                          "  marks            3 rows on 13 stripes, dark\n"),
+              std::string::npos)
+        << report;
+    device::DeviceParameters parameters;
+    parameters.slide = device::SlideWithBrightMarks();
+    WriteFile(m_model, device::VirtualDevice(parameters).ParameterText(kModelRoot));
+    const nlohmann::json json = nlohmann::json::parse(Run({"show", m_model, "--json"}));
+    EXPECT_EQ(json["pattern"]["name"], "C");
+    EXPECT_EQ(
+        json["targets"]["camera"],
+        nlohmann::json::parse(R"({"file": "registry", "rows": 7, "columns": 8, "number": "00000000"})"));
+    EXPECT_EQ(json["targets"]["projector"]["file"], "StandardParamsDiaC");
+    EXPECT_EQ(json["targets"]["projector"]["stripes"].size(), 11U);
+}
+
+TEST_F(ModelCommands, CheckTellsThatAModelIsSound)
+{
+    WriteFile(m_model, m_text);
+    EXPECT_EQ(Run({"check", m_model}), m_model + " is sound\n");
+    Run({"convert", m_model, "-o", m_out});
+    EXPECT_EQ(nlohmann::json::parse(Run({"check", m_out, "--json"})),
+              nlohmann::json::parse(R"({"file": ")" + m_out + R"(", "sound": true, "findings": []})"));
+}
+
+TEST_F(ModelCommands, CheckTellsLineSectionKeyAndRemedyAndFails)
+{
+    WriteFile(m_model, Replaced(m_text, "MaxDelta=0.02500000000000000139", "MaxDelta=two"));
+    const std::string failure = Failure("'" + m_model + "' is not sound");
+    EXPECT_EQ(Run({"check", m_model}),
+              " line  kind   section, key: finding\n"
+              "  138  error  ::PolynomKoma, MaxDelta: 'two' is no number; 0.02500000000000000139 is taken\n"
+              "              -> write a number, with a point for its fraction\n" +
+                  m_model + " is not sound\n" + failure);
+    std::string json = Run({"check", m_model, "--json"});
+    ASSERT_TRUE(json.ends_with(failure));
+    json.resize(json.size() - failure.size());
+    EXPECT_EQ(nlohmann::json::parse(json)["findings"][0],
+              nlohmann::json::parse(R"({"kind": "error", "line": 138,
+        "section": "::PolynomKoma", "key": "MaxDelta",
+        "problem": "'two' is no number; 0.02500000000000000139 is taken",
+        "advice": "write a number, with a point for its fraction"})"));
+}
+
+TEST_F(ModelCommands, CheckLeavesAModelSoundByNotes)
+{
+    WriteFile(m_model, Replaced(m_text, "FixedNrVisibleRows=3", "FixedNrVisibleRows=2"));
+    EXPECT_EQ(
+        Run({"check", m_model}),
+        " line  kind   section, key: finding\n"
+        "  192  note   ::ProjCalibBody::Thres, FixedNrVisibleRows: is 3 by the standard data of the slide\n"
+        "              -> nothing: each reading takes the data of the pattern's slide\n" +
+            m_model + " is sound\n");
+}
+
 TEST_F(ModelCommands, OfSeveralModelsTheRootTellsTheOne)
 {
     WriteFile(m_model, m_text + Replaced(device::VirtualDevice().ParameterText("::Other"),
