@@ -94,9 +94,6 @@ public:
     /// Also removes all edges and squares, and deletes the marks of the second polarity.
     void Reset() override;
 
-    /// Also no mark points to an edge afterwards.
-    void RemoveRectEdges() override;
-
     /// Draws the base's squares, and each traced edge white and three pixels wide. A null and a size below 1 are
     /// logged.
     void DrawMask(CCTImage* mask, int size) const override;
@@ -184,6 +181,10 @@ public:
     /// @param range bits of the sub-pixel fraction
     /// @param checkHor, checkVer whether entries go where the gradient runs along the edge
     virtual void CreateEdgeImgs(LxCCalibData& data, int range, bool checkHor, bool checkVer);
+
+    /// Also no mark points to an edge afterwards. It stands behind the operations above since it takes a place of its own
+    /// in the table of this class, being one of the second base.
+    void RemoveRectEdges() override;
 
     // The others.
 

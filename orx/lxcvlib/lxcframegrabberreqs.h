@@ -28,7 +28,6 @@ public:
     LxCFrameGrabberReqs() = default;
     LxCFrameGrabberReqs(const LxCFrameGrabberReqs&) = default;
     LxCFrameGrabberReqs& operator=(const LxCFrameGrabberReqs&) = default;
-    virtual ~LxCFrameGrabberReqs() = default;
 
     /// Writes or reads the mounting constants and the serial number under `section`. What a loaded text lacks
     /// stays as it is.
@@ -49,6 +48,9 @@ public:
     /// with a line in the log.
     /// Throws std::exception "invalid input" for a null image, and as `CCTImage::Convert`.
     virtual void ConvertImage(const CCTImage* in, CCTImage* out) const;
+
+    virtual ~LxCFrameGrabberReqs() =
+        default; // behind those above, whose places in the class's table are fixed
 
     /// Writes each channel of `out` with that of `in`, an `eIDT_BGRU8` image of the same type and size, mirrored by a
     /// `CCTImage::EMirrorMode` per colour. Another type of `in` leaves a line in the log, and `out` as it is.

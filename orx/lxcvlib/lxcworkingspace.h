@@ -22,9 +22,6 @@ class ORX_EXPORT LxCWorkingSpace
 {
 public:
     LxCWorkingSpace() = default;
-    LxCWorkingSpace(const LxCWorkingSpace&) = default;
-    LxCWorkingSpace& operator=(const LxCWorkingSpace&) = default;
-    virtual ~LxCWorkingSpace() = default;
 
     /// Takes a range of z in the camera frame, mm, as given and derives the world pair. Without a camera the
     /// derived pair is not a number.
