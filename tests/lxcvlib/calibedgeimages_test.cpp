@@ -177,7 +177,7 @@ TEST(CalibEdgeImages, GradientSumsRefuseOtherTypesAndSizes)
     EXPECT_EQ(smaller.GetFloatPixelFast(4, 4), 3.0F);
 }
 
-/// The suppression as it is told, in the order in which it is told; `at` maps (position, line) to a pixel.
+/// The suppression by its definition, one pixel after the other; `at` maps (position, line) to a pixel.
 struct SScan
 {
     const CCTImage& gradient;
