@@ -34,16 +34,17 @@ double BlurredInterval(double x, double begin, double end, double blur)
     return BlurredStep(x - begin, blur) - BlurredStep(x - end, blur);
 }
 
-/// Bars over the interval -half ... half, the first and the last one dark: dark from k P - P/4 to k P + P/4.
+/// Bars over the interval -half ... half, the outermost ones cut there: dark from k P - P/4 to k P + P/4.
 double BlurredBars(double x, double period, double half, double blur)
 {
-    const int last = static_cast<int>((half - 0.25 * period) / period);
+    const int last = static_cast<int>(half / period + 0.25);
     const double reach = 0.25 * period + c_reach * blur;
     const int first = std::max(-last, static_cast<int>(std::ceil((x - reach) / period)));
     const int end = std::min(last, static_cast<int>(std::floor((x + reach) / period)));
     double sum = 0.0;
     for (int bar = first; bar <= end; ++bar) {
-        sum += BlurredInterval(x, (bar - 0.25) * period, (bar + 0.25) * period, blur);
+        sum += BlurredInterval(x, std::max((bar - 0.25) * period, -half),
+                               std::min((bar + 0.25) * period, half), blur);
     }
     return sum;
 }

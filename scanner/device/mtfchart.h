@@ -20,8 +20,8 @@ struct MtfBars
 ///
 /// In the middle a disc of radius 0.16 s and two rings of the radii 0.28 s and 0.4 s, s being the scale. On the lattice
 /// of pitch s around it lie square patches of bars: bars along v at the places where both multiples are odd, bars along
-/// u where both are even, without the middle. A straight line along v at the right side tells the tilt; patches end
-/// before it.
+/// u where both are even, without the middle, in each a bar in its middle. A straight line along v at the right side
+/// tells the tilt; patches end before it.
 struct MtfChart
 {
     int width = 658;
@@ -32,12 +32,12 @@ struct MtfChart
     double bright = 215.0;         ///< grey level of the ground
     double ink = 20.0;             ///< grey level of rings and line before the blur
     double ringWidth = 3.0;        ///< pixels
-    double patchSide = 0.8;        ///< of the scale
+    double patchSide = 0.9;        ///< of the scale
     MtfBars alongV;                ///< bars that are read across, for the horizontal contrast
     MtfBars alongU{9.0, 90.0};     ///< for the vertical contrast
-    double lineDistance = 276.0;   ///< u of the line, pixels
+    double lineDistance = 296.5;   ///< u of the line, pixels
     double lineWidth = 4.0;        ///< pixels
-    double lineHalfLength = 230.0; ///< pixels
+    double lineHalfLength = 200.0; ///< pixels
     double blur = 0.8;             ///< sigma of the optics and the pixel together, pixels, 0 to 10; 0 is none
     double rowStretch = 1.0;       ///< factor on v in the image
 };
