@@ -58,7 +58,8 @@ public:
     /// alone, so that a chart with a long line at its right side is measured by this.
     ///
     /// The angle is the slope of the edge: with x to the right and y upwards, that of a line in -pi/2 ... pi/2. An edge
-    /// along a column exactly has 0, one that is tilted about it nearly pi/2 or -pi/2. The lattice of patches looks the
+    /// along a column exactly has 0, one that is tilted about it nearly pi/2 or -pi/2; one along a column of which noise
+    /// moves some rows by a pixel has any, so that a chart is better turned by half a degree. The lattice of patches looks the
     /// same after a quarter turn. Deliberately, the lattice is turned by this angle in the image, where y points
     /// downwards, and so against the tilt: a patch at the distance R from the rings is missed by 2 R sin(tilt), which is
     /// more than a patch for tilts above a few degrees. A quarter turn also exchanges the numbers of places along both axes.

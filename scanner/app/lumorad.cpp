@@ -6,6 +6,7 @@
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
 #include "scanner/app/modelcommands.h"
+#include "scanner/app/mtfcommand.h"
 #include "scanner/app/rendertarget.h"
 #include "scanner/app/targetcommands.h"
 
@@ -264,6 +265,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     AddTargetOptions(*render, target);
     const TargetCommand runTarget = AddTargetCommands(program);
     const TargetCommand runModel = AddModelCommands(program);
+    const TargetCommand runMtf = AddMtfCommand(program);
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
@@ -279,6 +281,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
         } else {
             runTarget(out);
             runModel(out);
+            runMtf(out);
         }
         if (!out.flush()) {
             throw std::runtime_error("cannot write the report");

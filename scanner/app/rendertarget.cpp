@@ -5,14 +5,18 @@
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
 #include "scanner/device/checkerboard.h"
+#include "scanner/device/mtfchart.h"
+#include "scanner/device/noise.h"
 #include "scanner/device/slidemarks.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <iomanip>
 #include <memory>
 #include <numbers>
 #include <ostream>
+#include <span>
 #include <sstream>
 
 namespace app {
@@ -24,6 +28,7 @@ using Json = nlohmann::ordered_json;
 constexpr const char* kCheckerboard = "checkerboard";
 constexpr const char* kSlideWithDarkMarks = "slide-a2";
 constexpr const char* kSlideWithBrightMarks = "slide-c";
+constexpr const char* kChart = "mtf";
 constexpr double kUsualDistance = 33.0; ///< mm
 
 /// How many corners there are and how many of them the image holds.
@@ -153,6 +158,66 @@ CornerCount RenderSlide(const TargetOptions& options, const TargetOutput& output
     return count;
 }
 
+device::MtfChart ChartOf(const TargetOptions& options)
+{
+    device::MtfChart chart;
+    chart.tilt = Radians(options.rotation);
+    chart.scale = options.scale.value_or(chart.scale);
+    chart.blur = options.blur;
+    if (options.contrast.has_value()) {
+        // (bright - dark) / (bright + dark) solved for dark
+        const double dark = chart.bright * (1.0 - *options.contrast) / (1.0 + *options.contrast);
+        chart.alongV.dark = dark;
+        chart.alongU.dark = dark;
+    }
+    return chart;
+}
+
+void AddGreyNoise(device::ImageF& image, double sigma, std::uint64_t seed)
+{
+    const device::CounterRandom random(seed);
+    const std::size_t levels = static_cast<std::size_t>(image.width) * device::ImageF::channels;
+    for (std::size_t first = 0; sigma > 0.0 && first < image.data.size(); first += levels) {
+        device::AddNoise(std::span(image.data).subspan(first, levels), random, first, sigma,
+                         device::ImageF::channels);
+    }
+}
+
+void RenderChart(const TargetOptions& options, const TargetOutput& output, Json report, std::ostream& out)
+{
+    const device::MtfChart chart = ChartOf(options);
+    device::ImageF image = device::RenderMtfChart(chart);
+    AddGreyNoise(image, output.noise, output.seed);
+    ColourImage::FromBgr(image.width, image.height, image.data).WritePng(output.folder / "image.png");
+    report["centre"] = ToJson(chart.centre);
+    report["scale_px"] = chart.scale;
+    report["tilt_rad"] = chart.tilt;
+    report["contrast_horizontal"] = device::MtfContrast(chart, chart.alongV);
+    report["contrast_vertical"] = device::MtfContrast(chart, chart.alongU);
+    WriteText(output.folder / "truth.json", report.dump(2) + "\n");
+    if (output.json) {
+        report["out"] = output.folder.string();
+        PrintJson(out, report);
+        return;
+    }
+    out << "Wrote image.png and truth.json to " << output.folder.string() << "; the bars' contrast is "
+        << std::fixed << std::setprecision(3) << device::MtfContrast(chart, chart.alongV) << " horizontally, "
+        << device::MtfContrast(chart, chart.alongU) << " vertically\n";
+}
+
+/// Refuses what the target does not know.
+void CheckTarget(const TargetOptions& options)
+{
+    const bool isChart = options.target == kChart;
+    if (isChart && (options.tilt.has_value() || options.distance.has_value())) {
+        throw CLI::ValidationError("--target mtf",
+                                   "the chart lies in the image's plane; --rotation and --scale place it");
+    }
+    if (!isChart && (options.contrast.has_value() || options.scale.has_value())) {
+        throw CLI::ValidationError("--contrast and --scale", "go with --target mtf alone");
+    }
+}
+
 /// Takes numbers of the classic locale within bounds; neither infinity nor what is no number.
 CLI::Validator IsWithin(double least, double greatest)
 {
@@ -172,12 +237,15 @@ CLI::Validator IsWithin(double least, double greatest)
 
 void AddTargetOptions(CLI::App& command, TargetOptions& options)
 {
-    constexpr double kSteepest = 80.0, kFullTurn = 360.0; // degrees
-    constexpr double kNearest = 10.0, kFarthest = 200.0;  // mm
+    constexpr double kSteepest = 80.0, kFullTurn = 360.0;          // degrees
+    constexpr double kNearest = 10.0, kFarthest = 200.0;           // mm
+    constexpr double kSmallestScale = 20.0, kLargestScale = 200.0; // pixels
     CLI::Option* const target =
         command
-            .add_option("--target", options.target, "Render a calibration target instead, with its corners")
-            ->check(CLI::IsMember({kCheckerboard, kSlideWithDarkMarks, kSlideWithBrightMarks}))
+            .add_option(
+                "--target", options.target,
+                "Render a calibration target instead, with its corners, or the chart of bars for `mtf`")
+            ->check(CLI::IsMember({kCheckerboard, kSlideWithDarkMarks, kSlideWithBrightMarks, kChart}))
             ->excludes(command.get_option("--scene"));
     command
         .add_option("--tilt", options.tilt, "Tilt of the target, degrees; without a pose, one by the seed")
@@ -185,7 +253,7 @@ void AddTargetOptions(CLI::App& command, TargetOptions& options)
         ->needs(target);
     command
         .add_option("--rotation", options.rotation,
-                    "Turn of a checkerboard, or direction of a slide's tilt, degrees")
+                    "Turn of a checkerboard or chart, or direction of a slide's tilt, degrees")
         ->check(IsWithin(-kFullTurn, kFullTurn))
         ->needs(target);
     command.add_option("--distance", options.distance, "Distance of the target, mm")
@@ -195,6 +263,15 @@ void AddTargetOptions(CLI::App& command, TargetOptions& options)
         ->check(IsWithin(0.0, 10.0))
         ->needs(target)
         ->capture_default_str();
+    command.add_option("--contrast", options.contrast, "Contrast of a chart's bars before the blur")
+        ->check(IsWithin(0.0, 1.0))
+        ->needs(target);
+    command
+        .add_option("--scale", options.scale,
+                    "Distance of neighbouring patches of a chart, along rows and columns, pixels")
+        ->check(IsWithin(kSmallestScale, kLargestScale))
+        ->needs(target);
+    command.parse_complete_callback([&options] { CheckTarget(options); });
 }
 
 void RenderTarget(const TargetOptions& options, const TargetOutput& output, std::ostream& out)
@@ -202,6 +279,10 @@ void RenderTarget(const TargetOptions& options, const TargetOutput& output, std:
     CreateFolder(output.folder);
     Json report{{"target", options.target}, {"seed", output.seed}, {"noise", output.noise}};
     report["blur"] = options.blur;
+    if (options.target == kChart) {
+        RenderChart(options, output, report, out);
+        return;
+    }
     Json truth = report;
     const bool isBoard = options.target == kCheckerboard;
     const CornerCount count =

@@ -14,15 +14,19 @@ class App;
 namespace app {
 
 /// Which target the camera sees, and from where. Where neither tilt nor rotation nor distance is told, the pose is drawn
-/// at random by the seed; where some are, the others are 0, 0 and 33.
+/// at random by the seed; where some are, the others are 0, 0 and 33. The chart of bars, mtf, is told in pixels and lies in
+/// the image's plane.
 struct TargetOptions
 {
-    std::string target;         ///< checkerboard, slide-a2 or slide-c; empty for none
+    std::string target;         ///< checkerboard, slide-a2, slide-c or mtf; empty for none
     std::optional<double> tilt; ///< degrees, of the target against the image
-    std::optional<double>
-        rotation; ///< degrees, of the checkerboard in its plane, or of the direction of the slide's tilt
+    /// Degrees: of the checkerboard or of the chart in its plane, or of the direction of the slide's tilt.
+    std::optional<double> rotation;
     std::optional<double> distance; ///< mm along the camera's axis
-    double blur = 0.7;              ///< sigma of the camera's blur, pixels
+    std::optional<double>
+        contrast;                ///< of the chart's bars before the blur, 0 to 1; none: the chart's own two
+    std::optional<double> scale; ///< of the chart, pixels
+    double blur = 0.7;           ///< sigma of the camera's blur, pixels
 };
 
 /// What every rendering is told.
@@ -30,7 +34,7 @@ struct TargetOutput
 {
     std::uint64_t seed = 1; ///< of the pose and of the noise
     double noise =
-        1.0; ///< for a checkerboard its sigma in grey levels, for a slide the factor on the sensor's noise
+        1.0; ///< for checkerboard and chart its sigma in grey levels, for a slide the factor on the sensor's noise
     std::filesystem::path folder;
     bool json = false; ///< the report's form
 };
@@ -38,8 +42,8 @@ struct TargetOutput
 /// Adds the options to a command that has an option `--scene`.
 void AddTargetOptions(CLI::App& command, TargetOptions& options);
 
-/// Writes image.png for a checkerboard, reference.png and pattern.png for a slide, model.txt and truth.json into the
-/// folder, and a report to `out`.
+/// Writes image.png for a checkerboard, reference.png and pattern.png for a slide, and model.txt and truth.json into the
+/// folder; for the chart image.png and truth.json with its contrasts after the blur. Writes a report to `out`.
 /// @throws std::runtime_error naming the file that cannot be written
 void RenderTarget(const TargetOptions& options, const TargetOutput& output, std::ostream& out);
 
