@@ -114,6 +114,16 @@ nlohmann::ordered_json TargetsToJson(const LxCPinholeFramework& model)
     return json;
 }
 
+/// What the library tells of the calibration, and of how it came about where it
+/// knows.
+std::string CalibrationText(LxCPinholeFramework& model)
+{
+    std::string text;
+    model.PrintCalibData(text);
+    model.PrintCalibStatus(text, true, false);
+    return text;
+}
+
 nlohmann::ordered_json PatternToJson(const LxCStripePattern& pattern)
 {
     return {{"name", PatternName(pattern)},
@@ -177,6 +187,7 @@ void PrintModel(const ModelSummary& summary, LxCPinholeFramework& model, std::os
     PrintRegions(model, out);
     out << "\n";
     PrintTargets(model, out);
+    out << "\n" << CalibrationText(model) << "\n";
 }
 
 void PrintModelAsJson(const ModelSummary& summary, LxCPinholeFramework& model, std::ostream& out)
@@ -194,6 +205,7 @@ void PrintModelAsJson(const ModelSummary& summary, LxCPinholeFramework& model, s
     json["pattern"] = PatternToJson(*model.GetCLPattern());
     json["ignored_regions"] = RegionsToJson(model);
     json["targets"] = TargetsToJson(model);
+    json["report"] = CalibrationText(model);
     PrintJson(out, json);
 }
 

@@ -72,6 +72,16 @@ TEST(ModelCheck, OfTheDevicesFindsNothing)
     EXPECT_EQ(Findings(device::VirtualDevice(parameters).ParameterText(c_root)), Texts());
 }
 
+TEST(ModelCheck, TakesAModelWithoutARoot)
+{
+    const Logging::CCapture quiet;
+    const std::string text = device::VirtualDevice().ParameterText("");
+    EXPECT_TRUE(CheckModel(text + "::Grabber\nGain=3\n", "").empty());
+    const auto findings = CheckModel(text + "::Projector::Lamp\nPower=3\n", "");
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].section, "::Projector::Lamp");
+}
+
 TEST(ModelCheck, CommentsAndForeignSectionsAreNoMatter)
 {
     EXPECT_EQ(Findings("# a comment\n" + Sound() + "::Grabber\nGain=3\nGain=4\n"), Texts());

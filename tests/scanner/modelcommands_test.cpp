@@ -287,6 +287,22 @@ TEST_F(ModelCommands, ShowTellsBothTargets)
     EXPECT_EQ(json["targets"]["projector"]["stripes"].size(), 11U);
 }
 
+TEST_F(ModelCommands, ShowEndsWithTheReportOnTheCalibration)
+{
+    WriteFile(m_model, m_text);
+    const std::string report = Run({"show", m_model});
+    EXPECT_NE(report.find("\nCalibration of the Structured Light System:\n\nCamera Position (World Co's):\n"),
+              std::string::npos)
+        << report;
+    EXPECT_NE(report.find("\nInternal Projector Parameters:\n"), std::string::npos);
+    EXPECT_TRUE(
+        nlohmann::json::parse(Run({"show", m_model, "--json"}))["report"].get<std::string>().starts_with(
+            "Calibration of the Structured Light System:\n\n"));
+    WriteFile(m_model, Replaced(m_text, "Calibrated=1", "Calibrated=0"));
+    EXPECT_TRUE(
+        Run({"show", m_model}).ends_with("\nThe Structured Light System is currently not calibrated\n"));
+}
+
 TEST_F(ModelCommands, CheckTellsThatAModelIsSound)
 {
     WriteFile(m_model, m_text);
