@@ -99,6 +99,8 @@ void LxCCCTSerializer::BuildLineTable()
 {
     m_vLines.clear();
     m_SectionIndex.clear();
+    m_uiMissingKeys = 0;
+    m_uiRepeatedSections = 0;
     std::string line;
     while (std::getline(m_Stream, line)) {
         const std::string_view stripped = Strip(line);
@@ -106,7 +108,9 @@ void LxCCCTSerializer::BuildLineTable()
             continue;
         }
         if (stripped.front() == ':') {
-            m_SectionIndex.try_emplace(std::string(stripped), m_vLines.size());
+            if (!m_SectionIndex.try_emplace(std::string(stripped), m_vLines.size()).second) {
+                ++m_uiRepeatedSections;
+            }
         }
         m_vLines.emplace_back(stripped);
     }

@@ -70,6 +70,14 @@ public:
     bool FindExtractSection(const std::string& name);
     bool FindExtractSection(const std::string& name, SectionData& out);
 
+    /// Keys since `Init` that a list of persistent members asked for in vain, in a section that is there or in none.
+    /// Each is silent, so that who has read a whole file can tell about all of them.
+    std::size_t GetNrOfMissingKeys() const { return m_uiMissingKeys; }
+    void CountMissingKey() { ++m_uiMissingKeys; }
+
+    /// Section headers of the loaded text that repeat an earlier one, and so are never read.
+    std::size_t GetNrOfRepeatedSections() const { return m_uiRepeatedSections; }
+
     /// What the one-argument `FindExtractSection` extracted last.
     const SectionData& GetSectionData() const { return m_vSectionData; }
 
@@ -102,6 +110,8 @@ private:
     std::stringstream m_Stream;
     bool m_bStoring = false;
     bool m_bComments = false;
+    std::size_t m_uiMissingKeys = 0;
+    std::size_t m_uiRepeatedSections = 0;
     std::unordered_map<std::string, std::size_t>
         m_SectionIndex; ///< header line to its first place in m_vLines
 };

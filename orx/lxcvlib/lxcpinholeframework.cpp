@@ -50,6 +50,22 @@ std::size_t CountRegions(LxCCCTSerializer& serializer, const std::string& sectio
     return found;
 }
 
+/// Says what else is silent: keys that an older text lacks, and sections that are in it twice.
+void WarnOfIncompleteText(const LxCCCTSerializer& serializer, std::size_t missingKeys)
+{
+    if (missingKeys > 0) {
+        s_Logger.Warning(
+            L"LxCPinholeFramework::Serialize: %i values are not in the text, defaults stand for them\n",
+            missingKeys);
+    }
+    if (serializer.GetNrOfRepeatedSections() > 0) {
+        s_Logger.Warning(
+            L"LxCPinholeFramework::Serialize: %i sections of the text are repeated, the first of each "
+            L"is read\n",
+            serializer.GetNrOfRepeatedSections());
+    }
+}
+
 } // namespace
 
 LxCPinholeFramework::LxCPinholeFramework()
@@ -65,6 +81,7 @@ LxCPinholeFramework::~LxCPinholeFramework() = default;
 void LxCPinholeFramework::Serialize(LxCCCTSerializer& serializer, const std::string& section)
 {
     const bool reading = !serializer.IsStoring();
+    const std::size_t missingBefore = serializer.GetNrOfMissingKeys();
     m_bCalibrated = m_bCalibrated && !reading;
     m_WorkingSpace.Serialize(serializer, section + "::MV3DCamBase");
     m_pCamera->Serialize(serializer, section + "::Cams[0]");
@@ -81,6 +98,7 @@ void LxCPinholeFramework::Serialize(LxCCCTSerializer& serializer, const std::str
     m_pProjCalibBody->Serialize(serializer, section + "::ProjCalibBody");
     if (reading) {
         LoadStandardSlide();
+        WarnOfIncompleteText(serializer, serializer.GetNrOfMissingKeys() - missingBefore);
     }
 }
 
@@ -168,43 +186,6 @@ LxCPinholeFramework::EReturnCode LxCPinholeFramework::GetModelStatus() const
         return eNotCalibrated;
     }
     return eOk;
-}
-
-void LxCPinholeFramework::CalibStatusChanged(int minEdge, int maxEdge, bool intrinsicsChanged,
-                                             bool rebuildUnwrap, bool workingSpaceChanged)
-{
-    if (workingSpaceChanged) {
-        m_WorkingSpace.Update(m_pCamera.get());
-    }
-    m_bCalibrated = true;
-    if (intrinsicsChanged) {
-        m_pCamera->UpdateIntrinsicParamsReduced();
-        m_Projector.UpdateIntrinsicParamsReduced();
-    }
-    if (!m_pCamera->IsCalibrated() || !m_Projector.IsCalibrated()) {
-        InitIdUnwrapLUTCC();
-        m_bCalibrated = false;
-        return;
-    }
-    if (PrepareLightPlanes(minEdge, maxEdge) && (!rebuildUnwrap || InitIdUnwrapLUTCC())) {
-        // From now on many threads may measure, and none of them may rebuild a lens's table under the others.
-        m_pCamera->GetIntrinsicParams()->FinalizeInverseDistLUT();
-        m_Projector.GetIntrinsicParams()->FinalizeInverseDistLUT();
-        return;
-    }
-    s_Logger.Info(L"Error while computing LUTs for the camera. System will be regarded as uncalibrated!\n");
-    m_bCalibrated = false;
-}
-
-void LxCPinholeFramework::ResetCalibration(bool)
-{
-    if (!LxCLxCVLibSettings::IsReducedPolynomKoma()) {
-        m_PolynomKoma.ClearPolynomials();
-    }
-    if (LxCCProjSlideCalibThres* const thres = GetProjCalibThres()) {
-        thres->ResetMarkerMask();
-    }
-    CalibStatusChanged(0, std::numeric_limits<int>::max(), true, true, true);
 }
 
 void LxCPinholeFramework::SetWorkingSpace(double min, double max, bool camCoords)

@@ -86,6 +86,51 @@ public:
     ///     model is uncalibrated then
     virtual void Serialize(LxCCCTSerializer& serializer, const std::string& section);
 
+    /// Files the marks of one view of the camera's target in the camera, which owns them from now on.
+    ///
+    /// Fewer than `sc_iMinNumCalibPoints` are refused: they are deleted and the list is emptied. The status text tells
+    /// either. Null counts as an empty list.
+    /// @param marks world point (mm) and pixel of each mark
+    /// @param newView whether the target or the camera has moved since the last call
+    /// @return 0; 8 for too few marks
+    virtual ECalibError AddCamCalibData(std::vector<LxCCalibrationData*>* marks, bool newView);
+
+    /// Files marks of the slide in the projector, which owns them from now on. The status text tells how many came in,
+    /// which with `screen` can be more than were filed.
+    ///
+    /// With `screen`, marks are slide position (slide units) as x and y of the world point, and pixel where the camera
+    /// sees them on the plane Zw = 0 of its target. Each mark that is not seen within the target's box is deleted,
+    /// and null stands in its place in the list. The others become world point on that plane (mm) and slide position.
+    /// Without `screen` marks are filed as they are, and the camera takes no part.
+    /// @param marks null takes the marks that the projector's target exports
+    /// @param toCameraCoords whether screened points are in camera coordinates, and join the current view; otherwise,
+    ///        and without `screen`, a new view begins
+    /// @return 0, also without marks; 9, which is logged, for `screen` with a camera that is not calibrated, and
+    ///         nothing has changed; what the export of the target returned
+    virtual ECalibError AddProjCalibData(std::vector<LxCCalibrationData*>* marks, bool screen,
+                                         bool toCameraCoords);
+
+    // Estimating is left to other tools, whose results come in by `Serialize`: these use none of their arguments and
+    // change nothing. @return 1
+
+    virtual ECalibError CalibCamProjCombined(LxCPinholeCamera::ECalibMethod method,
+                                             std::vector<LxCCoordSysTrans>& transforms, bool, bool,
+                                             const std::string& directory, const std::string& text,
+                                             const CCTImage* camImage, const CCTImage* projImage);
+    virtual ECalibError CalibCamProjCombined3D(LxCPinholeCamera::ECalibMethod method,
+                                               std::vector<LxCCoordSysTrans>& transforms, bool, bool,
+                                               const std::string& directory, const std::string& text,
+                                               const CCTImage* camImage, const CCTImage* projImage);
+    ECalibError CalibProjectorBasedOnLSEPosCalib(LxCPinholeCamera::ECalibMethod method,
+                                                 std::vector<LxCCoordSysTrans>& transforms);
+
+    /// Deletes all marks that are filed, those of the projector first.
+    void RemoveAllCalibData();
+
+    /// Views of filed marks.
+    int GetNrOfViewsCurCamCalib() const { return m_pCamera->GetNrOfViews(); }
+    int GetNrOfViewsCurProjCalib() const { return m_Projector.GetNrOfViews(); }
+
     /// Whether images of this size, in pixels, can be measured.
     ///
     /// For an image of 658 by 494 pixels a camera that was calibrated on a larger sensor window is cut to
@@ -314,6 +359,9 @@ private:
 
     void FillUnwrapLUTByDepth(double zMin, double zMax, int numEdges,
                               std::vector<std::vector<std::int32_t>>& lut) const;
+    /// The marks that are seen on the camera's target, rewritten; the others are deleted, null takes their places.
+    std::vector<LxCCalibrationData*> ScreenProjMarks(std::vector<LxCCalibrationData*>& marks,
+                                                     bool toCameraCoords) const;
     void SerializeRoiIgnore(LxCCCTSerializer& serializer, const std::string& section);
 
     /// Gives the projector's target the built-in data of the pattern's slide.

@@ -51,11 +51,14 @@ bool LxCPropertyBag::serialize(LxCCCTSerializer& serializer, const std::string& 
     }
     bool complete = true;
     for (const auto& property : m_vProperties) {
-        if (property != nullptr) {
-            const bool done =
-                serializer.IsStoring() ? property->write(serializer) : property->read(serializer);
-            complete = complete && done;
+        if (property == nullptr) {
+            continue;
         }
+        const bool done = serializer.IsStoring() ? property->write(serializer) : property->read(serializer);
+        if (!done && !serializer.IsStoring()) {
+            serializer.CountMissingKey();
+        }
+        complete = complete && done;
     }
     return complete;
 }
