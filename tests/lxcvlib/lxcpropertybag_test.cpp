@@ -8,6 +8,7 @@
 
 #include <limits>
 #include <random>
+#include <sstream>
 
 namespace LxCV {
 namespace {
@@ -235,6 +236,27 @@ TEST(LxCVectorProperty, VectorsSurviveTheWayThereAndBack)
         const std::string line = WriteVector(values);
         ASSERT_EQ(ReadVector(line.substr(2, line.size() - 3)), values);
     }
+}
+
+TEST(LxCPropertyBag, CountsTheKeysThatAReadingFindsMissing)
+{
+    LxCCCTSerializer serializer;
+    std::stringstream text("::A\nFirst=1\n::B\nFirst=2\n::A\nSecond=3\n::A\n");
+    serializer.ReadFromStringStream(text);
+    ASSERT_TRUE(serializer.Init(false, false));
+    EXPECT_EQ(serializer.GetNrOfRepeatedSections(), 2U);
+    int first = 0;
+    int second = 0;
+    LxCPropertyBag bag;
+    bag.addScalar(first, "First");
+    bag.addScalar(second, "Second");
+    EXPECT_FALSE(bag.serialize(serializer, "::A", true));
+    EXPECT_EQ(serializer.GetNrOfMissingKeys(), 1U);
+    EXPECT_FALSE(bag.serialize(serializer, "::None", true));
+    EXPECT_EQ(serializer.GetNrOfMissingKeys(), 3U);
+    ASSERT_TRUE(serializer.Init(true, false));
+    EXPECT_TRUE(bag.serialize(serializer, "::A", true));
+    EXPECT_EQ(serializer.GetNrOfMissingKeys(), 3U);
 }
 
 } // namespace
