@@ -34,16 +34,6 @@ bool IsPlace(std::wstring_view folder, std::wstring_view camera)
            camera.find_first_of(std::wstring_view(L"/\\\0", 3)) == std::wstring_view::npos;
 }
 
-std::wstring DataPath(const std::wstring& folder, const std::wstring& camera)
-{
-    return folder + L"ColorCalibrationData" + L"_" + camera + L".dat";
-}
-
-std::wstring ImagePath(const std::wstring& folder, const std::wstring& camera)
-{
-    return folder + L"WhiteBalanceImage" + L"_" + camera + L".tif";
-}
-
 /// A data file without content while the image beside it is replaced. So data never stand beside the image of another
 /// calibration, whatever fails and whenever the process ends: without content a file is none of `SerializeFromFile`.
 ///
@@ -211,12 +201,22 @@ bool LxCColorCalibrationData::IsReadyToStore() const
            m_pWhiteBalanceImg != nullptr && !IsColorCalibrationDataExpired();
 }
 
+std::wstring LxCColorCalibrationData::GetDataFilePath(const std::wstring& folder, const std::wstring& camera)
+{
+    return folder + L"ColorCalibrationData" + L"_" + camera + L".dat";
+}
+
+std::wstring LxCColorCalibrationData::GetImageFilePath(const std::wstring& folder, const std::wstring& camera)
+{
+    return folder + L"WhiteBalanceImage" + L"_" + camera + L".tif";
+}
+
 bool LxCColorCalibrationData::SerializeToFile(const std::wstring& folder, const std::wstring& camera)
 {
     if (!IsReadyToStore() || !IsFinite(*m_pWhiteBalanceImg) || !IsPlace(folder, camera)) {
         return false;
     }
-    const std::wstring path = DataPath(folder, camera);
+    const std::wstring path = GetDataFilePath(folder, camera);
     YmStreamWriteBinaryFile stream(path);
     std::int32_t version = sc_iVersion;
     SFields fields{m_fMatrix, m_fShutterCorrectionFactor, m_fShutterTime, m_fReferenceDepth,
@@ -228,7 +228,7 @@ bool LxCColorCalibrationData::SerializeToFile(const std::wstring& folder, const 
     if (!old.IsSuspended()) {
         return false;
     }
-    if (!doAdditionalCalculationAfterSerialization(true, ImagePath(folder, camera))) {
+    if (!doAdditionalCalculationAfterSerialization(true, GetImageFilePath(folder, camera))) {
         old.Restore();
         return false;
     }
@@ -240,11 +240,11 @@ bool LxCColorCalibrationData::SerializeFromFile(const std::wstring& folder, cons
     if (!IsPlace(folder, camera)) {
         return false;
     }
-    YmStreamReadBinaryFile stream(DataPath(folder, camera));
+    YmStreamReadBinaryFile stream(GetDataFilePath(folder, camera));
     std::int32_t version = 0;
     SFields fields;
     if (!stream.Serialize(version) || version < sc_iVersion || !fields.Serialize(stream) ||
-        !doAdditionalCalculationAfterSerialization(false, ImagePath(folder, camera))) {
+        !doAdditionalCalculationAfterSerialization(false, GetImageFilePath(folder, camera))) {
         return false;
     }
     m_fMatrix = fields.matrix;

@@ -98,6 +98,10 @@ public:
     ///     image is written, and the data file after it. An image that cannot be written leaves the data file as it was
     bool SerializeToFile(const std::wstring& folder, const std::wstring& camera);
 
+    /// The files of a camera in a folder, as path texts; whether there are any or not.
+    static std::wstring GetDataFilePath(const std::wstring& folder, const std::wstring& camera);
+    static std::wstring GetImageFilePath(const std::wstring& folder, const std::wstring& camera);
+
     /// Reads both files. Data files of later versions are read as those of version 3; what follows the date does not
     /// count.
     /// @return false, with the record as it was, without a data file or with one of an earlier version, one that ends
