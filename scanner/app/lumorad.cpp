@@ -2,6 +2,7 @@
 #include "scanner/app/lumorad.h"
 
 #include "scanner/acquisition/numbertext.h"
+#include "scanner/app/colourcommands.h"
 #include "scanner/app/imagesources.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
@@ -263,6 +264,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     AddSceneOptions(*render, options, json);
     TargetOptions target;
     AddTargetOptions(*render, target);
+    const TargetCommand runColour = AddColourCommands(program);
     const TargetCommand runTarget = AddTargetCommands(program);
     const TargetCommand runModel = AddModelCommands(program);
     const TargetCommand runMtf = AddMtfCommand(program);
@@ -279,6 +281,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
         } else if (render->parsed()) {
             RunRender(options, json, out);
         } else {
+            runColour(out);
             runTarget(out);
             runModel(out);
             runMtf(out);

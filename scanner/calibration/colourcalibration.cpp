@@ -346,6 +346,7 @@ void CalibrateColours(const ColourExperiment& experiment, Record& record)
                           {experiment.white, experiment.white, experiment.white});
     const double shutterTime = ExposeWhite(experiment, *target);
     ImageF white = RenderMean(experiment, DeviceWith(experiment, shutterTime), *target, experiment.seed);
+    std::ranges::transform(white.data, white.data.begin(), [](float level) { return std::round(level); });
     const CCTImage image = ViewOf(white);
     const ColourChart chart = FittedChart(experiment);
     const ImageF chartImage = RenderMean(experiment, DeviceWith(experiment, shutterTime),

@@ -63,7 +63,7 @@ device::ColourChart DrawChart(const ColourExperiment& experiment, std::uint64_t 
 /// 1. The exposure is changed until white has the level `c_whiteLevel` in the middle of the image, half as wide and as
 ///    high, in the mean of all channels. Its ratio to the device's own is the shutter correction factor; the exposure
 ///    itself is the shutter time, since a virtual shutter has no other unit.
-/// 2. The image of white, averaged, is the white balance image.
+/// 2. The image of white, averaged, is the white balance image, in whole levels: so it is the same from its file.
 /// 3. Images of `FittedChart`, divided by it, give a balanced colour q of each patch with the true colour t. The matrix is
 ///    the M of least sum |M q - t|^2; its right column is 0, since the sensor has no black level.
 ///

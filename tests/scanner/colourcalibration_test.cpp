@@ -51,6 +51,12 @@ std::array<double, 9> MatrixByEquations(const device::OpticsParameters& optics)
     return matrix;
 }
 
+std::vector<float> LevelsOf(const CCTImage& image)
+{
+    const auto* const levels = static_cast<const float*>(image.GetBuffer());
+    return {levels, levels + 3 * image.GetSizeInPixels()};
+}
+
 void ExpectMatrix(const Record& record, const std::array<double, 9>& expected, double tolerance)
 {
     const Record::Matrix& matrix = record.GetColorCalibrationMatrix();
@@ -84,8 +90,9 @@ TEST(CalibrateColours, FindsTheIdentityForASensorWithoutCrosstalk)
                                           device::Colour{0.0, 0.0, 0.8}};
     Record record;
     CalibrateColours(experiment, record);
-    constexpr double c_singlePrecision = 1e-5; // of levels around 200
-    ExpectMatrix(record, {1, 0, 0, 0, 1, 0, 0, 0, 1}, c_singlePrecision);
+    constexpr double c_rounding =
+        3e-4; // of white, by 0.5 of 190 levels, in the mean of a hundred pixels or more
+    ExpectMatrix(record, {1, 0, 0, 0, 1, 0, 0, 0, 1}, c_rounding);
 }
 
 TEST(CalibrateColours, BringsPatchesBackToTheirColours)
@@ -93,8 +100,9 @@ TEST(CalibrateColours, BringsPatchesBackToTheirColours)
     const ColourExperiment experiment = SmallExperiment(0.0);
     Record record;
     CalibrateColours(experiment, record);
-    constexpr double c_tolerance =
-        0.02; // grey levels; the change of shares above, times 200, at the view's border
+    // Grey levels: the change of shares above, times 200, and the rounding of white, 0.5 of 190 levels, of which a third
+    // may be left where a patch is as bright as few levels.
+    constexpr double c_tolerance = 0.06 + 0.17;
     for (const device::ColourChart& chart : {FittedChart(experiment), DrawChart(experiment, 77)}) {
         const std::vector<PatchLevels> patches = MeasureChart(experiment, chart, record);
         EXPECT_EQ(patches.size(), chart.albedos.size());
@@ -112,6 +120,7 @@ TEST(CalibrateColours, BringsPatchesBackAlsoWithNoiseAndFromItsFiles)
     CalibrateColours(experiment, made);
     ASSERT_TRUE(made.SerializeToFile(place, L"virtual"));
     ASSERT_TRUE(record.SerializeFromFile(place, L"virtual"));
+    EXPECT_EQ(LevelsOf(*record.GetWhiteBalanceImg()), LevelsOf(*made.GetWhiteBalanceImg()));
     // A level of a pixel has a noise of 3 at most (2.55 by reading, 1.6 by its photons); in a patch of 200 pixels, 4
     // images of it and of white and a matrix of 1.2 that is 0.18, four times which none of 72 levels reaches. That white
     // is rounded adds less.
@@ -201,12 +210,6 @@ void FillRecord(Record& record)
     record.SetColorCalibrationMatrix(
         {2.0F, 0.5F, 0.0F, 1.0F, 0.0F, 1.0F, -1.0F, 0.0F, 0.0F, 0.0F, 0.25F, -8.0F});
     record.SetColorCalibrationShutterTime(2.0F);
-}
-
-std::vector<float> LevelsOf(const CCTImage& image)
-{
-    const auto* const levels = static_cast<const float*>(image.GetBuffer());
-    return {levels, levels + 3 * image.GetSizeInPixels()};
 }
 
 TEST(CorrectColours, DividesByWhiteAndMultipliesByTheMatrix)
