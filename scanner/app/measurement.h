@@ -1,9 +1,9 @@
 // A pair of images, measured: what the commands of the program share.
 #pragma once
 
+#include "scanner/acceptance/accuracy.h"
 #include "scanner/acquisition/imagepair.h"
 #include "scanner/acquisition/rendering.h"
-#include "scanner/app/accuracy.h"
 #include "scanner/app/pointcloud.h"
 #include "scanner/app/progress.h"
 
@@ -18,6 +18,9 @@ class LxCPinholeFramework;
 }
 
 namespace app {
+
+using acceptance::Accuracy;
+using acceptance::TableDeviation;
 
 /// Root of the section names in the parameter sets that the program writes and reads.
 inline constexpr const char* kModelRoot = "::MV3DCamBase";

@@ -1,11 +1,11 @@
-#include "scanner/app/accuracy.h"
+#include "scanner/acceptance/accuracy.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <vector>
 
-namespace app {
+namespace acceptance {
 namespace {
 
 /// A plane 33 mm in front of the camera, of which two columns with two seen and one hidden crossing are known.
@@ -134,4 +134,4 @@ TEST_F(AccuracyFigures, AreZeroWithoutPoints)
 }
 
 } // namespace
-} // namespace app
+} // namespace acceptance

@@ -1,5 +1,5 @@
 // Error statistics.
-#include "scanner/app/accuracy.h"
+#include "scanner/acceptance/accuracy.h"
 
 #include "lxcpinholeframework.h"
 
@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-namespace app {
+namespace acceptance {
 
 namespace {
 
@@ -162,4 +162,4 @@ TableDeviation CompareWithComputed(const LxCV::LxCPinholeFramework& model,
     return deviation;
 }
 
-} // namespace app
+} // namespace acceptance

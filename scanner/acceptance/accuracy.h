@@ -11,7 +11,7 @@ namespace LxCV {
 class LxCPinholeFramework;
 }
 
-namespace app {
+namespace acceptance {
 
 /// Figures of one measurement.
 ///
@@ -50,4 +50,4 @@ TableDeviation CompareWithComputed(const LxCV::LxCPinholeFramework& model,
                                    std::span<const decoder::EdgePixel> edges,
                                    std::span<const decoder::MeasuredPoint> points);
 
-} // namespace app
+} // namespace acceptance
