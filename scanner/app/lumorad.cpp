@@ -2,6 +2,7 @@
 #include "scanner/app/lumorad.h"
 
 #include "scanner/acquisition/numbertext.h"
+#include "scanner/app/calibratecheckcommand.h"
 #include "scanner/app/colourcommands.h"
 #include "scanner/app/imagesources.h"
 #include "scanner/app/jsonreport.h"
@@ -268,6 +269,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     const TargetCommand runTarget = AddTargetCommands(program);
     const TargetCommand runModel = AddModelCommands(program);
     const TargetCommand runMtf = AddMtfCommand(program);
+    const TargetCommand runCalibrateCheck = AddCalibrateCheckCommand(program);
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
@@ -285,6 +287,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
             runTarget(out);
             runModel(out);
             runMtf(out);
+            runCalibrateCheck(out);
         }
         if (!out.flush()) {
             throw std::runtime_error("cannot write the report");
