@@ -199,7 +199,7 @@ void LxCPinholeFramework::CalibStatusChanged(int minEdge, int maxEdge, bool intr
         m_Projector.GetIntrinsicParams()->FinalizeInverseDistLUT();
         return;
     }
-    s_Logger.Info(L"Error while computing LUTs for the camera. System will be regarded as uncalibrated!\n");
+    s_Logger.Debug(L"Error while computing LUTs for the camera. System will be regarded as uncalibrated!\n");
     m_bCalibrated = false;
 }
 

@@ -565,7 +565,7 @@ TEST(CalibStatusChanged, ClearsTheFlagWhereTablesCannotBeBuilt)
     framework.CalibStatusChanged(0, c_iAllEdges, false, true, false);
     EXPECT_FALSE(framework.IsCalibrated());
     EXPECT_EQ(
-        log.Count(ELevel::eInfo, c_sChannel,
+        log.Count(ELevel::eDebug, c_sChannel,
                   L"Error while computing LUTs for the camera. System will be regarded as uncalibrated!\n"),
         1);
 }
