@@ -80,7 +80,7 @@ bool ReadView(const std::string& fileName, std::vector<std::unique_ptr<LxCCalibr
 
 ECalibError LxCCameraToBeCalibrated::AddCalibData(std::vector<LxCCalibrationData*>* data, bool newView)
 {
-    Records records;
+    std::vector<LxCCalibrationData*> fresh;
     if (data) {
         std::unordered_set<const LxCCalibrationData*> held;
         for (const auto& mark : m_vMarks) {
@@ -94,11 +94,27 @@ ECalibError LxCCameraToBeCalibrated::AddCalibData(std::vector<LxCCalibrationData
                 s_Logger.Warning(L"AddCalibData: record is held already and is left out\n");
                 continue;
             }
-            records.emplace_back(mark);
+            fresh.push_back(mark);
         }
     }
+    // All memory comes first: while it can run out, the caller still owns the records.
+    Records records(fresh.size());
+    MakeRoomForView(fresh.size());
+    std::transform(fresh.begin(), fresh.end(), records.begin(),
+                   [](LxCCalibrationData* mark) { return std::unique_ptr<LxCCalibrationData>(mark); });
     AppendRecords(std::move(records), newView);
     return eCalibOk;
+}
+
+void LxCCameraToBeCalibrated::MakeRoomForView(std::size_t records)
+{
+    // By factors, so that many small views are not moved each time.
+    if (m_vMarks.capacity() - m_vMarks.size() < records) {
+        m_vMarks.reserve(m_vMarks.size() + std::max(m_vMarks.size(), records));
+    }
+    if (m_vViewStarts.capacity() == m_vViewStarts.size()) {
+        m_vViewStarts.reserve(2 * m_vViewStarts.size() + 1);
+    }
 }
 
 void LxCCameraToBeCalibrated::AppendRecords(Records records, bool newView)

@@ -37,6 +37,7 @@ public:
     /// Appends the records in order; the object owns them from now on. `newView` begins a view, also for no
     /// records, but for the first view, which begins with the first record. `data` itself stays as it is; null
     /// counts as empty. Null pointers are left out, and with a warning those that are held already.
+    /// Where memory runs out, nothing is taken.
     /// @return `eCalibOk`
     ECalibError AddCalibData(std::vector<LxCCalibrationData*>* data, bool newView);
 
@@ -93,6 +94,9 @@ private:
     using Records = std::vector<std::unique_ptr<LxCCalibrationData>>;
 
     std::size_t GetViewStart(int view) const;
+
+    /// Memory for one more view, which then can be appended without failing.
+    void MakeRoomForView(std::size_t records);
     void AppendRecords(Records records, bool newView);
 
     Records m_vMarks;

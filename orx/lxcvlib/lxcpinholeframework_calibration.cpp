@@ -33,14 +33,31 @@ RecordSet RecordsOf(const LxCCameraToBeCalibrated& device)
 /// Deletes each record once, but none that the device has filed, and empties the list.
 void DeleteRecords(Records& records, const LxCCameraToBeCalibrated& device)
 {
-    RecordSet kept = RecordsOf(device);
-    for (const LxCCalibrationData* record : records) {
-        if (kept.insert(record).second) {
+    RecordSet refused(records.begin(), records.end());
+    for (const LxCCalibrationData* filed : RecordsOf(device)) {
+        refused.erase(filed);
+    }
+    records.clear();
+    for (const LxCCalibrationData* record : refused) {
+        delete record;
+    }
+}
+
+/// Records that a target exports, owned until a device has taken them.
+struct SExport
+{
+    SExport() = default;
+    SExport(const SExport&) = delete;
+    SExport& operator=(const SExport&) = delete;
+    ~SExport()
+    {
+        for (const LxCCalibrationData* record : records) {
             delete record;
         }
     }
-    records.clear();
-}
+
+    Records records;
+};
 
 /// A line of the status text about marks that a device has taken.
 std::string ReportOfAdding(std::size_t count, const std::string& kind, bool newView,
@@ -91,14 +108,13 @@ ECalibError LxCPinholeFramework::AddProjCalibData(std::vector<LxCCalibrationData
                       L"for calibrating the projector.\n");
         return eCalibCameraNotCalibrated;
     }
-    Records exported;
+    SExport exported;
     if (marks == nullptr) {
-        const ECalibError result = m_pProjCalibBody->ExportCalibrationData(exported);
+        const ECalibError result = m_pProjCalibBody->ExportCalibrationData(exported.records);
         if (result != eCalibOk) {
-            DeleteRecords(exported, m_Projector);
             return result;
         }
-        marks = &exported;
+        marks = &exported.records;
     }
     const std::size_t count = marks->size();
     Records screened;
@@ -110,6 +126,7 @@ ECalibError LxCPinholeFramework::AddProjCalibData(std::vector<LxCCalibrationData
     }
     const bool newView = !(screen && toCameraCoords);
     m_Projector.AddCalibData(screen ? &screened : marks, newView);
+    exported.records.clear();
     m_sCalibStatus += ReportOfAdding(count, "projector", newView, m_Projector);
     return eCalibOk;
 }

@@ -2,6 +2,7 @@
 #include "lxccameratobecalibrated.h"
 
 #include "orx/logging/logger.h"
+#include "tests/lxcvlib/allocationcount.h"
 #include "tests/support/environment.h"
 
 #include <gtest/gtest.h>
@@ -13,6 +14,7 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <new>
 #include <random>
 #include <string>
 #include <unistd.h>
@@ -163,6 +165,29 @@ TEST(LxCCameraToBeCalibrated, RecordsAreHeldOnceAndNotNull)
     EXPECT_EQ(capture.Count(Logging::ELevel::eWarning, kChannel,
                             L"AddCalibData: record is held already and is left out\n"),
               3);
+}
+
+TEST(LxCCameraToBeCalibrated, NothingIsTakenWhereMemoryRunsOut)
+{
+    bool isShort = true;
+    for (std::size_t allowed = 0; isShort; ++allowed) {
+        LxCCameraToBeCalibrated camera;
+        Add(camera, 0, 3, true);
+        Marks marks = MakeMarks(10, 5);
+        isShort = false;
+        try {
+            const AllocationLimit limit(1, allowed);
+            camera.AddCalibData(&marks, true);
+        } catch (const std::bad_alloc&) {
+            isShort = true;
+        }
+        ASSERT_EQ(camera.GetNrOfMarks(), isShort ? 3 : 8) << allowed;
+        ASSERT_EQ(camera.GetNrOfViews(), isShort ? 1 : 2) << allowed;
+        for (std::size_t i = 0; isShort && i < marks.size(); ++i) {
+            ASSERT_EQ(marks[i]->m_dXw, 10.0 + static_cast<double>(i));
+            delete marks[i]; // still the caller's
+        }
+    }
 }
 
 TEST(LxCCameraToBeCalibrated, BadViewLeavesTheOutput)

@@ -4,6 +4,7 @@
 #include "lxccalibrationdata.h"
 #include "lxcrectcornercalibmark.h"
 #include "orx/logging/logger.h"
+#include "tests/lxcvlib/allocationcount.h"
 #include "tests/lxcvlib/calibbodytestsupport.h"
 #include "tests/lxcvlib/cameramodel.h"
 #include "tests/lxcvlib/frameworkprobe.h"
@@ -15,6 +16,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <new>
 #include <random>
 #include <sstream>
 #include <string>
@@ -334,6 +336,90 @@ TEST(AddProjCalibData, ReturnsWhatTheExportOfTheTargetReturns)
     scene.framework.GetProjCalibBody()->GetCalibMarks().push_back(new LxCCalibMark()); // no corner: refused
     EXPECT_EQ(scene.framework.AddProjCalibData(nullptr, true, true), eCalibNotDone);
     EXPECT_EQ(scene.framework.GetCalibStatus(), "");
+}
+
+TEST(AddProjCalibData, FilesAllOrNothingOfAnExportWhereMemoryRunsOut)
+{
+    // What was exported and not filed is deleted, which the address sanitizer sees.
+    bool isShort = true;
+    for (std::size_t allowed = 0; isShort; ++allowed) {
+        CScene scene;
+        LxCProjSlideCalibBody& slide = *scene.framework.GetProjCalibBody();
+        slide.SetCalibOrientation(LxCCalibBody::eCO_QuarterTurn);
+        for (int i = 0; i < 3; ++i) {
+            slide.GetCalibMarks().push_back(new CNumberedCorner);
+        }
+        isShort = false;
+        try {
+            const AllocationLimit limit(1, allowed);
+            scene.framework.AddProjCalibData(nullptr, true, allowed % 2 == 0);
+        } catch (const std::bad_alloc&) {
+            isShort = true;
+        }
+        const int filed = scene.framework.GetProjector()->GetNrOfMarks();
+        ASSERT_TRUE(filed == 3 || (isShort && filed == 0)) << allowed << " " << filed;
+        scene.framework.RemoveAllCalibData();
+    }
+}
+
+TEST(AddCamCalibData, DeletesRefusedMarksOnceWhereMemoryRunsOut)
+{
+    bool isShort = true;
+    for (std::size_t allowed = 0; isShort; ++allowed) {
+        CFrameworkProbe framework;
+        CRecords marks; // deletes what is not refused yet
+        marks.list = NewRecords(9);
+        isShort = false;
+        try {
+            const AllocationLimit limit(1, allowed);
+            framework.AddCamCalibData(&marks.list, true);
+        } catch (const std::bad_alloc&) {
+            isShort = true;
+        }
+        ASSERT_EQ(marks.list.size(), isShort ? 9U : 0U) << allowed;
+    }
+}
+
+/// A scene whose target is the point (0, 0) mm alone.
+struct CPointScene : CScene
+{
+    CPointScene()
+    {
+        std::stringstream data("::Coords\n0 0 0\n0 0 0\n0 0 0\n0 0 0\n");
+        framework.GetCamCalibBody()->Read3DCoordsFromStream(data);
+        double box[4] = {1.0, 1.0, 1.0, 1.0};
+        framework.GetCamCalibBody()->GetPositionInWC(&box[0], &box[1], &box[2], &box[3]);
+        for (const double side : box) {
+            EXPECT_EQ(side, 0.0);
+        }
+    }
+};
+
+TEST(AddProjCalibData, TakesWhatIsSeenOnTheBordersOfTheTarget)
+{
+    CPointScene scene;
+    std::vector<LxCCalibrationData*> marks = {CScene::NewMark(1.0, 2.0, 0.0, 0.0)};
+    constexpr double c_dStep = 1e-9; // mm; some 4e-8 pixels, where doubles near 331 are 6e-14 apart
+    for (const auto& [x, y] :
+         std::vector<std::pair<double, double>>{{-c_dStep, 0}, {c_dStep, 0}, {0, -c_dStep}, {0, c_dStep}}) {
+        marks.push_back(CScene::NewMark(1.0, 2.0, x, y));
+    }
+    scene.framework.AddProjCalibData(&marks, true, true);
+    EXPECT_EQ(marks, (std::vector<LxCCalibrationData*>{marks[0], nullptr, nullptr, nullptr, nullptr}));
+    EXPECT_EQ(scene.Filed(0), (std::vector<LxCCalibrationData*>{marks[0]}));
+}
+
+TEST(AddProjCalibData, OpensAViewAlsoWhereAllMarksAreRefused)
+{
+    CPointScene scene;
+    for (const double x : {0.0, 5.0}) {
+        std::vector<LxCCalibrationData*> marks = {CScene::NewMark(1.0, 2.0, x, 0.0)};
+        EXPECT_EQ(scene.framework.AddProjCalibData(&marks, true, false), eCalibOk);
+    }
+    EXPECT_EQ(scene.framework.GetCalibStatus(), "Added 1 projector calibration marks from new viewpoint. "
+                                                "(yielding in total 1 marks from 1 distinct view(s))\n"
+                                                "Added 1 projector calibration marks from new viewpoint. "
+                                                "(yielding in total 1 marks from 2 distinct view(s))\n");
 }
 
 TEST(RemoveAllCalibData, EmptiesCameraAndProjector)
