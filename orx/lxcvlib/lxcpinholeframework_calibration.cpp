@@ -148,11 +148,12 @@ std::vector<LxCCalibrationData*> LxCPinholeFramework::ScreenProjMarks(std::vecto
             mark = nullptr; // a second time in the list
             continue;
         }
-        double x = std::numeric_limits<double>::quiet_NaN();
-        double y = x;
+        double x = 0.0;
+        double y = 0.0;
         double z = 0.0;
-        m_pCamera->DisImageToWorldCoords(mark->m_dXi, mark->m_dYi, 0.0, &x, &y);
-        if (!target.Contains(x, y)) {
+        // A ray along the plane has no point on it, but is given the origin.
+        const bool isOnPlane = m_pCamera->DisImageToWorldCoords(mark->m_dXi, mark->m_dYi, 0.0, &x, &y);
+        if (!isOnPlane || !target.Contains(x, y)) {
             delete mark;
             mark = nullptr;
             continue;

@@ -275,6 +275,21 @@ TEST(AddProjCalibData, RefusesWhatIsNoNumberAndSkipsWhatIsNull)
     EXPECT_EQ(scene.Filed(0), (std::vector<LxCCalibrationData*>{marks[3]}));
 }
 
+TEST(AddProjCalibData, RefusesWhatIsSeenAlongTheTargetsPlane)
+{
+    // The camera's z axis is the world's y axis, so that the row of the principal point looks along the plane.
+    CScene scene;
+    const double rotation[9] = {1.0, 0.0, 0.0, 0.0, 0.0, -1.0, 0.0, 1.0, 0.0};
+    scene.framework.GetCamera()->ReadFromMatrixAndVector(rotation, 0.0, -1.0, 0.0);
+    for (const bool toCameraCoords : {false, true}) {
+        std::vector<LxCCalibrationData*> marks = {new LxCCalibrationData(1.0, 2.0, 0.0, 400.0, 245.0, 1.0),
+                                                  new LxCCalibrationData(1.0, 2.0, 0.0, 400.0, 246.0, 1.0)};
+        scene.framework.AddProjCalibData(&marks, true, toCameraCoords);
+        EXPECT_EQ(marks[0], nullptr);
+        EXPECT_NE(marks[1], nullptr);
+    }
+}
+
 TEST(AddProjCalibData, FilesAMarkOnceThatIsListedTwice)
 {
     CScene scene;
