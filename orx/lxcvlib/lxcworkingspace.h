@@ -16,8 +16,9 @@ class LxCPinholeCamera;
 /// the image's width and height, which is not the principal point.)
 ///
 /// One pair is the source, as it was set; the other is derived from it with the camera of that moment and is
-/// sorted. All four are not a number until set; the world pair also after loading, until `Update`. The camera
-/// is looked at during a call only.
+/// sorted. All four are not a number until set; the world pair also after loading, until `Update`. What a camera
+/// gives that is not finite is held and written as it is, and such a text reads as one without it. The camera is
+/// looked at during a call only.
 class ORX_EXPORT LxCWorkingSpace
 {
 public:
@@ -43,8 +44,8 @@ public:
     double GetMinWorkingDistWC() const { return GetMinWorkingDistWorldCoords(); }
     double GetMaxWorkingDistWC() const { return GetMaxWorkingDistWorldCoords(); }
 
-    /// Keys: MinDistCamCoords, MaxDistCamCoords. Which pair is the source is not stored; call `Update` after
-    /// reading.
+    /// Keys: MinDistCamCoords, MaxDistCamCoords. Which pair is the source is not stored and stays; call `Update` after
+    /// reading, which derives the pair that was read anew where the world pair is the source.
     virtual void Serialize(LxCCCTSerializer& serializer, const std::string& section);
 
 private:

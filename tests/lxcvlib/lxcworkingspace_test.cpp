@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <numbers>
+#include <string>
 
 namespace LxCV {
 namespace {
@@ -169,6 +171,19 @@ TEST(LxCWorkingSpace, ReadingKeepsWhichPairIsTheSource)
     space.Update(&camera);
     EXPECT_NEAR(space.GetMinWorkingDistCamCoords(), 60.0, c_dRoundingTolerance);
     EXPECT_EQ(space.GetMinWorkingDistWorldCoords(), 10.0);
+}
+
+TEST(LxCWorkingSpace, DistancesThatAreNotFiniteReadAsMissing)
+{
+    const LxCPinholeCamera camera = MakeCamera(0.0, 0.0, 0.0, 0.0, 0.0, 50.0);
+    LxCWorkingSpace space;
+    space.SetUsingCamCoords(std::nan(""), std::numeric_limits<double>::infinity(), &camera);
+    const std::string text = TestSupport::Store(space, "::S");
+    LxCWorkingSpace other;
+    other.SetUsingCamCoords(80.0, 120.0, &camera);
+    TestSupport::Load(other, "::S", text);
+    EXPECT_EQ(other.GetMinWorkingDistCamCoords(), 80.0);
+    EXPECT_EQ(other.GetMaxWorkingDistCamCoords(), 120.0);
 }
 
 } // namespace
