@@ -76,9 +76,10 @@ public:
     /// "::Projector", "::PolynomKoma", "::RoiIgnore" with a "::RoiIgnore::Roi[i]" for each region, "::CamCalibBody"
     /// and "::ProjCalibBody". Missing sections and keys leave what the object holds, but for placements, which become
     /// the identity, the pattern, which takes its defaults and is invalid without a size, and the targets' thresholds,
-    /// which take theirs. Reading makes the camera the projector's master and rebuilds the tables; it must not overlap
-    /// with measuring. A count of regions that the text cannot hold is logged and replaced by the number of regions
-    /// that are there.
+    /// which take theirs; the log tells how many keys are missing and how many sections are repeated. A working range
+    /// that was set in world coordinates stays, and the camera's is derived from it. Reading makes the camera the
+    /// projector's master and rebuilds the tables; it must not overlap with measuring. A count of regions that the text
+    /// cannot hold is logged and replaced by the number of regions that are there.
     ///
     /// The projector's target takes the built-in data of the slide that belongs to the pattern that was read, that of
     /// pattern A if it is neither. Their thresholds go before those of the text, deliberately: a slide has one set.
