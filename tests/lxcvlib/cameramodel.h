@@ -84,6 +84,14 @@ inline CCameraModel PlainModel()
     return model;
 }
 
+/// An image of few rows, so that the unwrap table, which most of a model's loading goes into, is small.
+inline CCameraModel SmallModel()
+{
+    CCameraModel model = PlainModel();
+    model.camera.height = 40.0;
+    return model;
+}
+
 /// A plausible device with everything drawn anew.
 inline CCameraModel RandomModel(std::mt19937_64& random, bool useTsai)
 {

@@ -26,18 +26,11 @@ using TestSupport::CFrameworkProbe;
 using TestSupport::Load;
 using TestSupport::ModelText;
 using TestSupport::PlainModel;
+using TestSupport::SmallModel;
 using TestSupport::Store;
 
 constexpr const wchar_t* c_sChannel = L"ORX.Lumorad.LxCPinholeFramework";
 constexpr const char* c_sRoot = "::MV3DCam";
-
-/// An image of few rows, so that the unwrap table, which most of a model's loading goes into, is small.
-CCameraModel SmallModel()
-{
-    CCameraModel model = PlainModel();
-    model.camera.height = 40.0;
-    return model;
-}
 
 std::vector<std::string> Sections(const std::string& text)
 {

@@ -25,20 +25,13 @@ using TestSupport::CCameraModel;
 using TestSupport::CFrameworkProbe;
 using TestSupport::Load;
 using TestSupport::ModelText;
-using TestSupport::PlainModel;
+using TestSupport::SmallModel;
 using TestSupport::Store;
 
 constexpr const wchar_t* c_sChannel = L"ORX.Lumorad.LxCPinholeFramework";
 constexpr const char* c_sRoot = "::MV3DCam";
 constexpr const char* c_sA2 = "StandardParamsDiaA2";
 constexpr const char* c_sC = "StandardParamsDiaC";
-
-CCameraModel SmallModel()
-{
-    CCameraModel model = PlainModel();
-    model.camera.height = 40.0;
-    return model;
-}
 
 /// The text of a model with thresholds of the camera's target that are not the defaults.
 std::string WholeText()
