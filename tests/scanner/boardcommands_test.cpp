@@ -2,7 +2,7 @@
 
 #include "orx/logging/logger.h"
 #include "orx/platform/imagecodec.h"
-#include "scanner/app/lumorad.h"
+#include "tests/scanner/commandrun.h"
 #include "tests/support/environment.h"
 #include "tests/support/temporaryfolder.h"
 
@@ -11,7 +11,6 @@
 
 #include <cmath>
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,13 +21,7 @@ class BoardCommands : public testing::Test
 {
 protected:
     /// What the program prints; a failing one gives its exit code and message in brackets.
-    static std::string Run(const std::vector<std::string>& arguments)
-    {
-        std::ostringstream out;
-        std::ostringstream err;
-        const int exitCode = RunLumorad(arguments, out, err);
-        return exitCode == kExitDone ? out.str() : "[" + std::to_string(exitCode) + " " + err.str() + "]";
-    }
+    static std::string Run(const std::vector<std::string>& arguments) { return RunCommand(arguments); }
 
     std::string Render(const std::string& rotation) const
     {

@@ -5,7 +5,7 @@
 #include "orx/logging/logger.h"
 #include "orx/platform/clock.h"
 #include "orx/platform/unicode.h"
-#include "scanner/app/lumorad.h"
+#include "tests/scanner/commandrun.h"
 #include "tests/support/environment.h"
 #include "tests/support/temporaryfolder.h"
 
@@ -15,7 +15,6 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -34,18 +33,8 @@ protected:
     static std::string Run(std::vector<std::string> arguments)
     {
         arguments.insert(arguments.begin(), "colour");
-        std::ostringstream out;
-        std::ostringstream err;
-        const int exitCode = RunLumorad(arguments, out, err);
-        if (exitCode == kExitDone) {
-            EXPECT_EQ(err.str(), "");
-            return out.str();
-        }
-        EXPECT_EQ(out.str(), "");
-        return "[" + std::to_string(exitCode) + " " + err.str() + "]";
+        return RunCommand(arguments);
     }
-
-    static std::string Failure(const std::string& message) { return "[1 lumorad: " + message + "\n]"; }
 
     void SetDate(int year, unsigned month, unsigned day)
     {

@@ -2,9 +2,9 @@
 
 #include "orx/logging/logger.h"
 #include "scanner/acquisition/devicememory.h"
-#include "scanner/app/lumorad.h"
 #include "scanner/app/measurement.h"
 #include "scanner/device/virtualdevice.h"
+#include "tests/scanner/commandrun.h"
 #include "tests/support/container.h"
 #include "tests/support/environment.h"
 #include "tests/support/temporaryfolder.h"
@@ -13,7 +13,6 @@
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -38,17 +37,8 @@ protected:
     static std::string Run(std::vector<std::string> arguments)
     {
         arguments.insert(arguments.begin(), "model");
-        std::ostringstream out;
-        std::ostringstream err;
-        const int exitCode = RunLumorad(arguments, out, err);
-        if (exitCode == kExitDone) {
-            EXPECT_EQ(err.str(), "");
-            return out.str();
-        }
-        return out.str() + "[" + std::to_string(exitCode) + " " + err.str() + "]";
+        return RunCommand(arguments, EFailingReport::eAllowed);
     }
-
-    static std::string Failure(const std::string& message) { return "[1 lumorad: " + message + "\n]"; }
 
     const Logging::CCapture m_Quiet;
     TestSupport::CTemporaryFolder m_Folder;

@@ -1,7 +1,7 @@
 #include "scanner/app/mtfcommand.h"
 
 #include "orx/platform/imagecodec.h"
-#include "scanner/app/lumorad.h"
+#include "tests/scanner/commandrun.h"
 #include "tests/support/temporaryfolder.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +10,6 @@
 #include <cmath>
 #include <cstddef>
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -25,13 +24,7 @@ class MtfCommand : public testing::Test
 {
 protected:
     /// What the program prints; a failing one gives its exit code and message in brackets.
-    static std::string Run(const std::vector<std::string>& arguments)
-    {
-        std::ostringstream out;
-        std::ostringstream err;
-        const int exitCode = RunLumorad(arguments, out, err);
-        return exitCode == kExitDone ? out.str() : "[" + std::to_string(exitCode) + " " + err.str() + "]";
-    }
+    static std::string Run(const std::vector<std::string>& arguments) { return RunCommand(arguments); }
 
     /// @return the truth
     Json Render(std::vector<std::string> options) const

@@ -2,7 +2,7 @@
 
 #include "cctimage.h"
 #include "orx/logging/logger.h"
-#include "scanner/app/lumorad.h"
+#include "tests/scanner/commandrun.h"
 #include "tests/support/temporaryfolder.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +10,6 @@
 
 #include <cmath>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -35,13 +34,7 @@ protected:
     static std::string File(const std::string& name) { return *s_folder / name; }
 
     /// What a command prints; a failing one gives its exit code and message in brackets.
-    static std::string Run(const std::vector<std::string>& arguments)
-    {
-        std::ostringstream out;
-        std::ostringstream err;
-        const int exitCode = RunLumorad(arguments, out, err);
-        return exitCode == kExitDone ? out.str() : "[" + std::to_string(exitCode) + " " + err.str() + "]";
-    }
+    static std::string Run(const std::vector<std::string>& arguments) { return RunCommand(arguments); }
 
     static std::string Locate(const std::vector<std::string>& options,
                               const std::string& reference = "reference.png",

@@ -2,7 +2,7 @@
 
 #include "lxccalibrationtargetwriter.h"
 #include "orx/logging/logger.h"
-#include "scanner/app/lumorad.h"
+#include "tests/scanner/commandrun.h"
 #include "tests/support/environment.h"
 #include "tests/support/hexfilesfolder.h"
 #include "tests/support/temporaryfolder.h"
@@ -39,18 +39,8 @@ protected:
     static std::string Run(std::vector<std::string> arguments)
     {
         arguments.insert(arguments.begin(), "target");
-        std::ostringstream out;
-        std::ostringstream err;
-        const int exitCode = RunLumorad(arguments, out, err);
-        if (exitCode == kExitDone) {
-            EXPECT_EQ(err.str(), "");
-            return out.str();
-        }
-        EXPECT_EQ(out.str(), "");
-        return "[" + std::to_string(exitCode) + " " + err.str() + "]";
+        return RunCommand(arguments);
     }
-
-    static std::string Failure(const std::string& message) { return "[1 lumorad: " + message + "\n]"; }
 
     const Logging::CCapture m_Quiet;
     TestSupport::CTemporaryFolder m_Folder;

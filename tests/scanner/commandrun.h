@@ -1,0 +1,44 @@
+// Runs the program's commands in tests.
+#pragma once
+
+#include "scanner/app/lumorad.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace app {
+
+/// Whether a failing command still prints what it found out.
+enum class EFailingReport
+{
+    eNone,
+    eAllowed
+};
+
+/// What the program prints; of a failing command followed by exit code and message in brackets.
+inline std::string RunCommand(const std::vector<std::string>& arguments,
+                              EFailingReport report = EFailingReport::eNone)
+{
+    std::ostringstream out;
+    std::ostringstream err;
+    const int exitCode = RunLumorad(arguments, out, err);
+    if (exitCode == kExitDone) {
+        EXPECT_EQ(err.str(), "");
+        return out.str();
+    }
+    if (report == EFailingReport::eNone) {
+        EXPECT_EQ(out.str(), "");
+    }
+    return out.str() + "[" + std::to_string(exitCode) + " " + err.str() + "]";
+}
+
+/// What `RunCommand` gives of a command that fails with this message.
+inline std::string Failure(const std::string& message)
+{
+    return "[1 lumorad: " + message + "\n]";
+}
+
+} // namespace app
