@@ -2,6 +2,7 @@
 #include "scanner/app/lumorad.h"
 
 #include "scanner/acquisition/numbertext.h"
+#include "scanner/app/accuracycommand.h"
 #include "scanner/app/calibratecheckcommand.h"
 #include "scanner/app/colourcommands.h"
 #include "scanner/app/imagesources.h"
@@ -270,6 +271,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     const TargetCommand runModel = AddModelCommands(program);
     const TargetCommand runMtf = AddMtfCommand(program);
     const TargetCommand runCalibrateCheck = AddCalibrateCheckCommand(program);
+    const TargetCommand runAccuracy = AddAccuracyCommand(program);
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
@@ -288,6 +290,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
             runModel(out);
             runMtf(out);
             runCalibrateCheck(out);
+            runAccuracy(out);
         }
         if (!out.flush()) {
             throw std::runtime_error("cannot write the report");

@@ -75,8 +75,9 @@ std::vector<EdgeCrossing> FindCrossings(const DeviceModel& model, const Scene& s
 std::optional<EdgeCrossing> FindCrossingNear(const DeviceModel& model, const Scene& scene, const Vec2& image,
                                              int edge, double reach);
 
-/// See VirtualDevice::RenderPair.
-RenderedPair Render(const DeviceModel& model, const Scene& scene, const RenderOptions& options);
+/// See VirtualDevice::RenderEach.
+void RenderEachExposure(const DeviceModel& model, const Scene& scene, std::span<const Exposure> exposures,
+                        const RenderOptions& options, const std::function<void(RenderedPair&)>& take);
 
 /// See VirtualDevice::FindTruth.
 GroundTruth FindTruth(const DeviceModel& model, const Scene& scene, int threads);

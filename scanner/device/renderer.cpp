@@ -48,7 +48,7 @@ public:
         return truth;
     }
 
-    RenderedPair Run()
+    void RunEach(std::span<const Exposure> exposures, const std::function<void(RenderedPair&)>& take)
     {
         TakeSamples();
         RenderedPair pair;
@@ -56,9 +56,15 @@ public:
             FillTruth(pair.truth);
         }
         GatherLight();
-        pair.reference = Expose(&PixelLight::reference, 0);
-        pair.pattern = Expose(&PixelLight::pattern, 1);
-        return pair;
+        for (std::size_t index = 0; index < exposures.size(); ++index) {
+            m_options.noise = exposures[index].noise;
+            m_options.seed = exposures[index].seed;
+            RenderedPair exposed;
+            exposed.truth = index + 1 < exposures.size() ? pair.truth : std::move(pair.truth);
+            exposed.reference = Expose(&PixelLight::reference, 0);
+            exposed.pattern = Expose(&PixelLight::pattern, 1);
+            take(exposed);
+        }
     }
 
 private:
@@ -324,9 +330,10 @@ GroundTruth FindTruth(const DeviceModel& model, const Scene& scene, int threads)
     return Renderer(model, scene, options).TruthAlone();
 }
 
-RenderedPair Render(const DeviceModel& model, const Scene& scene, const RenderOptions& options)
+void RenderEachExposure(const DeviceModel& model, const Scene& scene, std::span<const Exposure> exposures,
+                        const RenderOptions& options, const std::function<void(RenderedPair&)>& take)
 {
-    return Renderer(model, scene, options).Run();
+    Renderer(model, scene, options).RunEach(exposures, take);
 }
 
 } // namespace device

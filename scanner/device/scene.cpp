@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace device {
 
@@ -65,41 +66,49 @@ private:
     double m_texture;
 };
 
-class Ball : public Scene
+/// Balls of one radius, surfaces 0 and up, in front of a backdrop, the last surface.
+class Balls : public Scene
 {
 public:
-    Ball(const Vec3& centre, double radius, double backdrop, const Colour& albedo)
-        : m_centre(centre), m_radius(radius), m_backdrop{0.0, 0.0, backdrop}, m_albedo(albedo)
+    Balls(std::vector<Vec3> centres, double radius, double backdrop, const Colour& albedo)
+        : m_centres(std::move(centres)), m_radius(radius), m_backdrop{0.0, 0.0, backdrop}, m_albedo(albedo)
     {}
 
     std::optional<Hit> Intersect(const Ray& ray) const override
     {
-        const double onBall = DistanceToBall(ray);
-        if (onBall > 0.0) {
-            const Vec3 at = ray.origin + onBall * ray.direction;
-            return Hit{onBall, at, (1.0 / m_radius) * (at - m_centre), c_ballSurface};
+        std::optional<Hit> first;
+        for (std::size_t ball = 0; ball < m_centres.size(); ++ball) {
+            const double distance = DistanceToBall(ray, m_centres[ball]);
+            if (distance > 0.0 && !(first && first->distance <= distance)) {
+                const Vec3 at = ray.origin + distance * ray.direction;
+                first = Hit{distance, at, (1.0 / m_radius) * (at - m_centres[ball]), static_cast<int>(ball)};
+            }
         }
-        const Vec3 towardsCamera{0.0, 0.0, -1.0};
-        const double onBackdrop = DistanceToPlane(ray, m_backdrop, towardsCamera);
-        if (!(onBackdrop > 0.0)) {
-            return std::nullopt;
-        }
-        return Hit{onBackdrop, ray.origin + onBackdrop * ray.direction, Facing(towardsCamera, ray),
-                   c_backdropSurface};
+        return first ? first : HitBackdrop(ray);
     }
 
     Colour Albedo(const Hit& hit) const override
     {
-        return hit.surface == c_ballSurface ? m_albedo : Scaled(m_albedo, 0.9);
+        return hit.surface == BackdropSurface() ? Scaled(m_albedo, 0.9) : m_albedo;
     }
 
 private:
-    static constexpr int c_ballSurface = 0;
-    static constexpr int c_backdropSurface = 1;
+    int BackdropSurface() const { return static_cast<int>(m_centres.size()); }
 
-    double DistanceToBall(const Ray& ray) const
+    std::optional<Hit> HitBackdrop(const Ray& ray) const
     {
-        const Vec3 toCentre = m_centre - ray.origin;
+        const Vec3 towardsCamera{0.0, 0.0, -1.0};
+        const double distance = DistanceToPlane(ray, m_backdrop, towardsCamera);
+        if (!(distance > 0.0)) {
+            return std::nullopt;
+        }
+        return Hit{distance, ray.origin + distance * ray.direction, Facing(towardsCamera, ray),
+                   BackdropSurface()};
+    }
+
+    double DistanceToBall(const Ray& ray, const Vec3& centre) const
+    {
+        const Vec3 toCentre = centre - ray.origin;
         const double a = Dot(ray.direction, ray.direction);
         const double b = Dot(ray.direction, toCentre);
         const double c = Dot(toCentre, toCentre) - m_radius * m_radius;
@@ -107,10 +116,38 @@ private:
         return discriminant > 0.0 && b > 0.0 ? c / (b + std::sqrt(discriminant)) : 0.0;
     }
 
-    Vec3 m_centre;
+    std::vector<Vec3> m_centres;
     double m_radius;
     Vec3 m_backdrop;
     Colour m_albedo;
+};
+
+class Textured : public Scene
+{
+public:
+    Textured(std::shared_ptr<const Scene> scene, double texture)
+        : m_scene(std::move(scene)), m_texture(texture)
+    {}
+
+    std::optional<Hit> Intersect(const Ray& ray) const override { return m_scene->Intersect(ray); }
+
+    Colour Albedo(const Hit& hit) const override
+    {
+        constexpr double grain = 1.0;                // mm
+        constexpr std::uint64_t keysOfChannel = 100; // of which a mottle takes two
+        Colour albedo = m_scene->Albedo(hit);
+        for (std::size_t channel = 0; channel < albedo.size(); ++channel) {
+            const std::uint64_t key = c_textureKey + keysOfChannel * (channel + 1);
+            albedo[channel] *= 1.0 + m_texture * Mottle(hit.point.x, hit.point.y, grain, key);
+        }
+        return albedo;
+    }
+
+    bool Hides(const Vec3& eye, const Vec3& point) const override { return m_scene->Hides(eye, point); }
+
+private:
+    std::shared_ptr<const Scene> m_scene;
+    double m_texture;
 };
 
 class Step : public Scene
@@ -181,7 +218,18 @@ std::unique_ptr<Scene> MakePlane(const Vec3& point, const Vec3& normal, const Co
 
 std::unique_ptr<Scene> MakeBall(const Vec3& centre, double radius, double backdrop, const Colour& albedo)
 {
-    return std::make_unique<Ball>(centre, radius, backdrop, albedo);
+    return std::make_unique<Balls>(std::vector<Vec3>{centre}, radius, backdrop, albedo);
+}
+
+std::unique_ptr<Scene> MakeBar(const Vec3& first, const Vec3& second, double radius, double backdrop,
+                               const Colour& albedo)
+{
+    return std::make_unique<Balls>(std::vector<Vec3>{first, second}, radius, backdrop, albedo);
+}
+
+std::unique_ptr<Scene> MakeTextured(std::shared_ptr<const Scene> scene, double texture)
+{
+    return std::make_unique<Textured>(std::move(scene), texture);
 }
 
 std::unique_ptr<Scene> MakeStep(double nearDepth, double farDepth, const Vec2& across, double offset,

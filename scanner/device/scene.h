@@ -61,6 +61,16 @@ std::unique_ptr<Scene> MakePlane(const Vec3& point, const Vec3& normal, const Co
 /// A ball in front of a backdrop, the plane z = `backdrop` (mm). Surface 0 is the ball, surface 1 the backdrop.
 std::unique_ptr<Scene> MakeBall(const Vec3& centre, double radius, double backdrop, const Colour& albedo);
 
+/// Two balls of one radius in front of a backdrop, such as the ends of a ball bar whose rod is out of sight. Surface 0 is
+/// the first ball, 1 the second, 2 the backdrop.
+std::unique_ptr<Scene> MakeBar(const Vec3& first, const Vec3& second, double radius, double backdrop,
+                               const Colour& albedo);
+
+/// Another scene with a mottled surface: in every channel on its own the albedo varies by up to the share `texture`, with
+/// details of 1 mm and half of it.
+/// @param texture 0 to 1
+std::unique_ptr<Scene> MakeTextured(std::shared_ptr<const Scene> scene, double texture);
+
 /// Two planes z = `nearDepth` and z = `farDepth` (mm), joined by a wall that is parallel to the z axis. The near
 /// plane lies where across.x x + across.y y < offset. Surface 0 is the near plane, 1 the wall, 2 the far plane.
 std::unique_ptr<Scene> MakeStep(double nearDepth, double farDepth, const Vec2& across, double offset,

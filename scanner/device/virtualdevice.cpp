@@ -359,10 +359,23 @@ GroundTruth VirtualDevice::FindTruth(const Scene& scene, int threads) const
 
 RenderedPair VirtualDevice::RenderPair(const Scene& scene, const RenderOptions& options) const
 {
-    Require(options.noise >= 0.0 && options.noise <= 1000.0, "the noise factor must lie between 0 and 1000");
+    RenderedPair rendered;
+    const std::array<Exposure, 1> exposures{{{options.noise, options.seed}}};
+    RenderEach(scene, exposures, options, [&](RenderedPair& pair) { rendered = std::move(pair); });
+    return rendered;
+}
+
+void VirtualDevice::RenderEach(const Scene& scene, std::span<const Exposure> exposures,
+                               const RenderOptions& options,
+                               const std::function<void(RenderedPair&)>& take) const
+{
+    for (const Exposure& exposure : exposures) {
+        Require(exposure.noise >= 0.0 && exposure.noise <= 1000.0,
+                "the noise factor must lie between 0 and 1000");
+    }
     Require(options.supersamples >= 1 && options.supersamples <= 16,
             "the supersamples must lie between 1 and 16");
-    return Render(*m_model, scene, options);
+    RenderEachExposure(*m_model, scene, exposures, options, take);
 }
 
 std::string VirtualDevice::ParameterText(const std::string& root) const

@@ -9,9 +9,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -96,6 +98,13 @@ struct RenderOptions
     int supersamples = 4;   ///< per pixel and axis, 1 to 16
     int threads = 0;        ///< 0: as many as the machine runs at once. Has no effect on the result
     bool truth = true;      ///< whether to fill the truth
+};
+
+/// What tells the pairs of one scene apart; both as in RenderOptions.
+struct Exposure
+{
+    double noise = 1.0;
+    std::uint64_t seed = 1;
 };
 
 /// What is true at the centre of one pixel.
@@ -207,6 +216,12 @@ public:
     /// A reference and a pattern image with their truth. The same scene, options and parameters give the same pair.
     /// @throws std::invalid_argument for options out of range
     RenderedPair RenderPair(const Scene& scene, const RenderOptions& options = RenderOptions()) const;
+
+    /// Renders a pair for each exposure, one after the other, and calls `take` with it, which may change it. The pairs are
+    /// those of `RenderPair` with the exposure's noise and seed; but the scene is sampled only once.
+    /// @throws std::invalid_argument for options out of range, before the first pair
+    void RenderEach(const Scene& scene, std::span<const Exposure> exposures, const RenderOptions& options,
+                    const std::function<void(RenderedPair&)>& take) const;
 
     /// The device as section text below the section `root`, such as "::MV3DCam". The bytes of its tables may be no
     /// UTF-8.

@@ -532,5 +532,35 @@ TEST(DeviceRender, NothingInViewIsBlack)
     EXPECT_EQ(pair.truth.CountSeenCrossings(), 0U);
 }
 
+TEST(DeviceRender, ExposuresOfOneSamplingAreThePairsThatAreRenderedOneByOne)
+{
+    const VirtualDevice device(SmallDevice(24, 60));
+    const auto scene = MakeScene("step");
+    const std::vector<Exposure> exposures{{0.0, 3}, {1.0, 3}, {1.0, 4}, {2.5, 4}};
+    std::size_t taken = 0;
+    device.RenderEach(*scene, exposures, RenderOptions(), [&](RenderedPair& pair) {
+        RenderOptions options;
+        options.noise = exposures[taken].noise;
+        options.seed = exposures[taken].seed;
+        const RenderedPair expected = device.RenderPair(*scene, options);
+        EXPECT_EQ(pair.reference.data, expected.reference.data) << taken;
+        EXPECT_EQ(pair.pattern.data, expected.pattern.data) << taken;
+        EXPECT_EQ(pair.truth.CountSeenCrossings(), expected.truth.CountSeenCrossings()) << taken;
+        pair = {}; // the next one does not depend on it
+        ++taken;
+    });
+    EXPECT_EQ(taken, exposures.size());
+}
+
+TEST(DeviceRender, ASenselessExposureIsRefusedBeforeTheFirstPair)
+{
+    const VirtualDevice device(SmallDevice(24, 60));
+    const auto scene = MakeScene("plane");
+    const std::vector<Exposure> exposures{{1.0, 1}, {-1.0, 1}};
+    EXPECT_THROW(device.RenderEach(*scene, exposures, RenderOptions(),
+                                   [](RenderedPair&) { FAIL() << "a pair was rendered"; }),
+                 std::invalid_argument);
+}
+
 } // namespace
 } // namespace device

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <memory>
 
 namespace device {
 namespace {
@@ -251,6 +253,62 @@ TEST(DeviceRandom, FirstWordsAreThoseOfSplitMix64)
     // 0xe220a8397b1dcdaf first, which is MixBits of the step itself.
     EXPECT_EQ(MixBits(0x9e3779b97f4a7c15ULL), 0xe220a8397b1dcdafULL);
     EXPECT_NE(CounterRandom(1).Word(0), CounterRandom(2).Word(0));
+}
+
+TEST(DeviceScene, BarIsTheNearerOneOfItsTwoBallsBeforeTheBackdrop)
+{
+    const Vec3 first{-3.0, 0.0, 33.0}, second{1.0, 0.5, 35.0};
+    constexpr double radius = 2.5, backdrop = 44.0;
+    const Colour albedo{0.5, 0.5, 0.5};
+    const auto bar = MakeBar(first, second, radius, backdrop, albedo);
+    const auto one = MakeBall(first, radius, backdrop, albedo),
+               other = MakeBall(second, radius, backdrop, albedo);
+    const CounterRandom random(12);
+    int onBalls = 0;
+    for (std::uint64_t trial = 0; trial < 3000; ++trial) {
+        const Ray ray = RandomRay(random, trial);
+        const auto hit = bar->Intersect(ray), onFirst = one->Intersect(ray), onSecond = other->Intersect(ray);
+        ASSERT_TRUE(hit && onFirst && onSecond);
+        ASSERT_EQ(hit->distance, std::min(onFirst->distance, onSecond->distance));
+        int expected = 2;
+        if (onFirst->surface == 0 && !(onSecond->distance < onFirst->distance)) {
+            expected = 0;
+        } else if (onSecond->surface == 0) {
+            expected = 1;
+        }
+        ASSERT_EQ(hit->surface, expected) << trial;
+        onBalls += expected < 2 ? 1 : 0;
+    }
+    EXPECT_GT(onBalls, 200);
+    EXPECT_TRUE(bar->Hides({0.0, 0.0, 0.0}, {-3.0 * 44.0 / 33.0, 0.0, backdrop}));
+    EXPECT_FALSE(bar->Hides({0.0, 0.0, 0.0}, {9.0, 0.0, backdrop}));
+}
+
+TEST(DeviceScene, TextureChangesTheAlbedoAloneAndEveryChannelOnItsOwn)
+{
+    const std::shared_ptr<const Scene> plain = MakeScene("molar");
+    constexpr double texture = 0.6;
+    const auto textured = MakeTextured(plain, texture);
+    const CounterRandom random(13);
+    double least = 2.0, greatest = 0.0, apart = 0.0;
+    for (std::uint64_t trial = 0; trial < 2000; ++trial) {
+        const Ray ray = RandomRay(random, trial);
+        const auto hit = textured->Intersect(ray), expected = plain->Intersect(ray);
+        ASSERT_EQ(hit.has_value(), expected.has_value());
+        if (!hit) {
+            continue;
+        }
+        ASSERT_EQ(hit->distance, expected->distance);
+        ASSERT_EQ(textured->Hides({0.0, -7.0, 0.0}, hit->point), plain->Hides({0.0, -7.0, 0.0}, hit->point));
+        const Colour with = textured->Albedo(*hit), without = plain->Albedo(*hit);
+        const double blue = with[0] / without[0], red = with[2] / without[2];
+        least = std::min(least, blue);
+        greatest = std::max(greatest, blue);
+        apart = std::max(apart, std::abs(blue - red));
+    }
+    EXPECT_TRUE(least >= 1.0 - texture && least < 0.65) << least;
+    EXPECT_TRUE(greatest <= 1.0 + texture && greatest > 1.35) << greatest;
+    EXPECT_GT(apart, 0.5);
 }
 
 } // namespace
