@@ -118,6 +118,9 @@ ORX_EXPORT bool WriteTiff(const std::filesystem::path& path, const CPixelsView& 
 /// Writes eGray8, eGray16, eBgr8 or eBgra8 as PNG.
 ORX_EXPORT bool WritePng(const std::filesystem::path& path, const CPixelsView& image);
 
+/// The bytes of the file that `WritePng` writes; none where it returns false.
+ORX_EXPORT std::vector<std::byte> EncodePng(const CPixelsView& image);
+
 /// Writes eGray8 with a palette of greys, eBgr8 as 24 bits, or eBgra8 as 32 bits with an alpha mask, as BMP of
 /// less than 4 GB.
 ORX_EXPORT bool WriteBmp(const std::filesystem::path& path, const CPixelsView& image);

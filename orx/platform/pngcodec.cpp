@@ -233,7 +233,7 @@ public:
         return true;
     }
 
-    std::span<const std::byte> GetFile() const { return m_File; }
+    std::vector<std::byte> TakeFile() { return std::move(m_File); }
 
 private:
     static void OnWrite(png_structp png, png_bytep source, std::size_t length)
@@ -263,7 +263,7 @@ private:
 
 } // namespace
 
-bool WritePng(const std::filesystem::path& path, const CPixelsView& image)
+std::vector<std::byte> EncodePng(const CPixelsView& image)
 {
     int colourType = 0;
     switch (image.format) {
@@ -278,13 +278,19 @@ bool WritePng(const std::filesystem::path& path, const CPixelsView& image)
         colourType = PNG_COLOR_TYPE_RGBA;
         break;
     default:
-        return false;
+        return {};
     }
     CPngWriter png;
-    return IsWhole(image) &&
-           png.Write(image, image.format == EPixelFormat::eGray16 ? 16 : 8, colourType,
-                     reinterpret_cast<png_const_bytep>(image.bytes.data())) &&
-           WriteFile(path, png.GetFile());
+    const bool isWritten =
+        IsWhole(image) && png.Write(image, image.format == EPixelFormat::eGray16 ? 16 : 8, colourType,
+                                    reinterpret_cast<png_const_bytep>(image.bytes.data()));
+    return isWritten ? png.TakeFile() : std::vector<std::byte>();
+}
+
+bool WritePng(const std::filesystem::path& path, const CPixelsView& image)
+{
+    const std::vector<std::byte> file = EncodePng(image);
+    return !file.empty() && WriteFile(path, file);
 }
 
 } // namespace platform

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -108,12 +109,15 @@ Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Sce
     DeliveredCrossings delivered(truth);
     std::vector<double> rightErrors;
     std::vector<double> allErrors;
+    std::vector<double> pointErrors;
+    pointErrors.reserve(points.size());
     for (const decoder::MeasuredPoint& point : points) {
         const int column = point.edge.column;
         const auto& crossings = truth.crossings.at(static_cast<std::size_t>(column));
         const std::optional<std::size_t> nearest = NearestCrossing(crossings, point.edge.row);
         const auto truePoint = device.TruePointAt(scene, {static_cast<double>(column), point.edge.row});
         if (!truePoint) {
+            pointErrors.push_back(std::numeric_limits<double>::quiet_NaN());
             continue;
         }
         const bool right = nearest && crossings[*nearest].edge == point.edge.stripeEdge;
@@ -121,6 +125,7 @@ Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Sce
             delivered.Mark(column, *nearest);
         }
         allErrors.push_back(Distance(point.position, *truePoint));
+        pointErrors.push_back(allErrors.back());
         if (right) {
             rightErrors.push_back(allErrors.back());
         }
@@ -134,6 +139,7 @@ Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Sce
     accuracy.rmsMm = RootMeanSquare(allErrors);
     accuracy.rmsRightCodeMm = RootMeanSquare(rightErrors);
     accuracy.p95Mm = Percentile95(std::move(allErrors));
+    accuracy.errorsMm = std::move(pointErrors);
     return accuracy;
 }
 

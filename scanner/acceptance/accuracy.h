@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <span>
+#include <vector>
 
 namespace LxCV {
 class LxCPinholeFramework;
@@ -28,8 +29,9 @@ struct Accuracy
     double wrongCodeFraction = 0.0; ///< share of the points with a wrong edge number
     double meanMm = 0.0; ///< over all points, those with a wrong edge number too, like the next two
     double rmsMm = 0.0;
-    double p95Mm = 0.0;          ///< 95 percent of the errors lie at or below it
-    double rmsRightCodeMm = 0.0; ///< over the points with the right edge number
+    double p95Mm = 0.0;           ///< 95 percent of the errors lie at or below it
+    double rmsRightCodeMm = 0.0;  ///< over the points with the right edge number
+    std::vector<double> errorsMm; ///< of each point, in order; not a number where the camera sees no surface
 };
 
 /// @param truth of the pair that was measured, with its crossings

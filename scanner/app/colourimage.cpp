@@ -48,7 +48,7 @@ void ColourImage::Paste(const ColourImage& other, int column, int row)
     }
 }
 
-void ColourImage::WritePng(const std::filesystem::path& file) const
+std::vector<std::byte> ColourImage::ToBgr() const
 {
     std::vector<std::byte> bytes(m_pixels.size() * sizeof(Rgb));
     auto next = bytes.begin();
@@ -57,10 +57,27 @@ void ColourImage::WritePng(const std::filesystem::path& file) const
             *next++ = std::byte{channel};
         }
     }
+    return bytes;
+}
+
+void ColourImage::WritePng(const std::filesystem::path& file) const
+{
     // Not through `CCTImage::SavePNG`: in a path text a backslash separates folders, here it may be part of a name.
-    if (!platform::WritePng(file, {m_width, m_height, platform::EPixelFormat::eBgr8, bytes})) {
+    const std::vector<std::byte> pixels = ToBgr();
+    if (!platform::WritePng(file, {m_width, m_height, platform::EPixelFormat::eBgr8, pixels})) {
         throw std::runtime_error("cannot write " + file.string());
     }
+}
+
+std::vector<std::byte> ColourImage::ToPng() const
+{
+    const std::vector<std::byte> pixels = ToBgr();
+    std::vector<std::byte> file =
+        platform::EncodePng({m_width, m_height, platform::EPixelFormat::eBgr8, pixels});
+    if (file.empty()) {
+        throw std::runtime_error("a picture without pixels makes no PNG");
+    }
+    return file;
 }
 
 } // namespace app

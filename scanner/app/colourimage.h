@@ -34,7 +34,13 @@ public:
     /// @throws std::runtime_error naming the file if it cannot be written
     void WritePng(const std::filesystem::path& file) const;
 
+    /// The bytes of a PNG file.
+    /// @throws std::runtime_error for a picture without pixels
+    std::vector<std::byte> ToPng() const;
+
 private:
+    std::vector<std::byte> ToBgr() const;
+
     std::size_t Index(int column, int row) const
     {
         return static_cast<std::size_t>(row) * static_cast<std::size_t>(m_width) +

@@ -5,6 +5,7 @@
 #include "scanner/app/accuracycommand.h"
 #include "scanner/app/calibratecheckcommand.h"
 #include "scanner/app/colourcommands.h"
+#include "scanner/app/demoreport.h"
 #include "scanner/app/imagesources.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
@@ -28,7 +29,7 @@ namespace app {
 
 namespace {
 
-constexpr int kDemoStages = 13;
+constexpr int kDemoStages = 14;
 constexpr int kRenderStages = 2;
 
 using acquisition::Rendering;
@@ -172,25 +173,39 @@ Acquisition AcquireFromFiles(const SceneOptions& options, Progress& progress)
     return result;
 }
 
-void RunDemo(const SceneOptions& options, const std::string& source, ETriangulation triangulation, bool json,
-             std::ostream& out)
+/// How the demo measures and what it writes.
+struct DemoOptions
+{
+    std::string source = kVirtualSource;
+    bool exact = false;
+    bool noPage = false;
+};
+
+void RunDemo(const SceneOptions& options, const DemoOptions& demo, bool json, std::ostream& out)
 {
     CreateFolder(options.out);
     StageTimes times;
     Measurement measurement;
     {
         Progress progress(kDemoStages);
-        const auto acquire = source == kSimulatedSource ? AcquireFromFiles : AcquireFromDevice;
+        const auto acquire = demo.source == kSimulatedSource ? AcquireFromFiles : AcquireFromDevice;
         const Acquisition acquired = acquire(options, progress);
         const Rendering& rendering = *acquired.rendering;
+        const ETriangulation triangulation = demo.exact ? ETriangulation::eComputed : ETriangulation::eTable;
         measurement = Measure(acquired.images, rendering, options.out / "model.txt", triangulation, progress);
         progress.Run("write results", [&] { WriteMeasurement(rendering, measurement, options.out); });
+        if (!demo.noPage) {
+            progress.Run("write report", [&] {
+                WriteHtmlReport(DemoReport(rendering, demo.source, measurement, progress.GetTimes()),
+                                options.out / "report.html");
+            });
+        }
         times = progress.GetTimes();
     }
     if (json) {
-        PrintJson(out, ToJson(options, source, measurement, times));
+        PrintJson(out, ToJson(options, demo.source, measurement, times));
     } else {
-        PrintReport(out, options, source, measurement, times);
+        PrintReport(out, options, demo.source, measurement, times);
     }
 }
 
@@ -256,13 +271,13 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
         program.add_subcommand("demo", "Render an image pair, measure it, compare with the truth");
     CLI::App* render = program.add_subcommand("render", "Render an image pair and write the device's model");
     AddSceneOptions(*demo, options, json);
-    std::string source = kVirtualSource;
-    demo->add_option("--source", source,
+    DemoOptions demoOptions;
+    demo->add_option("--source", demoOptions.source,
                      "Where the images come from: the virtual device, or its files replayed")
         ->check(CLI::IsMember({kVirtualSource, kSimulatedSource}))
         ->capture_default_str();
-    bool exact = false;
-    demo->add_flag("--exact", exact, "Compute each point instead of looking it up in a table");
+    demo->add_flag("--exact", demoOptions.exact, "Compute each point instead of looking it up in a table");
+    demo->add_flag("--no-report", demoOptions.noPage, "Write no report.html");
     AddSceneOptions(*render, options, json);
     TargetOptions target;
     AddTargetOptions(*render, target);
@@ -279,7 +294,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     }
     try {
         if (demo->parsed()) {
-            RunDemo(options, source, exact ? ETriangulation::eComputed : ETriangulation::eTable, json, out);
+            RunDemo(options, demoOptions, json, out);
         } else if (render->parsed() && !target.target.empty()) {
             RenderTarget(target, {options.seed, options.noise, options.out, json}, out);
         } else if (render->parsed()) {

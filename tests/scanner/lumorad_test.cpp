@@ -67,9 +67,9 @@ TEST_F(Lumorad, DemoMeasuresTheMolarWithinItsBounds)
     EXPECT_EQ(stages,
               (std::set<std::string>{"render", "write images", "acquire", "load model", "remove texture",
                                      "find edges", "read code words", "trace edges", "triangulate", "compare",
-                                     "write results", "prepare", "deliver"}));
-    for (const char* file :
-         {"reference.png", "pattern.png", "depth.png", "overview.png", "cloud.ply", "model.txt", "scan.3d"}) {
+                                     "write results", "write report", "prepare", "deliver"}));
+    for (const char* file : {"reference.png", "pattern.png", "depth.png", "overview.png", "cloud.ply",
+                             "model.txt", "scan.3d", "report.html"}) {
         EXPECT_GT(std::filesystem::file_size(m_folder / "a" / file), 0U) << file;
     }
 }
@@ -104,6 +104,14 @@ TEST_F(Lumorad, DemoGivesTheSameCloudHoweverItReports)
     const std::string scan = ReadFile(m_folder / "a" / "scan.3d");
     EXPECT_FALSE(scan.empty());
     EXPECT_TRUE(ReadFile(folder / "scan.3d") == scan);
+}
+
+TEST_F(Lumorad, DemoWritesNoReportWhereNoneIsWanted)
+{
+    const nlohmann::json report = Demo("plane", "1", "a", {"--no-report"});
+    EXPECT_FALSE(report.at("stages_ms").contains("write report"));
+    EXPECT_FALSE(std::filesystem::exists(m_folder / "a" / "report.html"));
+    EXPECT_TRUE(std::filesystem::exists(m_folder / "a" / "cloud.ply"));
 }
 
 TEST_F(Lumorad, DemoGivesTheSameFiguresFromEitherSource)
