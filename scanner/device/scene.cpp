@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::uint64_t c_textureKey = 7001;
 constexpr double c_grain = 2.5; // mm
-constexpr Colour c_plaster{0.66, 0.70, 0.72};
 
 Colour Scaled(const Colour& colour, double factor)
 {

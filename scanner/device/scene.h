@@ -4,6 +4,7 @@
 #include "scanner/device/geometry.h"
 
 #include <array>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,6 +14,9 @@ namespace device {
 
 /// Blue, green, red.
 using Colour = std::array<double, 3>;
+
+/// The share of light that plaster reflects.
+inline constexpr Colour c_plaster{0.66, 0.70, 0.72};
 
 /// A ray from `origin` (mm) along `direction`, which need not be of unit length.
 struct Ray
@@ -24,10 +28,12 @@ struct Ray
 /// Where a ray first meets a scene.
 struct Hit
 {
-    double distance = 0.0; ///< in units of the ray's direction
-    Vec3 point;            ///< mm
-    Vec3 normal;           ///< unit length, towards the side that the ray comes from
-    int surface = 0;       ///< which smooth piece of the scene this is
+    double distance = 0.0;          ///< in units of the ray's direction
+    Vec3 point;                     ///< mm
+    Vec3 normal;                    ///< unit length, towards the side that the ray comes from
+    int surface = 0;                ///< which smooth piece of the scene this is
+    std::size_t facet = 0;          ///< of a mesh, which triangle was hit
+    std::array<double, 3> shares{}; ///< of the triangle's corners in the point; they add up to 1
 };
 
 /// A scene in camera coordinates: mm, the camera at the origin, z along its axis away from it. Const operations may
