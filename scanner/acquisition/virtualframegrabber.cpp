@@ -4,6 +4,7 @@
 #include "orx/logging/logger.h"
 #include "orx/platform/paths.h"
 #include "scanner/acquisition/numbertext.h"
+#include "scanner/acquisition/posetext.h"
 #include "scanner/acquisition/rawimages.h"
 
 #include <algorithm>
@@ -64,12 +65,28 @@ struct VirtualFrameGrabber::Arguments
         if (key == "noise") {
             return ReadNumber(value, options.noise) && options.noise >= 0.0 && options.noise <= kLargestNoise;
         }
+        if (key == "mesh") {
+            Mesh().file = value;
+            return !value.empty();
+        }
+        if (key == "pose") {
+            return ReadPose(value, Mesh().pose);
+        }
+        if (key == "scale") {
+            return ReadNumber(value, Mesh().pose.scale) && Mesh().pose.scale > 0.0 &&
+                   std::isfinite(Mesh().pose.scale);
+        }
         if (key == "memory") {
             memory = value;
             return !value.empty();
         }
         return false;
     }
+
+    device::MeshSource& Mesh() { return options.mesh ? *options.mesh : options.mesh.emplace(); }
+
+    /// Whether the arguments go together.
+    bool AreWhole() const { return !options.mesh || !options.mesh->file.empty(); }
 
     PairOptions options;
     std::string memory; ///< path text; empty for none
@@ -82,22 +99,31 @@ VirtualFrameGrabber::VirtualFrameGrabber(const device::DeviceParameters& paramet
 LxCV::LxAFrameGrabber::EReturnCode VirtualFrameGrabber::Init(const std::vector<std::string>& arguments)
 {
     Release();
+    m_fault.clear();
     Arguments read;
     for (const std::string& argument : arguments) {
         if (!read.Read(argument)) {
-            s_logger.Error(L"VirtualFrameGrabber: the argument %s makes no sense\n", argument);
+            m_fault = "the argument " + argument + " makes no sense";
+            s_logger.Error(L"VirtualFrameGrabber: %s\n", m_fault);
             return eRC_ConfigFileErrononeus;
         }
     }
+    if (!read.AreWhole()) {
+        m_fault = "pose and scale want a mesh";
+        s_logger.Error(L"VirtualFrameGrabber: %s\n", m_fault);
+        return eRC_ConfigFileErrononeus;
+    }
     m_memory.Close();
     if (!read.memory.empty() && !m_memory.Open(platform::NativePath(read.memory))) {
-        s_logger.Error(L"VirtualFrameGrabber: %s is no memory of a device\n", read.memory);
+        m_fault = read.memory + " is no memory of a device";
+        s_logger.Error(L"VirtualFrameGrabber: %s\n", m_fault);
         return eRC_ConfigFileErrononeus;
     }
     try {
         Open(read.options);
     } catch (const std::exception& error) {
-        s_logger.Error(L"VirtualFrameGrabber: %s\n", error.what());
+        m_fault = error.what();
+        s_logger.Error(L"VirtualFrameGrabber: %s\n", m_fault);
         Release();
         return eRC_CouldNotBeInitialized;
     }
@@ -191,9 +217,8 @@ void VirtualFrameGrabber::Deliver(ELedType kind, CCTImage& image)
 {
     bool& delivered = m_delivered[kind == eLT_Ref ? 1 : 0];
     if (delivered) {
-        PairOptions options = GetRendering()->options;
-        ++options.seed;
-        SetRendering(std::make_shared<const Rendering>(Render(m_device, options)));
+        const std::shared_ptr<const Rendering> last = GetRendering();
+        SetRendering(std::make_shared<const Rendering>(RenderAgain(*last, last->options.seed + 1)));
     }
     const std::shared_ptr<const Rendering> rendering = GetRendering();
     const device::ImageF& source = kind == eLT_Ref ? rendering->pair.reference : rendering->pair.pattern;

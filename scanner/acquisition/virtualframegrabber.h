@@ -38,12 +38,16 @@ public:
     VirtualFrameGrabber& operator=(const VirtualFrameGrabber&) = delete;
 
     /// Releases the source, renders the first pair and makes the raw images.
-    /// @param arguments texts "scene=NAME", "seed=N" and "noise=X" as in `PairOptions`, and "memory=PATH", the file
+    /// @param arguments texts "scene=NAME", "seed=N" and "noise=X" as in `PairOptions`; instead of a scene "mesh=PATH",
+    ///        with "pose=RX,RY,RZ,TX,TY,TZ" and "scale=X" as in `device::MeshPose`; and "memory=PATH", the file
     ///        that keeps the memory of the device beyond the end of the program; without the latter the memory keeps
     ///        its content as long as this object lives. Of several for one key the last one counts
     /// @return `eRC_ConfigFileErrononeus` for other arguments or a file that is none of a memory,
     ///         `eRC_CouldNotBeInitialized` where the pair cannot be rendered; each with a line in the log
     EReturnCode Init(const std::vector<std::string>& arguments) override;
+
+    /// Why the last `Init` did not succeed, as in the log; empty where it did.
+    const std::string& GetFault() const { return m_fault; }
 
     /// @return `eRC_CouldNotBeInitialized` without `Init`
     EReturnCode Start() override;
@@ -113,6 +117,7 @@ private:
     std::atomic<std::uint64_t> m_frames{0}; ///< images since `Init`
     LxCV::CRawImageQueue m_queue;
     DeviceMemory m_memory;
+    std::string m_fault;
 };
 
 } // namespace acquisition

@@ -2,10 +2,9 @@
 #include "scanner/app/imagesources.h"
 
 #include "orx/platform/imagecodec.h"
+#include "scanner/acquisition/posetext.h"
 #include "scanner/acquisition/rawimages.h"
 
-#include <array>
-#include <charconv>
 #include <cstddef>
 #include <span>
 #include <stdexcept>
@@ -13,14 +12,6 @@
 namespace app {
 
 namespace {
-
-/// The shortest text that reads back as the same number.
-std::string TextOf(double number)
-{
-    std::array<char, 32> text{};
-    const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), number);
-    return {text.data(), end};
-}
 
 void WriteFloats(const device::ImageF& image, const std::filesystem::path& file)
 {
@@ -36,11 +27,20 @@ void WriteFloats(const device::ImageF& image, const std::filesystem::path& file)
 std::unique_ptr<acquisition::VirtualFrameGrabber> OpenVirtual(const acquisition::PairOptions& options)
 {
     auto grabber = std::make_unique<acquisition::VirtualFrameGrabber>();
-    const auto result = grabber->Init(
-        {"scene=" + options.scene, "seed=" + std::to_string(options.seed), "noise=" + TextOf(options.noise)});
+    std::vector<std::string> arguments{"seed=" + std::to_string(options.seed),
+                                       "noise=" + acquisition::NumberText(options.noise)};
+    if (options.mesh) {
+        const device::MeshPose& pose = options.mesh->pose;
+        arguments.push_back("mesh=" + options.mesh->file.string());
+        arguments.push_back("pose=" + acquisition::PoseText(pose));
+        arguments.push_back("scale=" + acquisition::NumberText(pose.scale));
+    } else {
+        arguments.push_back("scene=" + options.scene);
+    }
+    const auto result = grabber->Init(arguments);
     LxCV::LxAFrameGrabber::LogResult(result);
     if (result != LxCV::LxAFrameGrabber::eRC_OK) {
-        throw std::runtime_error("cannot start the virtual device");
+        throw std::runtime_error("cannot start the virtual device: " + grabber->GetFault());
     }
     return grabber;
 }

@@ -9,10 +9,12 @@
 #include "scanner/app/imagesources.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
+#include "scanner/app/meshoptions.h"
 #include "scanner/app/modelcommands.h"
 #include "scanner/app/mtfcommand.h"
 #include "scanner/app/rendertarget.h"
 #include "scanner/app/targetcommands.h"
+#include "scanner/app/truthfiles.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -30,7 +32,7 @@ namespace app {
 namespace {
 
 constexpr int kDemoStages = 14;
-constexpr int kRenderStages = 2;
+constexpr int kRenderStages = 3;
 
 using acquisition::Rendering;
 
@@ -43,20 +45,24 @@ struct SceneOptions : acquisition::PairOptions
 using StageTimes = std::vector<std::pair<std::string, double>>;
 
 /// What both commands tell of their arguments.
-nlohmann::ordered_json SceneToJson(const SceneOptions& options)
+nlohmann::ordered_json SceneToJson(const Rendering& rendering)
 {
     nlohmann::ordered_json json;
-    json["scene"] = options.scene;
-    json["seed"] = options.seed;
-    json["noise"] = options.noise;
+    json["scene"] = rendering.options.scene;
+    json["seed"] = rendering.options.seed;
+    json["noise"] = rendering.options.noise;
+    if (rendering.mesh != nullptr) {
+        json["mesh"] = MeshToJson(rendering);
+    }
     return json;
 }
 
-nlohmann::ordered_json ToJson(const SceneOptions& options, const std::string& source,
-                              const Measurement& measurement, const StageTimes& times)
+nlohmann::ordered_json ToJson(const SceneOptions& options, const Rendering& rendering,
+                              const std::string& source, const Measurement& measurement,
+                              const StageTimes& times)
 {
     const Accuracy& accuracy = measurement.accuracy;
-    nlohmann::ordered_json json = SceneToJson(options);
+    nlohmann::ordered_json json = SceneToJson(rendering);
     json["source"] = source;
     json["points"] = accuracy.points;
     json["crossings"] = accuracy.seenCrossings;
@@ -123,14 +129,19 @@ void RunRender(const SceneOptions& options, bool json, std::ostream& out)
         progress.Run("render",
                      [&] { rendering.emplace(Render(std::make_shared<device::VirtualDevice>(), options)); });
         progress.Run("write images", [&] { WriteRendering(*rendering, options.out); });
+        progress.Run("write truth", [&] { WriteTruth(*rendering, options.out); });
     }
     if (json) {
-        nlohmann::ordered_json report = SceneToJson(options);
+        nlohmann::ordered_json report = SceneToJson(*rendering);
         report["crossings"] = rendering->pair.truth.CountSeenCrossings();
         report["out"] = options.out.string();
         PrintJson(out, report);
     } else {
-        out << "Wrote reference.png, pattern.png and model.txt to " << options.out.string() << "\n";
+        if (rendering->mesh != nullptr) {
+            PrintMesh(out, *rendering);
+        }
+        out << "Wrote reference.png, pattern.png, model.txt, depth.pfm and truth.ply to "
+            << options.out.string() << "\n";
     }
 }
 
@@ -186,10 +197,11 @@ void RunDemo(const SceneOptions& options, const DemoOptions& demo, bool json, st
     CreateFolder(options.out);
     StageTimes times;
     Measurement measurement;
+    Acquisition acquired;
     {
         Progress progress(kDemoStages);
         const auto acquire = demo.source == kSimulatedSource ? AcquireFromFiles : AcquireFromDevice;
-        const Acquisition acquired = acquire(options, progress);
+        acquired = acquire(options, progress);
         const Rendering& rendering = *acquired.rendering;
         const ETriangulation triangulation = demo.exact ? ETriangulation::eComputed : ETriangulation::eTable;
         measurement = Measure(acquired.images, rendering, options.out / "model.txt", triangulation, progress);
@@ -203,8 +215,11 @@ void RunDemo(const SceneOptions& options, const DemoOptions& demo, bool json, st
         times = progress.GetTimes();
     }
     if (json) {
-        PrintJson(out, ToJson(options, demo.source, measurement, times));
+        PrintJson(out, ToJson(options, *acquired.rendering, demo.source, measurement, times));
     } else {
+        if (acquired.rendering->mesh != nullptr) {
+            PrintMesh(out, *acquired.rendering);
+        }
         PrintReport(out, options, demo.source, measurement, times);
     }
 }
@@ -271,6 +286,9 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
         program.add_subcommand("demo", "Render an image pair, measure it, compare with the truth");
     CLI::App* render = program.add_subcommand("render", "Render an image pair and write the device's model");
     AddSceneOptions(*demo, options, json);
+    MeshOptions mesh;
+    AddMeshOptions(*demo, mesh);
+    AddMeshScale(*demo, mesh);
     DemoOptions demoOptions;
     demo->add_option("--source", demoOptions.source,
                      "Where the images come from: the virtual device, or its files replayed")
@@ -279,6 +297,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     demo->add_flag("--exact", demoOptions.exact, "Compute each point instead of looking it up in a table");
     demo->add_flag("--no-report", demoOptions.noPage, "Write no report.html");
     AddSceneOptions(*render, options, json);
+    AddMeshOptions(*render, mesh);
     TargetOptions target;
     AddTargetOptions(*render, target);
     const TargetCommand runColour = AddColourCommands(program);
@@ -293,6 +312,10 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
         return program.exit(error, out, err) == 0 ? kExitDone : kExitUsage;
     }
     try {
+        if (render->parsed()) {
+            mesh.scale = target.scale;
+        }
+        Apply(mesh, options);
         if (demo->parsed()) {
             RunDemo(options, demoOptions, json, out);
         } else if (render->parsed() && !target.target.empty()) {

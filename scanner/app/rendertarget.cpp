@@ -4,6 +4,7 @@
 #include "scanner/app/colourimage.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
+#include "scanner/app/meshoptions.h"
 #include "scanner/device/checkerboard.h"
 #include "scanner/device/mtfchart.h"
 #include "scanner/device/noise.h"
@@ -205,16 +206,24 @@ void RenderChart(const TargetOptions& options, const TargetOutput& output, Json 
         << device::MtfContrast(chart, chart.alongU) << " vertically\n";
 }
 
+constexpr double kSmallestScale = 20.0, kLargestScale = 200.0; // of a chart, pixels
+
 /// Refuses what the target does not know.
-void CheckTarget(const TargetOptions& options)
+void CheckTarget(const TargetOptions& options, bool hasMesh)
 {
     const bool isChart = options.target == kChart;
     if (isChart && (options.tilt.has_value() || options.distance.has_value())) {
         throw CLI::ValidationError("--target mtf",
                                    "the chart lies in the image's plane; --rotation and --scale place it");
     }
-    if (!isChart && (options.contrast.has_value() || options.scale.has_value())) {
-        throw CLI::ValidationError("--contrast and --scale", "go with --target mtf alone");
+    if (!isChart && options.contrast.has_value()) {
+        throw CLI::ValidationError("--contrast", "goes with --target mtf alone");
+    }
+    if (!isChart && !hasMesh && options.scale.has_value()) {
+        throw CLI::ValidationError("--scale", "goes with --target mtf or --mesh alone");
+    }
+    if (isChart && (options.scale < kSmallestScale || options.scale > kLargestScale)) {
+        throw CLI::ValidationError("--scale", "a chart's is a number from 20 to 200");
     }
 }
 
@@ -237,9 +246,8 @@ CLI::Validator IsWithin(double least, double greatest)
 
 void AddTargetOptions(CLI::App& command, TargetOptions& options)
 {
-    constexpr double kSteepest = 80.0, kFullTurn = 360.0;          // degrees
-    constexpr double kNearest = 10.0, kFarthest = 200.0;           // mm
-    constexpr double kSmallestScale = 20.0, kLargestScale = 200.0; // pixels
+    constexpr double kSteepest = 80.0, kFullTurn = 360.0; // degrees
+    constexpr double kNearest = 10.0, kFarthest = 200.0;  // mm
     CLI::Option* const target =
         command
             .add_option(
@@ -267,11 +275,14 @@ void AddTargetOptions(CLI::App& command, TargetOptions& options)
         ->check(IsWithin(0.0, 1.0))
         ->needs(target);
     command
-        .add_option("--scale", options.scale,
-                    "Distance of neighbouring patches of a chart, along rows and columns, pixels")
-        ->check(IsWithin(kSmallestScale, kLargestScale))
-        ->needs(target);
-    command.parse_complete_callback([&options] { CheckTarget(options); });
+        .add_option(
+            "--scale", options.scale,
+            "Distance of neighbouring patches of a chart, along rows and columns, pixels, 20 to 200; or "
+            "length of a mesh's unit, mm")
+        ->check(IsWithin(kSmallestMeshScale, kLargestMeshScale));
+    CLI::Option* const mesh = command.get_option("--mesh");
+    mesh->excludes(target);
+    command.parse_complete_callback([&options, mesh] { CheckTarget(options, mesh->count() > 0); });
 }
 
 void RenderTarget(const TargetOptions& options, const TargetOutput& output, std::ostream& out)

@@ -25,7 +25,7 @@ struct TargetOptions
     std::optional<double> distance; ///< mm along the camera's axis
     std::optional<double>
         contrast;                ///< of the chart's bars before the blur, 0 to 1; none: the chart's own two
-    std::optional<double> scale; ///< of the chart, pixels
+    std::optional<double> scale; ///< of the chart, pixels; of a mesh where one is rendered, mm per unit
     double blur = 0.7;           ///< sigma of the camera's blur, pixels
 };
 
@@ -39,7 +39,7 @@ struct TargetOutput
     bool json = false; ///< the report's form
 };
 
-/// Adds the options to a command that has an option `--scene`.
+/// Adds the options to a command that has the options `--scene` and `--mesh`.
 void AddTargetOptions(CLI::App& command, TargetOptions& options);
 
 /// Writes image.png for a checkerboard, reference.png and pattern.png for a slide, and model.txt and truth.json into the

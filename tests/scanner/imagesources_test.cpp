@@ -131,7 +131,8 @@ TEST(OpenVirtual, RefusesWhatTheDeviceRefuses)
 {
     acquisition::PairOptions options;
     options.scene = "teapot";
-    EXPECT_EQ(Complaint([&] { OpenVirtual(options); }), "cannot start the virtual device");
+    EXPECT_EQ(Complaint([&] { OpenVirtual(options); }),
+              "cannot start the virtual device: the argument scene=teapot makes no sense");
 }
 
 } // namespace

@@ -163,7 +163,8 @@ TEST_F(Lumorad, RenderWritesThePairAndTheModel)
     const Outcome outcome =
         RunProgram({"render", "--scene", "plane", "--noise", "0", "--out", m_folder.string()});
     EXPECT_EQ(outcome.exitCode, kExitDone) << outcome.err;
-    EXPECT_EQ(outcome.out, "Wrote reference.png, pattern.png and model.txt to " + m_folder.string() + "\n");
+    EXPECT_EQ(outcome.out, "Wrote reference.png, pattern.png, model.txt, depth.pfm and truth.ply to " +
+                               m_folder.string() + "\n");
     EXPECT_NE(ReadFile(m_folder / "model.txt").find("::MV3DCamBase::Cams[0]"), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists(m_folder / "cloud.ply"));
 }
