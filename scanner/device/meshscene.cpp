@@ -103,9 +103,13 @@ constexpr double c_boxMargin = 4e-6;
 /// The end of a float ray lies farther than the nearest contact by this, in the same units.
 constexpr double c_endMargin = 2e-5;
 
+/// No way through the mesh is longer, in the same units.
+constexpr double c_longestWay = 3.0;
+
 float EndOfRay(const Query& query, double distance)
 {
-    return static_cast<float>(std::max(0.0, distance * query.stretch - query.start) + c_endMargin);
+    const double way = distance * query.stretch - query.start;
+    return static_cast<float>(std::clamp(way, 0.0, c_longestWay) + c_endMargin);
 }
 
 template <typename Arguments>
