@@ -50,10 +50,11 @@ CCTImage View(device::ImageF& image)
 class Decoding
 {
 public:
-    Decoding()
+    explicit Decoding(bool useTable = false)
         : m_reference(View(TheMolar().pair.reference)), m_pattern(View(TheMolar().pair.pattern)),
-          m_decoder(TheMolar().model)
+          m_decoder(TheMolar().model, Config(useTable))
     {
+        m_decoder.Init(m_reference.GetWidth(), m_reference.GetHeight());
         Signal();
         Edges();
         Names();
@@ -66,9 +67,17 @@ public:
     void Names() { m_decoder.ReadCodeWords(); }
     void Trace() { m_decoder.TraceEdges(); }
     void Points() { m_decoder.Triangulate(); }
+    void Record() { m_decoder.Deliver(m_reference); }
     std::size_t CountPoints() const { return m_decoder.GetPoints().size(); }
 
 private:
+    static decoder::DecoderConfig Config(bool useTable)
+    {
+        decoder::DecoderConfig config;
+        config.useTable = useTable;
+        return config;
+    }
+
     CCTImage m_reference;
     CCTImage m_pattern;
     decoder::Decoder m_decoder;
@@ -112,6 +121,40 @@ void DecodePoints(benchmark::State& state)
     }
 }
 BENCHMARK(DecodePoints)->Unit(benchmark::kMillisecond);
+
+void DecodePointsByTable(benchmark::State& state)
+{
+    Decoding decoding(true);
+    for (auto _ : state) {
+        decoding.Points();
+    }
+}
+BENCHMARK(DecodePointsByTable)->Unit(benchmark::kMillisecond);
+
+void DecodeRecord(benchmark::State& state)
+{
+    Decoding decoding(true);
+    for (auto _ : state) {
+        decoding.Record();
+    }
+}
+BENCHMARK(DecodeRecord)->Unit(benchmark::kMillisecond);
+
+/// As a running scanner does it.
+void DecodePairToRecord(benchmark::State& state)
+{
+    Decoding decoding(true);
+    for (auto _ : state) {
+        decoding.Signal();
+        decoding.Edges();
+        decoding.Names();
+        decoding.Trace();
+        decoding.Points();
+        decoding.Record();
+    }
+    state.counters["points"] = static_cast<double>(decoding.CountPoints());
+}
+BENCHMARK(DecodePairToRecord)->Unit(benchmark::kMillisecond);
 
 void DecodeAll(benchmark::State& state)
 {

@@ -5,8 +5,8 @@
 #include "lxcstripepattern.h"
 #include "lxctriangulationlut.h"
 #include "scanner/decoder/scanrecord.h"
+#include "scanner/decoder/tablelookup.h"
 
-#include <array>
 #include <new>
 #include <stdexcept>
 
@@ -97,22 +97,11 @@ void Decoder::TraceEdges()
     m_tracer.Trace(m_words, m_edges);
 }
 
-/// The point of an edge pixel; depth 0 where there is none, whatever the model's working range says.
-LxC3DCoordsCCT Decoder::PointAt(const EdgePixel& edge) const
+LxC3DCoordsCCT Decoder::ComputePoint(const EdgePixel& edge) const
 {
     LxC3DCoordsCCT position;
-    if (m_config.useTable) {
-        std::array<float, 3> xyz{};
-        unsigned char isValid = 0;
-        m_data.GetTriangulationLUT()->LookUpXYZ(static_cast<float>(edge.column), static_cast<float>(edge.row),
-                                                edge.stripeEdge, xyz.data(), &isValid);
-        position.x = xyz[0];
-        position.y = xyz[1];
-        position.z = xyz[2];
-    } else {
-        m_model.ComputeEdgeXYZ(edge.column, edge.row, edge.stripeEdge, true, &position.x, &position.y,
-                               &position.z, false);
-    }
+    m_model.ComputeEdgeXYZ(edge.column, edge.row, edge.stripeEdge, true, &position.x, &position.y,
+                           &position.z, false);
     return position;
 }
 
@@ -126,7 +115,11 @@ void Decoder::Triangulate()
     const double nearest = m_model.GetMinZc();
     const double farthest = m_model.GetMaxZc();
     for (const EdgePixel& edge : m_edges) {
-        const LxC3DCoordsCCT position = PointAt(edge);
+        LxC3DCoordsCCT position;
+        if (!m_config.useTable || !LookUpPoint(*m_data.GetTriangulationLUT(), edge, position)) {
+            position = ComputePoint(edge);
+        }
+        // Where there is no point the depth is 0, whatever the model's working range says.
         if (position.z > 0.0 && position.z >= nearest && position.z <= farthest) {
             m_points.push_back({edge, position});
         }

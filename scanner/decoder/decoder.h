@@ -67,7 +67,9 @@ public:
 private:
     void FitWords(int width, int height);
     void FitRecord(int width, int height);
-    LxCV::LxC3DCoordsCCT PointAt(const EdgePixel& edge) const;
+
+    /// The point of an edge pixel by the model's equations; of depth 0 where there is none.
+    LxCV::LxC3DCoordsCCT ComputePoint(const EdgePixel& edge) const;
 
     const LxCV::LxCPinholeFramework& m_model;
     DecoderConfig m_config;

@@ -4,10 +4,11 @@
 #include "lxcfloat3.h"
 #include "lxcorxipalgorithm.h"
 #include "lxsscandatacct.h"
+#include "pixelelements.h"
 
 #include <algorithm>
 #include <array>
-#include <cmath>
+#include <cstddef>
 #include <cstdint>
 
 namespace decoder {
@@ -17,33 +18,41 @@ using LxCV::LxCFloat3;
 
 namespace {
 
-constexpr signed char kValid = 1;
+constexpr std::uint8_t kValid = 1;
 using Bgr = std::array<std::uint8_t, 3>;
 
 std::uint8_t ToByte(float level)
 {
     constexpr float kLargest = 255.0F;
-    return level > 0.0F ? static_cast<std::uint8_t>(std::lround(std::min(level, kLargest))) : std::uint8_t{0};
+    return level > 0.0F ? static_cast<std::uint8_t>(std::min(level, kLargest) + 0.5F) : std::uint8_t{0};
 }
 
 /// The colour at a pixel of the image's nearest row.
-Bgr ColourAt(const CCTImage& reference, const EdgePixel& edge)
+Bgr ColourAt(std::span<const LxCFloat3> colours, int width, int height, const EdgePixel& edge)
 {
-    const int row = std::clamp(static_cast<int>(std::lround(edge.row)), 0, reference.GetHeight() - 1);
-    LxCFloat3 colour;
-    reference.GetPixelFast(edge.column, row, &colour);
+    // Halves up, as far as the image reaches.
+    const int row = static_cast<int>(std::clamp(edge.row + 0.5, 0.0, static_cast<double>(height - 1)));
+    const LxCFloat3& colour = colours[static_cast<std::size_t>(row) * static_cast<std::size_t>(width) +
+                                      static_cast<std::size_t>(edge.column)];
     return {ToByte(colour.get(0)), ToByte(colour.get(1)), ToByte(colour.get(2))};
 }
 
 /// Copies the middle one of every three columns, or every one where both are as wide.
+template <typename Pixel>
 void Reduce(const CCTImage& full, CCTImage& reduced)
 {
-    const int step = reduced.GetWidth() == full.GetWidth() ? 1 : 3;
-    for (int row = 0; row < reduced.GetHeight(); ++row) {
-        for (int column = 0; column < reduced.GetWidth(); ++column) {
-            std::array<std::uint8_t, sizeof(LxCFloat3)> pixel; // of the largest type
-            full.GetPixelFast(step * column + step / 2, row, pixel.data());
-            reduced.SetPixelFast(column, row, pixel.data());
+    if (reduced.GetWidth() == full.GetWidth()) {
+        std::ranges::copy(LxCV::ElementsOf<Pixel>(full), LxCV::ElementsOf<Pixel>(reduced).begin());
+        return;
+    }
+    constexpr std::size_t kStep = 3;
+    const auto width = static_cast<std::size_t>(reduced.GetWidth());
+    const std::span<const Pixel> from = LxCV::ElementsOf<Pixel>(full).subspan(kStep / 2);
+    const std::span<Pixel> to = LxCV::ElementsOf<Pixel>(reduced);
+    for (std::size_t row = 0; row < static_cast<std::size_t>(reduced.GetHeight()); ++row) {
+        const std::size_t first = row * static_cast<std::size_t>(full.GetWidth());
+        for (std::size_t column = 0; column < width; ++column) {
+            to[row * width + column] = from[first + kStep * column];
         }
     }
 }
@@ -55,25 +64,30 @@ void FillRecord(std::span<const MeasuredPoint> points, const CCTImage& reference
 {
     record.Clear();
     CCTImage& positions = *record.GetFull3DPoints();
+    const int width = positions.GetWidth();
+    const std::span places = LxCV::ElementsOf<LxCFloat3>(positions);
+    const std::span valid = LxCV::ElementsOf<std::uint8_t>(*record.GetFullValidMask());
+    const std::span hasNormal = LxCV::ElementsOf<std::uint8_t>(*record.GetFullNormalMask());
+    const std::span colours = LxCV::ElementsOf<Bgr>(*record.GetFullColor());
+    const std::span levels = LxCV::ElementsOf<LxCFloat3>(reference);
     for (const MeasuredPoint& point : points) {
         const auto& [column, row, edge] = point.edge;
-        if (column < 0 || column >= std::min(positions.GetWidth(), reference.GetWidth()) || edge < 0 ||
+        if (column < 0 || column >= std::min(width, reference.GetWidth()) || edge < 0 ||
             edge >= positions.GetHeight()) {
             continue;
         }
-        positions.SetFloat3PixelFast(column, edge,
-                                     LxCFloat3(static_cast<float>(point.position.x),
-                                               static_cast<float>(point.position.y),
-                                               static_cast<float>(point.position.z)));
-        record.GetFullValidMask()->SetBytePixelFast(column, edge, kValid);
-        record.GetFullNormalMask()->SetBytePixelFast(column, edge, kValid);
-        const Bgr colour = ColourAt(reference, point.edge);
-        record.GetFullColor()->SetPixelFast(column, edge, colour.data());
+        const auto place = static_cast<std::size_t>(edge) * static_cast<std::size_t>(width) +
+                           static_cast<std::size_t>(column);
+        places[place] = LxCFloat3(static_cast<float>(point.position.x), static_cast<float>(point.position.y),
+                                  static_cast<float>(point.position.z));
+        valid[place] = kValid;
+        hasNormal[place] = kValid;
+        colours[place] = ColourAt(levels, reference.GetWidth(), reference.GetHeight(), point.edge);
     }
-    Reduce(positions, *record.Get3DPoints());
-    Reduce(*record.GetFullValidMask(), *record.GetValidMask());
-    Reduce(*record.GetFullNormalMask(), *record.GetNormalMask());
-    Reduce(*record.GetFullColor(), *record.GetColor());
+    Reduce<LxCFloat3>(positions, *record.Get3DPoints());
+    Reduce<std::uint8_t>(*record.GetFullValidMask(), *record.GetValidMask());
+    Reduce<std::uint8_t>(*record.GetFullNormalMask(), *record.GetNormalMask());
+    Reduce<Bgr>(*record.GetFullColor(), *record.GetColor());
     LxCV::LxCORXIPAlgorithm().ComputeNormals(&record);
 }
 
