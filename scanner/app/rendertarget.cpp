@@ -222,7 +222,9 @@ void CheckTarget(const TargetOptions& options, bool hasMesh)
     if (!isChart && !hasMesh && options.scale.has_value()) {
         throw CLI::ValidationError("--scale", "goes with --target mtf or --mesh alone");
     }
-    if (isChart && (options.scale < kSmallestScale || options.scale > kLargestScale)) {
+    // An option without a value would be below every number.
+    if (isChart && options.scale.has_value() &&
+        (*options.scale < kSmallestScale || *options.scale > kLargestScale)) {
         throw CLI::ValidationError("--scale", "a chart's is a number from 20 to 200");
     }
 }
