@@ -36,7 +36,7 @@ struct DecoderConfig
     int traceRadius = 2;
 
     /// Whether points are looked up in the library's table of triangulated points, which `Decoder::Init` makes, instead
-    /// of being computed one by one.
+    /// of being computed one by one. Those in cells without points, as beside the marks of a slide, are computed.
     bool useTable = false;
 
     /// What the library keeps for this stage: for teeth or for plaster, with the limits of the edge detection for each.
