@@ -3,6 +3,8 @@
 #include "lxaframegrabber.h"
 #include "lxcframegrabberreqs.h"
 
+#include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -26,6 +28,25 @@ void Acquire(LxAFrameGrabber& grabber, LxAFrameGrabber::ELedType kind, CCTImage&
     grabber.GetReqs()->ConvertImage(&raw, &image);
 }
 
+/// Gives the raw image back in any case.
+bool Take(LxAFrameGrabber& grabber, LxAFrameGrabber::ELedType kind, CCTImage& image)
+{
+    CCTImage* const raw = grabber.AcquireImageRaw(kind);
+    if (raw == nullptr) {
+        return false;
+    }
+    const std::unique_ptr<CCTImage, std::function<void(CCTImage*)>> lent(
+        raw, [&grabber](CCTImage* taken) { grabber.ReEnqueueRawBuffers(taken); });
+    if (!image.DoDimMatchWith(*raw) || image.GetDataType() != CCTImage::eIDT_FLOAT32_3) {
+        image.Resize(raw->GetWidth(), raw->GetHeight(), CCTImage::eIDT_FLOAT32_3);
+    }
+    if (!image.IsValid()) {
+        return false;
+    }
+    grabber.GetReqs()->ConvertImage(raw, &image);
+    return true;
+}
+
 } // namespace
 
 ImagePair AcquirePair(LxAFrameGrabber& grabber)
@@ -35,6 +56,12 @@ ImagePair AcquirePair(LxAFrameGrabber& grabber)
     Acquire(grabber, LxAFrameGrabber::eLT_Pat, raw, images.pattern);
     Acquire(grabber, LxAFrameGrabber::eLT_Ref, raw, images.reference);
     return images;
+}
+
+bool TakePair(LxAFrameGrabber& grabber, ImagePair& images)
+{
+    return Take(grabber, LxAFrameGrabber::eLT_Pat, images.pattern) &&
+           Take(grabber, LxAFrameGrabber::eLT_Ref, images.reference);
 }
 
 } // namespace acquisition

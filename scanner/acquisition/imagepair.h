@@ -22,4 +22,9 @@ struct ImagePair
 /// @throws std::runtime_error naming the source and the image that it does not deliver
 ImagePair AcquirePair(LxCV::LxAFrameGrabber& grabber);
 
+/// Takes the next pattern and the next reference image of a source that was started, and converts both in the same way
+/// to `images`, whose memory serves again.
+/// @return false, and any pixels, where the source does not deliver one of them
+bool TakePair(LxCV::LxAFrameGrabber& grabber, ImagePair& images);
+
 } // namespace acquisition

@@ -2,6 +2,7 @@
 #include "scanner/app/colourimage.h"
 
 #include "orx/platform/imagecodec.h"
+#include "pixelelements.h"
 
 #include <algorithm>
 #include <cmath>
@@ -35,6 +36,11 @@ ColourImage ColourImage::FromBgr(int width, int height, std::span<const float> p
         image.m_pixels[i] = {ToByte(pixels[3 * i + 2]), ToByte(pixels[3 * i + 1]), ToByte(pixels[3 * i])};
     }
     return image;
+}
+
+ColourImage ColourImage::FromLevels(const LxCV::CCTImage& image)
+{
+    return FromBgr(image.GetWidth(), image.GetHeight(), LxCV::ElementsOf<float>(image));
 }
 
 void ColourImage::Paste(const ColourImage& other, int column, int row)

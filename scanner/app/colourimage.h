@@ -8,6 +8,10 @@
 #include <span>
 #include <vector>
 
+namespace LxCV {
+class CCTImage;
+}
+
 namespace app {
 
 using Rgb = std::array<std::uint8_t, 3>; ///< red, green, blue
@@ -21,6 +25,9 @@ public:
     /// Rounds and clips a float image.
     /// @param pixels width * height triples in the order blue, green, red; grey levels 0 to 255
     static ColourImage FromBgr(int width, int height, std::span<const float> pixels);
+
+    /// The same of an image of type FLOAT32_3, grey levels 0 to 255.
+    static ColourImage FromLevels(const LxCV::CCTImage& image);
 
     int GetWidth() const { return m_width; }
     int GetHeight() const { return m_height; }

@@ -1,7 +1,6 @@
 // Arguments, commands and reports.
 #include "scanner/app/lumorad.h"
 
-#include "scanner/acquisition/numbertext.h"
 #include "scanner/app/accuracycommand.h"
 #include "scanner/app/calibratecheckcommand.h"
 #include "scanner/app/colourcommands.h"
@@ -12,7 +11,9 @@
 #include "scanner/app/meshoptions.h"
 #include "scanner/app/modelcommands.h"
 #include "scanner/app/mtfcommand.h"
+#include "scanner/app/pairoptions.h"
 #include "scanner/app/rendertarget.h"
+#include "scanner/app/scancommand.h"
 #include "scanner/app/targetcommands.h"
 #include "scanner/app/truthfiles.h"
 
@@ -224,32 +225,6 @@ void RunDemo(const SceneOptions& options, const DemoOptions& demo, bool json, st
     }
 }
 
-/// Takes whole numbers in decimal only, where the parser would also wrap negative and clip large ones.
-CLI::Validator IsSeed()
-{
-    return {[](std::string& text) {
-                std::uint64_t seed = 0;
-                if (!acquisition::ReadNumber(text, seed)) {
-                    return "Value " + text + " is no whole number from 0 to 2^64 - 1";
-                }
-                text = std::to_string(seed);
-                return std::string();
-            },
-            "", ""};
-}
-
-/// Refuses what is no number, too, unlike `CLI::Range`.
-CLI::Validator IsNoise()
-{
-    return {[](std::string& text) {
-                double noise = 0.0;
-                const bool fits = acquisition::ReadNumber(text, noise) && noise >= 0.0 &&
-                                  noise <= acquisition::kLargestNoise;
-                return fits ? std::string() : "Value " + text + " is no number from 0 to 100";
-            },
-            "in [0 - 100]", ""};
-}
-
 CLI::Validator IsNotEmpty()
 {
     return {[](std::string& text) { return text.empty() ? "The path is empty" : std::string(); }, "", ""};
@@ -259,15 +234,7 @@ CLI::Validator IsNotEmpty()
 void AddSceneOptions(CLI::App& command, SceneOptions& options, bool& json)
 {
     command.option_defaults()->take_last();
-    command.add_option("--scene", options.scene, "What the camera looks at")
-        ->check(CLI::IsMember(device::SceneNames()))
-        ->capture_default_str();
-    command.add_option("--seed", options.seed, "Seed of the noise")
-        ->transform(IsSeed())
-        ->capture_default_str();
-    command.add_option("--noise", options.noise, "Factor on the sensor's noise; 0 for none, and no rounding")
-        ->check(IsNoise())
-        ->capture_default_str();
+    AddPairOptions(command, options);
     command.add_option("--out", options.out, "Folder for the results, made where it is missing")
         ->check(IsNotEmpty())
         ->capture_default_str();
@@ -306,6 +273,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     const TargetCommand runMtf = AddMtfCommand(program);
     const TargetCommand runCalibrateCheck = AddCalibrateCheckCommand(program);
     const TargetCommand runAccuracy = AddAccuracyCommand(program);
+    const TargetCommand runScan = AddScanCommand(program);
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
@@ -329,6 +297,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
             runMtf(out);
             runCalibrateCheck(out);
             runAccuracy(out);
+            runScan(out);
         }
         if (!out.flush()) {
             throw std::runtime_error("cannot write the report");

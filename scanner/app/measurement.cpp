@@ -5,6 +5,8 @@
 #include "lxccctserializer.h"
 #include "lxcpinholeframework.h"
 #include "lxsscandatacct.h"
+#include "scanner/app/decoding.h"
+#include "scanner/app/scanfiles.h"
 #include "scanner/decoder/decoder.h"
 
 #include <algorithm>
@@ -16,10 +18,6 @@
 #include <string>
 #include <system_error>
 
-#include <string>
-#include <system_error>
-#include <unistd.h>
-
 namespace app {
 
 namespace {
@@ -27,33 +25,6 @@ namespace {
 ColourImage Picture(const device::ImageF& image)
 {
     return ColourImage::FromBgr(image.width, image.height, image.data);
-}
-
-/// The same of an image of type FLOAT32_3.
-ColourImage Picture(const LxCV::CCTImage& image)
-{
-    const auto size = static_cast<std::size_t>(image.GetSizeInBytes()) / sizeof(float);
-    return ColourImage::FromBgr(image.GetWidth(), image.GetHeight(),
-                                {static_cast<const float*>(image.GetBuffer()), size});
-}
-
-/// Writes the full points as a 3D file. The library would take a backslash in the path for a separator; such a file is
-/// written elsewhere and moved to its place.
-void WriteScan(const LxCV::LxSScanDataCCT& record, const std::filesystem::path& file)
-{
-    const bool hasBackslash = file.string().find('\\') != std::string::npos;
-    const std::filesystem::path written = hasBackslash ? std::filesystem::temp_directory_path() /
-                                                             ("lumorad." + std::to_string(getpid()) + ".3d")
-                                                       : file;
-    std::error_code error;
-    const bool isWritten = record.Write3DFile(written.string(), false);
-    if (isWritten && hasBackslash) {
-        std::filesystem::copy_file(written, file, std::filesystem::copy_options::overwrite_existing, error);
-        std::filesystem::remove(written);
-    }
-    if (!isWritten || error) {
-        throw std::runtime_error("cannot write " + file.string());
-    }
 }
 
 CloudPoint ToCloudPoint(const decoder::MeasuredPoint& point, const ColourImage& reference)
@@ -127,12 +98,7 @@ Measurement Measure(const acquisition::ImagePair& images, const acquisition::Ren
     const auto measuring = std::make_shared<decoder::Decoder>(*model, config);
     decoder::Decoder& decoder = *measuring;
     progress.Run("prepare", [&] { decoder.Init(width, height); });
-    progress.Run("remove texture", [&] { decoder.ComputeSignal(images.reference, images.pattern); });
-    progress.Run("find edges", [&] { decoder.FindEdges(); });
-    progress.Run("read code words", [&] { decoder.ReadCodeWords(); });
-    progress.Run("trace edges", [&] { decoder.TraceEdges(); });
-    progress.Run("triangulate", [&] { decoder.Triangulate(); });
-    progress.Run("deliver", [&] { decoder.Deliver(images.reference); });
+    Decode(decoder, images, [&progress](const char* stage, auto work) { progress.Run(stage, work); });
 
     Measurement measurement{model, measuring, {}, {}, {}};
     progress.Run("compare", [&] {
@@ -143,7 +109,7 @@ Measurement Measure(const acquisition::ImagePair& images, const acquisition::Ren
                 acceptance::CompareWithComputed(*model, decoder.GetEdgePixels(), decoder.GetPoints());
         }
     });
-    const ColourImage colours = Picture(images.reference);
+    const ColourImage colours = ColourImage::FromLevels(images.reference);
     for (const decoder::MeasuredPoint& point : decoder.GetPoints()) {
         measurement.cloud.push_back(ToCloudPoint(point, colours));
     }
@@ -155,7 +121,7 @@ void WriteMeasurement(const acquisition::Rendering& rendering, const Measurement
 {
     const device::RenderedPair& pair = rendering.pair;
     WritePly(out / "cloud.ply", measurement.cloud);
-    WriteScan(measurement.decoder->GetRecord(), out / "scan.3d");
+    Write3DFile(measurement.decoder->GetRecord(), out / "scan.3d");
     const auto [nearest, farthest] = DepthRange(measurement.cloud);
     const ColourImage depth =
         PaintDepth(pair.pattern.width, pair.pattern.height, measurement.cloud, nearest, farthest);

@@ -14,7 +14,6 @@
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <optional>
 #include <ostream>
 #include <stdexcept>
 #include <string>
@@ -47,12 +46,8 @@ Source Open(const SourceOptions& options)
     Source source;
     source.file = ReadModelFile(options.file);
     source.sections = calibration::SplitModelText(source.file.text);
-    const std::optional<std::string> found = calibration::FindModelRoot(source.sections);
-    if (!found) {
-        throw std::runtime_error("'" + options.file.string() +
-                                 "' is no model: it has none of a model's sections, such as '::Cams[0]'");
-    }
-    source.root = options.root.empty() ? *found : options.root;
+    const std::string found = RequireModelRoot(options.file, source.sections);
+    source.root = options.root.empty() ? found : options.root;
     return source;
 }
 

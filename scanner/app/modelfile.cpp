@@ -5,11 +5,14 @@
 #include "orx/parameter/keyfile.h"
 #include "scanner/acquisition/devicememory.h"
 #include "scanner/app/filecontent.h"
+#include "scanner/calibration/modeltext.h"
 
 #include <cstddef>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace app {
 
@@ -99,6 +102,15 @@ ModelFile ReadModelFile(const std::filesystem::path& file)
                 UnpackContainer(file, content)};
     }
     return {ModelForm::eText, 0, content};
+}
+
+std::string RequireModelRoot(const std::filesystem::path& file,
+                             const std::vector<calibration::ModelSection>& sections)
+{
+    if (std::optional<std::string> root = calibration::FindModelRoot(sections)) {
+        return *std::move(root);
+    }
+    throw Problem(file, "is no model: it has none of a model's sections, such as '::Cams[0]'");
 }
 
 void WriteModelFile(const std::filesystem::path& file, ModelForm form, const std::string& text)

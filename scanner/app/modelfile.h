@@ -3,6 +3,11 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
+
+namespace calibration {
+struct ModelSection;
+}
 
 namespace app {
 
@@ -25,6 +30,11 @@ struct ModelFile
 /// Reads a file of any form, which is told by its content. The key file is not made where it is missing.
 /// @throws std::runtime_error naming the file, and the key file where it is at fault, and what can be done
 ModelFile ReadModelFile(const std::filesystem::path& file);
+
+/// The root of the sections of a model that was read from `file`.
+/// @throws std::runtime_error naming the file where no section is a model's
+std::string RequireModelRoot(const std::filesystem::path& file,
+                             const std::vector<calibration::ModelSection>& sections);
 
 /// Makes or replaces a file as a whole; on failure it is as it was. A container is of the present version; its key
 /// file is made where it is missing.

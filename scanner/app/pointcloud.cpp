@@ -1,11 +1,13 @@
 // Point cloud output.
 #include "scanner/app/pointcloud.h"
 
+#include "scanner/app/filecontent.h"
+
 #include <algorithm>
 #include <bit>
+#include <charconv>
 #include <cmath>
 #include <cstring>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -37,28 +39,56 @@ Rgb ScaleColour(double nearness)
     return colour;
 }
 
+void AppendFloat(std::string& content, float value)
+{
+    std::array<char, sizeof value> bytes{};
+    std::memcpy(bytes.data(), &value, sizeof value);
+    content.append(bytes.data(), bytes.size());
+}
+
 } // namespace
 
-void WritePly(const std::filesystem::path& file, std::span<const CloudPoint> points)
+void WritePly(const std::filesystem::path& file, std::span<const CloudPoint> points,
+              std::span<const PointNormal> normals)
 {
-    std::ofstream stream(file, std::ios::binary);
-    stream << "ply\nformat binary_little_endian 1.0\ncomment millimetres, camera frame\nelement vertex "
-           << std::to_string(points.size())
-           << "\nproperty float x\nproperty float y\nproperty float z\nproperty uchar red\n"
-              "property uchar green\nproperty uchar blue\nend_header\n";
-    std::array<char, 3 * sizeof(float) + sizeof(Rgb)> record{};
+    const bool hasNormals = !normals.empty();
+    if (hasNormals && normals.size() != points.size()) {
+        throw std::invalid_argument("a cloud wants a normal for each point, or none");
+    }
+    std::string content = "ply\nformat binary_little_endian 1.0\ncomment millimetres, camera frame\n"
+                          "element vertex " +
+                          std::to_string(points.size()) +
+                          "\nproperty float x\nproperty float y\nproperty float z\n";
+    content += hasNormals ? "property float nx\nproperty float ny\nproperty float nz\n" : "";
+    content += "property uchar red\nproperty uchar green\nproperty uchar blue\nend_header\n";
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        for (const double coordinate : points[i].position) {
+            AppendFloat(content, static_cast<float>(coordinate));
+        }
+        for (std::size_t axis = 0; hasNormals && axis < normals[i].size(); ++axis) {
+            AppendFloat(content, normals[i][axis]);
+        }
+        for (const std::uint8_t level : points[i].colour) {
+            content.push_back(static_cast<char>(level));
+        }
+    }
+    WriteContent(file, content);
+}
+
+void WriteXyz(const std::filesystem::path& file, std::span<const CloudPoint> points)
+{
+    constexpr std::size_t longest = 32; // characters of a float
+    std::array<char, longest> digits{};
+    std::string content;
     for (const CloudPoint& point : points) {
         for (std::size_t axis = 0; axis < point.position.size(); ++axis) {
-            const auto value = static_cast<float>(point.position[axis]);
-            std::memcpy(record.data() + axis * sizeof(float), &value, sizeof(float));
+            const auto end = std::to_chars(digits.data(), digits.data() + digits.size(),
+                                           static_cast<float>(point.position[axis]));
+            content.append(digits.data(), end.ptr);
+            content.push_back(axis + 1 < point.position.size() ? ' ' : '\n');
         }
-        std::memcpy(record.data() + 3 * sizeof(float), point.colour.data(), sizeof(Rgb));
-        stream.write(record.data(), static_cast<std::streamsize>(record.size()));
     }
-    stream.close();
-    if (!stream) {
-        throw std::runtime_error("cannot write " + file.string());
-    }
+    WriteContent(file, content);
 }
 
 std::array<double, 2> DepthRange(std::span<const CloudPoint> points)

@@ -18,9 +18,20 @@ struct CloudPoint
     Rgb colour;                     ///< of the reference image
 };
 
-/// Writes a binary little-endian PLY file: float x, y, z in mm and uchar red, green, blue a vertex.
+/// A unit vector, or zero for none.
+using PointNormal = std::array<float, 3>;
+
+/// Makes or replaces a binary little-endian PLY file: a vertex is float x, y, z in mm, float nx, ny, nz if there are
+/// normals, and uchar red, green, blue.
+/// @param normals one for each point, or none at all
+/// @throws std::runtime_error naming the file if it cannot be written, std::invalid_argument for another number of
+///         normals
+void WritePly(const std::filesystem::path& file, std::span<const CloudPoint> points,
+              std::span<const PointNormal> normals = {});
+
+/// Makes or replaces a text of a line "x y z" a point, mm, each the shortest one that reads back as the same float.
 /// @throws std::runtime_error naming the file if it cannot be written
-void WritePly(const std::filesystem::path& file, std::span<const CloudPoint> points);
+void WriteXyz(const std::filesystem::path& file, std::span<const CloudPoint> points);
 
 /// Paints each point at its pixel, high enough to meet the next stripe edge, in a colour that runs from blue
 /// (far) over green to red (near). Pixels without a point stay dark; what lies beside the picture is left out.

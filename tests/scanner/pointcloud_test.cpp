@@ -37,6 +37,47 @@ TEST(WritePly, WritesOneRecordAPoint)
     EXPECT_EQ(bytes.substr(header + 12, 3), "\x0a\x14\x1e");
 }
 
+TEST(WritePly, PutsNormalsBetweenPlaceAndColour)
+{
+    const TestSupport::CTemporaryFolder folder;
+    const std::string file = folder / "cloud.ply";
+    WritePly(file, std::vector<CloudPoint>{PointAt(33.5)}, std::vector<PointNormal>{{0.0F, 0.6F, -0.8F}});
+    const std::string bytes = TestSupport::ReadFile(file);
+    const std::string end = "property float z\nproperty float nx\nproperty float ny\nproperty float nz\n"
+                            "property uchar red\nproperty uchar green\nproperty uchar blue\nend_header\n";
+    ASSERT_NE(bytes.find(end), std::string::npos);
+    const std::size_t header = bytes.find(end) + end.size();
+    ASSERT_EQ(bytes.size(), header + 27); // six floats and three bytes
+    float values[6];
+    std::memcpy(values, bytes.data() + header, sizeof values);
+    EXPECT_EQ(values[2], 33.5F);
+    EXPECT_EQ(values[3], 0.0F);
+    EXPECT_EQ(values[4], 0.6F);
+    EXPECT_EQ(values[5], -0.8F);
+    EXPECT_EQ(bytes.substr(header + 24), "\x0a\x14\x1e");
+}
+
+TEST(WritePly, WantsANormalForEachPoint)
+{
+    const TestSupport::CTemporaryFolder folder;
+    EXPECT_THROW(WritePly(folder / "cloud.ply", {}, std::vector<PointNormal>(1)), std::invalid_argument);
+}
+
+TEST(WriteXyz, WritesALineAPointThatReadsBackAsTheSameFloats)
+{
+    const TestSupport::CTemporaryFolder folder;
+    const std::string file = folder / "cloud.xyz";
+    WriteXyz(file, std::vector<CloudPoint>{PointAt(33.1), PointAt(1e10)});
+    EXPECT_EQ(TestSupport::ReadFile(file), "1.5 -2.25 33.1\n1.5 -2.25 1e+10\n");
+    WriteXyz(file, {});
+    EXPECT_EQ(TestSupport::ReadFile(file), "");
+}
+
+TEST(WriteXyz, NamesTheFileThatItCannotWrite)
+{
+    EXPECT_THROW(WriteXyz("/nonexistent-folder/cloud.xyz", {}), std::runtime_error);
+}
+
 TEST(WritePly, NamesTheFileThatItCannotWrite)
 {
     EXPECT_THROW(WritePly("/nonexistent-folder/cloud.ply", {}), std::runtime_error);
