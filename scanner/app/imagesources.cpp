@@ -48,9 +48,17 @@ std::unique_ptr<acquisition::VirtualFrameGrabber> OpenVirtual(const acquisition:
 std::unique_ptr<LxCV::LxCSimFrameGrabber> OpenReplay(const acquisition::Rendering& rendering,
                                                      const std::vector<std::filesystem::path>& files)
 {
+    return OpenReplay(
+        {rendering.pair.pattern.width, rendering.pair.pattern.height, !(rendering.options.noise > 0.0)},
+        files);
+}
+
+std::unique_ptr<LxCV::LxCSimFrameGrabber> OpenReplay(const RawFormat& format,
+                                                     const std::vector<std::filesystem::path>& files)
+{
     auto grabber = std::make_unique<LxCV::LxCSimFrameGrabber>();
-    acquisition::DescribeRawImages(rendering.pair.pattern.width, rendering.pair.pattern.height,
-                                   rendering.options.noise, *grabber->GetReqs());
+    acquisition::DescribeRawImages(format.width, format.height, format.isFloat ? 0.0 : 1.0,
+                                   *grabber->GetReqs());
     std::vector<std::string> paths;
     for (const std::filesystem::path& file : files) {
         // The library would take the backslash for a separator, and so the file for another one.

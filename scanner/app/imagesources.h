@@ -19,6 +19,20 @@ inline constexpr const char* kSimulatedSource = "simulated";
 /// @throws std::runtime_error if the device does not start
 std::unique_ptr<acquisition::VirtualFrameGrabber> OpenVirtual(const acquisition::PairOptions& options);
 
+/// Raw images of a replay.
+struct RawFormat
+{
+    int width;    ///< pixels
+    int height;   ///< pixels
+    bool isFloat; ///< colours of floats, not of bytes
+};
+
+/// The source that replays image files of one size and type over and over.
+/// @param files whose names tell reference and pattern images
+/// @throws std::runtime_error naming the first file if they cannot be replayed
+std::unique_ptr<LxCV::LxCSimFrameGrabber> OpenReplay(const RawFormat& format,
+                                                     const std::vector<std::filesystem::path>& files);
+
 /// The source that replays files of one pair.
 /// @param files as `WriteReplayFiles` gives them
 /// @throws std::runtime_error naming the first file if they cannot be replayed

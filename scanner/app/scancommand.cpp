@@ -1,12 +1,17 @@
-// From two image files to the files of a scan.
+// From two image files to the files of a scan; and what the command is told.
 #include "scanner/app/scancommand.h"
 
 #include "lxcpinholeframework.h"
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/decoding.h"
 #include "scanner/app/imagefiles.h"
+#include "scanner/app/imagesources.h"
 #include "scanner/app/jsonreport.h"
+#include "scanner/app/livescan.h"
 #include "scanner/app/measuringmodel.h"
+#include "scanner/app/meshoptions.h"
+#include "scanner/app/numberoption.h"
+#include "scanner/app/pairoptions.h"
 #include "scanner/app/processmemory.h"
 #include "scanner/app/progress.h"
 #include "scanner/app/scanoutput.h"
@@ -143,28 +148,89 @@ CLI::Validator HasKnownSuffix()
     return {[](std::string& text) { return SuffixProblem(text); }, "", ""};
 }
 
+struct ScanCommand
+{
+    LiveOptions options;
+    MeshOptions mesh;
+};
+
+void AddFileOptions(CLI::App& parser, ScanOptions& options)
+{
+    parser.add_option("REF", options.reference, "The reference image, taken in white light");
+    parser.add_option("PAT", options.pattern, "The pattern image, taken with the stripes");
+    parser.option_defaults()->take_last();
+    parser.add_option("--model", options.model, "The model of the camera, in any form");
+    parser
+        .add_option("-o,--out", options.out,
+                    "File to write, in the format of its suffix: .ply, .3d, .stl or .xyz; may be given "
+                    "several times")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->check(HasKnownSuffix());
+    parser.add_option("--report", options.report, "HTML page to write, which shows the scan");
+    parser.add_flag("--exact", options.exact, "Compute each point instead of looking it up in a table");
+    parser.add_flag("--json", options.json, "Print the figures as JSON");
+}
+
+void AddLiveOptions(CLI::App& parser, ScanCommand& command)
+{
+    constexpr std::size_t mostFrames = 1'000'000;
+    CLI::Option* const grabber =
+        parser
+            .add_option("--grabber", command.options.grabber,
+                        "Image source for live operation: the virtual device, or REF and PAT replayed")
+            ->check(CLI::IsMember({kVirtualSource, kSimulatedSource}));
+    parser.get_option("--report")->excludes(grabber);
+    parser.add_option("--frames", command.options.frames, "How many pairs are taken")
+        ->check(IsBetween<std::size_t>(1, mostFrames))
+        ->capture_default_str()
+        ->needs(grabber);
+    AddPairOptions(parser, command.options.pair);
+    AddMeshOptions(parser, command.mesh);
+    AddMeshScale(parser, command.mesh);
+}
+
+/// Refuses options that do not go together.
+void RequireUse(const CLI::App& parser, const LiveOptions& options)
+{
+    const bool hasFiles = !options.reference.empty() || !options.pattern.empty();
+    const bool hasAllFiles = !options.reference.empty() && !options.pattern.empty() && !options.model.empty();
+    if (options.grabber == kVirtualSource) {
+        if (hasFiles) {
+            throw CLI::ValidationError("REF", "the virtual device takes images of its own");
+        }
+        return;
+    }
+    if (!hasAllFiles) {
+        throw CLI::ValidationError("scan", "wants REF, PAT and --model, or --grabber virtual");
+    }
+    for (const char* name : {"--scene", "--seed", "--noise", "--mesh", "--pose", "--scale"}) {
+        if (parser.get_option(name)->count() > 0) {
+            throw CLI::ValidationError(name,
+                                       "tells the virtual device what it sees; it wants --grabber virtual");
+        }
+    }
+}
+
 } // namespace
 
 TargetCommand AddScanCommand(CLI::App& program)
 {
-    const auto options = std::make_shared<ScanOptions>();
-    CLI::App* const parser = program.add_subcommand("scan", "Measure a reference and a pattern image");
-    parser->add_option("REF", options->reference, "The reference image, taken in white light")->required();
-    parser->add_option("PAT", options->pattern, "The pattern image, taken with the stripes")->required();
-    parser->add_option("--model", options->model, "The model of the camera, in any form")->required();
-    parser
-        ->add_option("-o,--out", options->out,
-                     "File to write, in the format of its suffix: .ply, .3d, .stl or .xyz; may be given "
-                     "several times")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->check(HasKnownSuffix());
-    parser->add_option("--report", options->report, "HTML page to write, which shows the scan");
-    parser->add_flag("--exact", options->exact, "Compute each point instead of looking it up in a table");
-    parser->add_flag("--json", options->json, "Print the figures as JSON");
-    return [parser, options](std::ostream& out) {
-        if (parser->parsed()) {
-            RunScan(*options, out);
+    const auto command = std::make_shared<ScanCommand>();
+    CLI::App* const parser = program.add_subcommand(
+        "scan", "Measure a reference and a pattern image, or image after image from a source");
+    AddFileOptions(*parser, command->options);
+    AddLiveOptions(*parser, *command);
+    parser->callback([parser, command] { RequireUse(*parser, command->options); });
+    return [parser, command](std::ostream& out) {
+        if (!parser->parsed()) {
+            return;
+        }
+        if (command->options.grabber.empty()) {
+            RunScan(command->options, out);
+        } else {
+            Apply(command->mesh, command->options.pair);
+            RunLiveScan(command->options, out);
         }
     };
 }
