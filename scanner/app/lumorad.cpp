@@ -6,6 +6,7 @@
 #include "scanner/app/colourcommands.h"
 #include "scanner/app/demoreport.h"
 #include "scanner/app/imagesources.h"
+#include "scanner/app/infocommand.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
 #include "scanner/app/meshoptions.h"
@@ -274,6 +275,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     const TargetCommand runCalibrateCheck = AddCalibrateCheckCommand(program);
     const TargetCommand runAccuracy = AddAccuracyCommand(program);
     const TargetCommand runScan = AddScanCommand(program);
+    const TargetCommand runInfo = AddInfoCommand(program);
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
@@ -298,6 +300,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
             runCalibrateCheck(out);
             runAccuracy(out);
             runScan(out);
+            runInfo(out);
         }
         if (!out.flush()) {
             throw std::runtime_error("cannot write the report");

@@ -37,35 +37,13 @@ std::string KeyFileName()
     return "'" + parameter::GetKeyFilePath().string() + "'";
 }
 
-void RequireKeyFile(const std::filesystem::path& file)
+void RequireKeyFile()
 {
     std::error_code ignored;
     if (!std::filesystem::exists(parameter::GetKeyFilePath(), ignored)) {
-        throw Problem(file, "is encrypted, and there is no key file " + KeyFileName() +
-                                ": let LXCV_KEY_FILE name the one that it was made with");
+        throw std::runtime_error("is encrypted, and there is no key file " + KeyFileName() +
+                                 ": let LXCV_KEY_FILE name the one that it was made with");
     }
-}
-
-std::string UnpackContainer(const std::filesystem::path& file, const std::string& content)
-{
-    const bool isEncrypted = content.front() == kEncrypted;
-    if (isEncrypted) {
-        RequireKeyFile(file);
-    }
-    std::stringstream text;
-    std::istringstream source(content);
-    if (!LxCCCTEncryptionUtils::DecryptAndDecompress(text, source)) {
-        throw Problem(file, isEncrypted
-                                ? "is a container that was cut or changed, or that was made with another key "
-                                  "than that of " +
-                                      KeyFileName() +
-                                      ": let LXCV_KEY_FILE name the right one, or take "
-                                      "the file from a backup"
-                                : "is a container that was cut or changed: take it from a backup");
-    }
-    std::string unpacked = std::move(text).str();
-    unpacked.pop_back(); // the NUL that reading puts behind the text
-    return unpacked;
 }
 
 std::string PackContainer(const std::filesystem::path& file, const std::string& text)
@@ -87,6 +65,26 @@ std::string PackContainer(const std::filesystem::path& file, const std::string& 
 
 } // namespace
 
+std::string UnpackContainer(std::string_view content)
+{
+    const bool isEncrypted = content.starts_with(kEncrypted);
+    if (isEncrypted) {
+        RequireKeyFile();
+    }
+    std::stringstream text;
+    std::istringstream source{std::string(content)};
+    if (!LxCCCTEncryptionUtils::DecryptAndDecompress(text, source)) {
+        throw std::runtime_error(
+            isEncrypted
+                ? "is a container that was cut or changed, or that was made with another key than that of " +
+                      KeyFileName() + ": let LXCV_KEY_FILE name the right one, or take the file from a backup"
+                : "is a container that was cut or changed: take it from a backup");
+    }
+    std::string unpacked = std::move(text).str();
+    unpacked.pop_back(); // the NUL that reading puts behind the text
+    return unpacked;
+}
+
 ModelFile ReadModelFile(const std::filesystem::path& file)
 {
     const std::string content = ReadContent(file, kLargestText, "a model");
@@ -98,8 +96,12 @@ ModelFile ReadModelFile(const std::filesystem::path& file)
         throw Problem(file, "is the memory of a device that keeps no model");
     }
     if (content.front() == kUnencrypted || content.front() == kEncrypted) {
-        return {isMemory ? ModelForm::eMemory : ModelForm::eContainer, content.front(),
-                UnpackContainer(file, content)};
+        try {
+            return {isMemory ? ModelForm::eMemory : ModelForm::eContainer, content.front(),
+                    UnpackContainer(content)};
+        } catch (const std::runtime_error& error) {
+            throw Problem(file, error.what());
+        }
     }
     return {ModelForm::eText, 0, content};
 }

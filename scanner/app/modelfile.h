@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace calibration {
@@ -30,6 +31,10 @@ struct ModelFile
 /// Reads a file of any form, which is told by its content. The key file is not made where it is missing.
 /// @throws std::runtime_error naming the file, and the key file where it is at fault, and what can be done
 ModelFile ReadModelFile(const std::filesystem::path& file);
+
+/// The text in a container or in the memory of a device. The key file is not made where it is missing.
+/// @throws std::runtime_error telling what is wrong with it, as "is encrypted, and ...", and what can be done
+std::string UnpackContainer(std::string_view content);
 
 /// The root of the sections of a model that was read from `file`.
 /// @throws std::runtime_error naming the file where no section is a model's

@@ -1,5 +1,6 @@
 #include "scanner/device/meshfile.h"
 
+#include "scanner/device/meshorpoints.h"
 #include "scanner/device/meshparsing.h"
 
 #include <algorithm>
@@ -57,9 +58,7 @@ std::string ReadBytes(const std::filesystem::path& file, std::size_t limit)
     return content;
 }
 
-} // namespace
-
-Mesh ParseMesh(std::string_view content, EMeshFormat format, const MeshLimits& limits)
+Mesh Parse(std::string_view content, EMeshFormat format, const ParsingLimits& limits)
 {
     if (content.empty()) {
         FailMesh("it is empty; export the mesh anew");
@@ -72,6 +71,18 @@ Mesh ParseMesh(std::string_view content, EMeshFormat format, const MeshLimits& l
     default:
         return ParseObj(content, limits);
     }
+}
+
+} // namespace
+
+Mesh ParseMesh(std::string_view content, EMeshFormat format, const MeshLimits& limits)
+{
+    return Parse(content, format, {limits, false});
+}
+
+Mesh ParseMeshOrPoints(std::string_view content, EMeshFormat format, const MeshLimits& limits)
+{
+    return Parse(content, format, {limits, true});
 }
 
 Mesh ReadMesh(const std::filesystem::path& file, const MeshLimits& limits)

@@ -171,7 +171,7 @@ void MeshBuilder::AddTriangle(const Corner& a, const Corner& b, const Corner& c)
 
 Mesh MeshBuilder::Take()
 {
-    if (m_mesh.triangles.empty()) {
+    if (m_mesh.triangles.empty() && !m_limits.mayLackTriangles) {
         FailMesh(m_mesh.droppedTriangles > 0
                      ? "none of its triangles has an area; export the mesh anew"
                      : "it holds no triangles; a cloud of points or lines must be meshed first");
@@ -181,7 +181,7 @@ Mesh MeshBuilder::Take()
     }
     if (m_hasNormals) {
         m_mesh.normalsOf.resize(m_mesh.triangles.size(), Corners{c_noNormal, c_noNormal, c_noNormal});
-    } else {
+    } else if (!m_mesh.triangles.empty()) {
         m_mesh.normals.clear();
         m_mesh.normalsOf.clear();
     }

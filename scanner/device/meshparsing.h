@@ -11,6 +11,12 @@
 
 namespace device {
 
+/// What is refused.
+struct ParsingLimits : MeshLimits
+{
+    bool mayLackTriangles = false; ///< whether a cloud of points, or nothing at all, is a mesh, too
+};
+
 /// Collects a mesh and refuses what is none.
 class MeshBuilder
 {
@@ -22,7 +28,7 @@ public:
         std::uint64_t normal = c_noNormal;
     };
 
-    explicit MeshBuilder(const MeshLimits& limits) : m_limits(limits) {}
+    explicit MeshBuilder(const ParsingLimits& limits) : m_limits(limits) {}
 
     /// Takes memory for entries that are known to stand in the content.
     void ReserveVertices(std::uint64_t count);
@@ -44,14 +50,14 @@ public:
     std::size_t CountNormals() const { return m_mesh.normals.size(); }
 
     /// The mesh, which is empty here then.
-    /// @throws std::runtime_error where it has no triangle
+    /// @throws std::runtime_error where it has no triangle and wants one
     Mesh Take();
 
 private:
     void CheckCorners(std::span<const Corner> corners) const;
     void AddTriangle(const Corner& a, const Corner& b, const Corner& c);
 
-    MeshLimits m_limits;
+    ParsingLimits m_limits;
     Mesh m_mesh;
     bool m_hasNormals = false; ///< whether a triangle has any
 };
@@ -101,8 +107,8 @@ std::string Quoted(std::string_view word);
 
 [[noreturn]] void FailMesh(const std::string& what);
 
-Mesh ParseStl(std::string_view content, const MeshLimits& limits);
-Mesh ParsePly(std::string_view content, const MeshLimits& limits);
-Mesh ParseObj(std::string_view content, const MeshLimits& limits);
+Mesh ParseStl(std::string_view content, const ParsingLimits& limits);
+Mesh ParsePly(std::string_view content, const ParsingLimits& limits);
+Mesh ParseObj(std::string_view content, const ParsingLimits& limits);
 
 } // namespace device

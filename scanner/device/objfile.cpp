@@ -11,7 +11,7 @@ namespace {
 class ObjReader
 {
 public:
-    ObjReader(std::string_view content, const MeshLimits& limits) : m_text(content), m_builder(limits) {}
+    ObjReader(std::string_view content, const ParsingLimits& limits) : m_text(content), m_builder(limits) {}
 
     Mesh Read()
     {
@@ -117,7 +117,7 @@ private:
 
 } // namespace
 
-Mesh ParseObj(std::string_view content, const MeshLimits& limits)
+Mesh ParseObj(std::string_view content, const ParsingLimits& limits)
 {
     return ObjReader(content, limits).Read();
 }

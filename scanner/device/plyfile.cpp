@@ -285,7 +285,7 @@ enum ERole : std::size_t
 class PlyReader
 {
 public:
-    PlyReader(std::string_view content, const MeshLimits& limits)
+    PlyReader(std::string_view content, const ParsingLimits& limits)
         : m_text(content), m_header(HeaderReader(m_text).Read()), m_values(m_text, m_header.encoding),
           m_builder(limits)
     {}
@@ -437,7 +437,7 @@ private:
 
 } // namespace
 
-Mesh ParsePly(std::string_view content, const MeshLimits& limits)
+Mesh ParsePly(std::string_view content, const ParsingLimits& limits)
 {
     return PlyReader(content, limits).Read();
 }

@@ -34,7 +34,7 @@ void AddTriangle(MeshBuilder& builder)
     builder.AddPolygon(std::array<MeshBuilder::Corner, 3>{{{next - 3}, {next - 2}, {next - 1}}});
 }
 
-Mesh ParseBinary(std::string_view content, const MeshLimits& limits)
+Mesh ParseBinary(std::string_view content, const ParsingLimits& limits)
 {
     if (content.size() < c_headerBytes) {
         FailMesh("it is neither a text that begins with 'solid' nor a binary file with its header of 84 "
@@ -90,7 +90,7 @@ void ParseFacet(MeshText& text, MeshBuilder& builder)
     AddTriangle(builder);
 }
 
-Mesh ParseText(std::string_view content, const MeshLimits& limits)
+Mesh ParseText(std::string_view content, const ParsingLimits& limits)
 {
     MeshText text(content);
     MeshBuilder builder(limits);
@@ -118,7 +118,7 @@ Mesh ParseText(std::string_view content, const MeshLimits& limits)
 } // namespace
 
 /// Binary files may begin with "solid", too: what has the very size that its count tells is binary.
-Mesh ParseStl(std::string_view content, const MeshLimits& limits)
+Mesh ParseStl(std::string_view content, const ParsingLimits& limits)
 {
     const bool hasBinarySize =
         content.size() >= c_headerBytes &&

@@ -1,5 +1,6 @@
 #include "scanner/device/meshfile.h"
 
+#include "scanner/device/meshorpoints.h"
 #include "scanner/device/random.h"
 #include "tests/scanner/meshsupport.h"
 #include "tests/support/temporaryfolder.h"
@@ -342,6 +343,19 @@ TEST(MeshFile, CutAndChangedFilesGiveAMeshOrAnError)
     }
     EXPECT_GT(read, 100);
     EXPECT_GT(refused, 500);
+}
+
+TEST(MeshFile, PointsAloneAreAMeshOnlyWhereThatIsWanted)
+{
+    const std::string points = "ply\nformat ascii 1.0\nelement vertex 2\nproperty float x\nproperty float y\n"
+                               "property float z\nproperty float nx\nproperty float ny\nproperty float nz\n"
+                               "end_header\n1 2 3 0 0 1\n4 5 6 0 1 0\n";
+    EXPECT_NE(ErrorOf(points, EMeshFormat::ePly).find("it holds no triangles"), std::string::npos);
+    const Mesh mesh = ParseMeshOrPoints(points, EMeshFormat::ePly);
+    EXPECT_TRUE(mesh.triangles.empty());
+    ASSERT_EQ(mesh.vertices.size(), 2U);
+    EXPECT_EQ(mesh.vertices[1].z, 6.0);
+    EXPECT_EQ(mesh.normals.size(), 2U);
 }
 
 class MeshPath : public ::testing::Test

@@ -1,0 +1,83 @@
+// What a file is and holds, told by its content.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace app {
+
+/// The longest file that is looked into.
+inline constexpr std::size_t kLongestFile = std::size_t{512} << 20;
+
+struct FileFacts
+{
+    std::string kind;
+    nlohmann::ordered_json facts =
+        nlohmann::ordered_json::object(); ///< texts, numbers, bools and lists of these
+};
+
+/// A file that was read.
+struct FileView
+{
+    std::filesystem::path name; ///< plays a part only where the content leaves a doubt; need not exist
+    std::string_view content;   ///< not empty
+
+    /// Whether the name ends so, in upper or lower case.
+    bool HasSuffix(std::string_view suffix) const;
+};
+
+/// Tells what a file is. The content is hostile: counts are held against what it can hold before memory is taken.
+/// @throws std::runtime_error telling what is wrong with it, without the file's name
+FileFacts TellContent(const FileView& file);
+
+/// The same of a file on the disk, of which no more than `kLongestFile` is read.
+/// @throws std::runtime_error naming the file and what is wrong with it
+FileFacts TellFile(const std::filesystem::path& file);
+
+// What follows tells files of its kinds, and gives nothing for others. All throw std::runtime_error for a file that is
+// of the kind but damaged.
+
+/// TIFF, PNG, JPEG, BMP, PGM, PFM, images as text, images in an archive.
+std::optional<FileFacts> TellImage(const FileView& file);
+
+/// STL, PLY, OBJ.
+std::optional<FileFacts> TellMesh(const FileView& file);
+
+/// 3D files, surface files, records of colour calibrations.
+std::optional<FileFacts> TellRecord(const FileView& file);
+
+/// Encrypted containers, memories of devices, archives of targets.
+std::optional<FileFacts> TellContainer(const FileView& file);
+
+/// The text of an archive of targets.
+std::optional<FileFacts> TellTargetsText(std::string_view text);
+
+/// Section texts: models, data files of targets, shading and others, and texts of archives of targets.
+std::optional<FileFacts> TellSections(const FileView& file);
+
+/// Marks of calibrations and other texts of numbers, JSON, HTML, XML, settings.
+std::optional<FileFacts> TellText(const FileView& file);
+
+/// Least and greatest coordinates of points, as facts.
+class Extent
+{
+public:
+    /// Points that are nowhere do not count.
+    void Add(const std::array<double, 3>& point);
+
+    /// Adds `least_mm` and `greatest_mm` where there was a point.
+    void AddTo(nlohmann::ordered_json& facts) const;
+
+private:
+    bool m_isEmpty = true;
+    std::array<double, 3> m_least{};
+    std::array<double, 3> m_greatest{};
+};
+
+} // namespace app
