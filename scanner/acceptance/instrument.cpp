@@ -3,6 +3,7 @@
 #include "lxcfloat3.h"
 #include "lxcpinholeframework.h"
 #include "lxsscandatacct.h"
+#include "scanner/calibration/devicecoupling.h"
 #include "scanner/calibration/imageview.h"
 #include "scanner/calibration/modelreading.h"
 
@@ -29,11 +30,17 @@ std::vector<RecordedPoint> PointsOf(const LxCV::LxSScanDataCCT& record, const de
     return points;
 }
 
+decoder::DecoderConfig WithCoupling(const device::DeviceParameters& parameters, decoder::DecoderConfig config)
+{
+    calibration::SetCoupling(parameters.optics, config.algorithm);
+    return config;
+}
+
 } // namespace
 
 Instrument::Instrument(const device::DeviceParameters& parameters, const decoder::DecoderConfig& config)
     : m_device(parameters), m_model(calibration::ReadModel(m_device.ParameterText(c_root), c_root)),
-      m_decoder(*m_model, config)
+      m_decoder(*m_model, WithCoupling(parameters, config))
 {
     m_decoder.Init(parameters.camera.width, parameters.camera.height);
 }

@@ -30,7 +30,8 @@ struct Reading
     Accuracy accuracy; ///< zeros where the truth was not asked for
 };
 
-/// Runs the whole chain: images of the device, decoder with the device's own parameter set, scan record.
+/// Runs the whole chain: images of the device, decoder with the device's own parameter set and the coupling of its
+/// colours, scan record.
 class Instrument
 {
 public:

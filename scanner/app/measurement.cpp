@@ -7,6 +7,7 @@
 #include "lxsscandatacct.h"
 #include "scanner/app/decoding.h"
 #include "scanner/app/scanfiles.h"
+#include "scanner/calibration/devicecoupling.h"
 #include "scanner/decoder/decoder.h"
 
 #include <algorithm>
@@ -95,6 +96,7 @@ Measurement Measure(const acquisition::ImagePair& images, const acquisition::Ren
     }
     decoder::DecoderConfig config;
     config.useTable = triangulation == ETriangulation::eTable;
+    calibration::SetCoupling(rendering.device->Parameters().optics, config.algorithm);
     const auto measuring = std::make_shared<decoder::Decoder>(*model, config);
     decoder::Decoder& decoder = *measuring;
     progress.Run("prepare", [&] { decoder.Init(width, height); });

@@ -5,9 +5,8 @@
 #include "scanner/decoder/extrema.h"
 #include "scanner/decoder/stripesignal.h"
 
-#include <array>
 #include <cstddef>
-#include <vector>
+#include <span>
 
 namespace LxCV {
 class CCTImage;
@@ -33,26 +32,24 @@ class EdgeWordWriter
 {
 public:
     explicit EdgeWordWriter(const DecoderConfig& config)
-        : m_minGradient(config.minGradient), m_maxChannelSpread(config.maxChannelSpread)
+        : m_minGradient(config.minGradient),
+          m_channelSpread(
+              LxCV::TruncateTo<int>(config.maxChannelSpread * LxCV::LxCSubpixel::m_scfSubpixFactor))
     {}
 
     /// Makes the working buffers for columns of so many rows.
-    void Init(int height);
+    void Init(int height) { m_finder.Init(height); }
 
     /// @param words image of type INT32 and of the signal's size; cleared and filled
     /// @throws std::invalid_argument if the sizes or the type differ, or if there are no pixels
     void Write(const StripeSignal& signal, LxCV::CCTImage& words);
 
 private:
-    void FindSteps(const StripeSignal& signal, int column);
-    void WriteColumn(int column, LxCV::CCTImage& words) const;
+    void WriteColumn(std::span<const ChannelStep> steps, int column, LxCV::CCTImage& words) const;
 
-    float m_minGradient;      ///< signal units a row
-    float m_maxChannelSpread; ///< rows
-    std::array<std::vector<ChannelStep>, kChannels>
-        m_channelSteps;                     ///< of one column, each by ascending position
-    std::vector<ChannelStep> m_twoChannels; ///< blue and green, so too
-    std::vector<ChannelStep> m_steps;       ///< all, so too
+    float m_minGradient; ///< signal units a row
+    int m_channelSpread; ///< 1/64 rows
+    StepFinder m_finder;
 };
 
 } // namespace decoder

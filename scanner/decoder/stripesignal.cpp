@@ -2,9 +2,11 @@
 #include "scanner/decoder/stripesignal.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <new>
+#include <optional>
 #include <stdexcept>
 
 namespace decoder {
@@ -14,9 +16,6 @@ using LxCV::CCTImage;
 namespace {
 
 constexpr float kUndecodable = std::numeric_limits<float>::quiet_NaN();
-
-/// Rows that are spread over the columns at a time: as many floats as fill a cache line.
-constexpr int kBlockRows = 16;
 
 /// Grey levels of 255 over the darkest reference that makes sense, one grey level, stay below this signal.
 constexpr float kLargestSignal = 256.0F;
@@ -35,6 +34,38 @@ void FitSize(CCTImage& image, int width, int height)
     }
 }
 
+/// Rows and columns in the order of the pixels' channels: blue, green, red.
+using ColourMatrix = std::array<std::array<float, kChannels>, kChannels>;
+
+/// What undoes the coupling of the colours; nothing where they are not coupled.
+std::optional<ColourMatrix> UnmixingOf(const DecoderConfig& config)
+{
+    std::array<float, kChannels * kChannels>
+        a; // first index the channel that is taken from: red, green, blue
+    config.algorithm.GetCameraProjectorCoupling()->GetInverse().GetValues(a[0], a[1], a[2], a[3], a[4], a[5],
+                                                                          a[6], a[7], a[8]);
+    constexpr std::array<float, kChannels * kChannels> kIdentity{1.0F, 0.0F, 0.0F, 0.0F, 1.0F,
+                                                                 0.0F, 0.0F, 0.0F, 1.0F};
+    if (a == kIdentity) {
+        return std::nullopt;
+    }
+    ColourMatrix matrix;
+    for (std::size_t to = 0; to < kChannels; ++to) {
+        for (std::size_t from = 0; from < kChannels; ++from) {
+            matrix[kChannels - 1 - to][kChannels - 1 - from] = a[from * kChannels + to];
+        }
+    }
+    return matrix;
+}
+
+float RatioOf(float white, float striped, float least)
+{
+    const float ratio = striped / white;
+    // Comparisons are joined without branches, so that loops over it run on vectors.
+    const bool decodable = (white >= least) & (std::abs(ratio) <= kLargestSignal);
+    return decodable ? ratio : kUndecodable;
+}
+
 } // namespace
 
 void StripeSignal::Init(int width, int height)
@@ -43,9 +74,6 @@ void StripeSignal::Init(int width, int height)
     m_height = 0;
     FitSize(m_ratio, width, height);
     FitSize(m_smoothed, width, height);
-    for (std::vector<float>& plane : m_planes) {
-        plane.resize(static_cast<std::size_t>(m_ratio.GetSizeInPixels()));
-    }
 }
 
 void StripeSignal::Compute(const CCTImage& reference, const CCTImage& pattern, const DecoderConfig& config)
@@ -56,25 +84,33 @@ void StripeSignal::Compute(const CCTImage& reference, const CCTImage& pattern, c
         throw std::invalid_argument("the stripe signal needs two float colour images of one size");
     }
     Init(reference.GetWidth(), reference.GetHeight());
-    Divide(FloatsOf(reference), FloatsOf(pattern), config.minReference);
+    Divide(FloatsOf(reference), FloatsOf(pattern), config);
     Smooth(config.Edges());
     m_width = reference.GetWidth();
     m_height = reference.GetHeight();
-    for (int top = 0; top < m_height; top += kBlockRows) {
-        SpreadRows(top, std::min(kBlockRows, m_height - top));
-    }
 }
 
 void StripeSignal::Divide(std::span<const float> reference, std::span<const float> pattern,
-                          float minReference)
+                          const DecoderConfig& config)
 {
     float* const ratios = static_cast<float*>(m_ratio.GetImageDataRaw());
-    for (std::size_t i = 0; i < reference.size(); ++i) {
-        const float white = reference[i];
-        const float ratio = pattern[i] / white;
-        // Comparisons are joined without branches, so that the loop runs on vectors.
-        const bool decodable = (white >= minReference) & (std::abs(ratio) <= kLargestSignal);
-        ratios[i] = decodable ? ratio : kUndecodable;
+    const float least = config.minReference;
+    const std::optional<ColourMatrix> unmix = UnmixingOf(config);
+    if (!unmix) {
+        for (std::size_t i = 0; i < reference.size(); ++i) {
+            ratios[i] = RatioOf(reference[i], pattern[i], least);
+        }
+        return;
+    }
+    const ColourMatrix m = *unmix;
+    for (std::size_t i = 0; i + kChannels <= reference.size(); i += kChannels) {
+        const float* const white = &reference[i];
+        const float* const striped = &pattern[i];
+        for (std::size_t c = 0; c < kChannels; ++c) {
+            ratios[i + c] =
+                RatioOf(m[c][0] * white[0] + m[c][1] * white[1] + m[c][2] * white[2],
+                        m[c][0] * striped[0] + m[c][1] * striped[1] + m[c][2] * striped[2], least);
+        }
     }
 }
 
@@ -101,32 +137,18 @@ void StripeSignal::BlankBorderRows(int rows)
     std::fill(end - count, end, kUndecodable);
 }
 
-/// Lays `rows` rows of the smoothed image, of which the first is `top`, into the columns of the planes.
-void StripeSignal::SpreadRows(int top, int rows)
+std::span<const float> StripeSignal::Values() const
 {
-    const std::size_t stride = kChannels * static_cast<std::size_t>(m_width);
-    const float* const block = FloatsOf(m_smoothed).data() + static_cast<std::size_t>(top) * stride;
-    for (std::size_t column = 0; column < static_cast<std::size_t>(m_width); ++column) {
-        const std::size_t target =
-            column * static_cast<std::size_t>(m_height) + static_cast<std::size_t>(top);
-        for (std::size_t channel = 0; channel < kChannels; ++channel) {
-            const float* value = block + column * kChannels + channel;
-            float* signal = m_planes[channel].data() + target;
-            for (int i = 0; i < rows; ++i, value += stride) {
-                signal[i] = *value;
-            }
-        }
-    }
+    return m_width > 0 ? FloatsOf(m_smoothed) : std::span<const float>();
 }
 
-std::span<const float> StripeSignal::Column(LxCV::LxCColorValueFloat::EColor channel, int column) const
+float StripeSignal::At(LxCV::LxCColorValueFloat::EColor channel, int column, int row) const
 {
-    if (column < 0 || column >= m_width) {
-        throw std::out_of_range("the stripe signal has no such column");
+    const bool isChannel = channel >= 0 && static_cast<std::size_t>(channel) < kChannels;
+    if (!isChannel || column < 0 || column >= m_width || row < 0 || row >= m_height) {
+        throw std::out_of_range("the stripe signal has no such value");
     }
-    const std::size_t height = static_cast<std::size_t>(m_height);
-    return std::span(m_planes.at(static_cast<std::size_t>(channel)))
-        .subspan(static_cast<std::size_t>(column) * height, height);
+    return m_smoothed.GetFloat3Fast(column, row).get(channel);
 }
 
 } // namespace decoder

@@ -1,14 +1,12 @@
-// The stripe pattern freed of shading and texture, laid out column by column.
+// The stripe pattern freed of shading, texture and coupling of the colours.
 #pragma once
 
 #include "cctimage.h"
 #include "lxccolorvaluefloat.h"
 #include "scanner/decoder/decoderconfig.h"
 
-#include <array>
 #include <cstddef>
 #include <span>
-#include <vector>
 
 namespace decoder {
 
@@ -17,7 +15,11 @@ inline constexpr std::size_t kChannels = 3;
 /// The ratio of pattern to reference image per colour channel, smoothed by `LxCV::CCTImage::Smooth` with mode and
 /// kernel of the edge detection's configuration.
 ///
-/// Columns are contiguous, since edges are searched along columns. Dark places read as undecodable, as do those
+/// Where the configuration's coupling of projector and camera is not the identity, both images are first taken through
+/// its inverse: what is divided then is the light of one colour of the slide, not what a colour of the sensor takes.
+/// The scale of the coupling does not matter to the ratio.
+///
+/// Dark places read as undecodable, as do those
 /// whose ratio no image of grey levels can have, and all that the smoothing kernel mixes with one of them. So do the
 /// rows whose kernel reaches over the upper or lower border by more than one row: the border row, which stands for
 /// what lies beyond, would shift their edges.
@@ -36,21 +38,23 @@ public:
     int GetWidth() const { return m_width; }
     int GetHeight() const { return m_height; }
 
-    /// One value a row. Where the pixel is undecodable the value is not a number, elsewhere it is finite.
-    /// @throws std::out_of_range for a channel or column that is not there
-    std::span<const float> Column(LxCV::LxCColorValueFloat::EColor channel, int column) const;
+    /// The pixels row by row, each of three values in the order of `LxCV::LxCColorValueFloat::EColor`. Where a pixel is
+    /// undecodable its value is not a number, elsewhere it is finite. Empty without a signal.
+    std::span<const float> Values() const;
+
+    /// @throws std::out_of_range for a channel or pixel that is not there
+    float At(LxCV::LxCColorValueFloat::EColor channel, int column, int row) const;
 
 private:
-    void Divide(std::span<const float> reference, std::span<const float> pattern, float minReference);
+    void Divide(std::span<const float> reference, std::span<const float> pattern,
+                const DecoderConfig& config);
     void Smooth(const LxCV::LxCEdgeDetectionConfig& config);
     void BlankBorderRows(int rows);
-    void SpreadRows(int top, int rows);
 
     int m_width = 0;
     int m_height = 0;
-    LxCV::CCTImage m_ratio;                             ///< FLOAT32_3
-    LxCV::CCTImage m_smoothed;                          ///< FLOAT32_3
-    std::array<std::vector<float>, kChannels> m_planes; ///< index: column * height + row
+    LxCV::CCTImage m_ratio;    ///< FLOAT32_3
+    LxCV::CCTImage m_smoothed; ///< FLOAT32_3
 };
 
 } // namespace decoder

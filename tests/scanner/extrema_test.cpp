@@ -1,10 +1,18 @@
 #include "scanner/decoder/extrema.h"
 
+#include "vectorunits.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <random>
+#include <span>
+#include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace decoder {
@@ -33,11 +41,17 @@ std::vector<float> BlurredStep(double row, double sigma, int height, bool rising
     return signal;
 }
 
-std::vector<ChannelStep> StepsOf(const std::vector<float>& signal)
+/// The steps of one channel in an image of one column, whose other channels are even.
+std::vector<ChannelStep> StepsOf(const std::vector<float>& signal, float minGradient = kMinGradient)
 {
-    std::vector<ChannelStep> steps;
-    FindSteps(signal, LxCColorValueFloat::eGreen, kMinGradient, steps);
-    return steps;
+    std::vector<float> pixels(kChannels * signal.size(), 0.5F);
+    for (std::size_t row = 0; row < signal.size(); ++row) {
+        pixels[kChannels * row + LxCColorValueFloat::eGreen] = signal[row];
+    }
+    StepFinder finder;
+    finder.Find(pixels, 1, 0, minGradient);
+    const std::span<const ChannelStep> steps = finder.StepsOf(0);
+    return {steps.begin(), steps.end()};
 }
 
 TEST(FindSteps, PlacesABlurredStepAtItsTrueRow)
@@ -112,9 +126,7 @@ TEST(FindSteps, GivesNoStepWithoutAHeight)
 {
     const std::vector<float> flat(20, 0.5F);
     for (const float minGradient : {0.0F, -1.0F, std::numeric_limits<float>::quiet_NaN()}) {
-        std::vector<ChannelStep> steps;
-        FindSteps(flat, LxCColorValueFloat::eBlue, minGradient, steps);
-        EXPECT_TRUE(steps.empty()) << minGradient;
+        EXPECT_TRUE(StepsOf(flat, minGradient).empty()) << minGradient;
     }
 }
 
@@ -130,6 +142,90 @@ TEST(FindSteps, TakesSignalsOfAnyLength)
     for (std::size_t length = 0; length < 6; ++length) {
         EXPECT_TRUE(StepsOf(std::vector<float>(length, 0.5F)).empty());
     }
+}
+
+TEST(FindSteps, OrdersTheStepsOfAllChannelsInEachColumn)
+{
+    // In every channel of every column steps of one row's height at random rows, two rows apart at least.
+    constexpr int kWidth = StepFinder::kColumns + 5;
+    constexpr int kHeight = 200;
+    std::mt19937 random(5);
+    std::vector<float> pixels(kChannels * kWidth * kHeight);
+    std::vector<std::vector<std::pair<unsigned int, std::size_t>>> expected(kWidth); // position, channel
+    for (std::size_t lane = 0; lane < kChannels * kWidth; ++lane) {
+        float level = 0.0F;
+        int last = 0;
+        for (int row = 0; row < kHeight; ++row) {
+            if (row > last + 2 && row < kHeight - 2 && random() % 3 == 0) {
+                level = 1.0F - level;
+                last = row;
+                expected[lane / kChannels].push_back(
+                    {static_cast<unsigned int>(64 * row - 32), lane % kChannels});
+            }
+            pixels[static_cast<std::size_t>(row) * kChannels * kWidth + lane] = level;
+        }
+    }
+    StepFinder finder;
+    for (int first = 0; first < kWidth; first += StepFinder::kColumns) {
+        finder.Find(pixels, kWidth, first, kMinGradient);
+        ASSERT_EQ(finder.GetNumColumns(), std::min(StepFinder::kColumns, kWidth - first));
+        for (int column = 0; column < finder.GetNumColumns(); ++column) {
+            auto& steps = expected[static_cast<std::size_t>(first + column)];
+            std::sort(steps.begin(), steps.end());
+            const std::span<const ChannelStep> found = finder.StepsOf(column);
+            ASSERT_EQ(found.size(), steps.size());
+            for (std::size_t i = 0; i < found.size(); ++i) {
+                ASSERT_EQ(found[i].position.GetPixelAndSubpixelPos(), steps[i].first);
+                ASSERT_NE(found[i].symbol.GetValue() & (3U << (2 * steps[i].second)), 0U);
+            }
+        }
+    }
+}
+
+TEST(FindSteps, IsTheSameBitForBitOnBasicVectors)
+{
+    constexpr int kWidth = 70;
+    constexpr int kHeight = 300;
+    std::mt19937 random(6);
+    std::vector<float> pixels(kChannels * kWidth * kHeight);
+    for (float& value : pixels) {
+        value = static_cast<float>(random()) * 0x1p-32F;
+    }
+    StepFinder wide, basic;
+    for (int first = 0; first < kWidth; first += StepFinder::kColumns) {
+        wide.Find(pixels, kWidth, first, kMinGradient);
+        {
+            const LxCV::VectorUnits::CBasicOnly basicOnly;
+            basic.Find(pixels, kWidth, first, kMinGradient);
+        }
+        for (int column = 0; column < wide.GetNumColumns(); ++column) {
+            ASSERT_TRUE(std::ranges::equal(
+                wide.StepsOf(column), basic.StepsOf(column), [](const ChannelStep& a, const ChannelStep& b) {
+                    return a.position.GetPixelAndSubpixelPos() == b.position.GetPixelAndSubpixelPos() &&
+                           a.symbol.GetValue() == b.symbol.GetValue() &&
+                           std::bit_cast<std::uint32_t>(a.amplitude) ==
+                               std::bit_cast<std::uint32_t>(b.amplitude);
+                }));
+            ASSERT_GT(wide.StepsOf(column).size(), 100U);
+        }
+    }
+}
+
+TEST(FindSteps, HasNoColumnsBesideTheImage)
+{
+    const std::vector<float> pixels(kChannels * 3 * 10, 0.5F);
+    StepFinder finder;
+    EXPECT_THROW(finder.StepsOf(0), std::out_of_range);
+    for (const int first : {-1, 3, 4}) {
+        finder.Find(pixels, 3, first, kMinGradient);
+        EXPECT_EQ(finder.GetNumColumns(), 0) << first;
+    }
+    finder.Find({}, 0, 0, kMinGradient);
+    EXPECT_EQ(finder.GetNumColumns(), 0);
+    finder.Find(pixels, 3, 1, kMinGradient);
+    EXPECT_EQ(finder.GetNumColumns(), 2);
+    EXPECT_THROW(finder.StepsOf(2), std::out_of_range);
+    EXPECT_THROW(finder.StepsOf(-1), std::out_of_range);
 }
 
 TEST(FindSteps, CountsAPlateauOfTheDifferenceOnce)

@@ -35,23 +35,68 @@ TEST(StripeSignal, IsTheRatioOfPatternToReference)
     StripeSignal signal;
     signal.Compute(reference, pattern, DecoderConfig());
     for (int column = 0; column < kWidth; ++column) {
-        for (std::size_t row = 0; row < kHeight; ++row) {
-            EXPECT_FLOAT_EQ(signal.Column(LxCColorValueFloat::eBlue, column)[row], 0.5F);
-            EXPECT_FLOAT_EQ(signal.Column(LxCColorValueFloat::eGreen, column)[row], 0.1F);
-            EXPECT_FLOAT_EQ(signal.Column(LxCColorValueFloat::eRed, column)[row], 1.0F);
+        for (int row = 0; row < kHeight; ++row) {
+            EXPECT_FLOAT_EQ(signal.At(LxCColorValueFloat::eBlue, column, row), 0.5F);
+            EXPECT_FLOAT_EQ(signal.At(LxCColorValueFloat::eGreen, column, row), 0.1F);
+            EXPECT_FLOAT_EQ(signal.At(LxCColorValueFloat::eRed, column, row), 1.0F);
         }
     }
 }
 
+TEST(StripeSignal, TheCouplingOfTheColoursIsUndoneInBothImages)
+{
+    // Of the light of the slide's channels, blue 100, green 80, red 60, the pattern lets 1/2, 1/4 and 3/4 through. The
+    // sensor's blue takes 7/8 of blue and 1/8 of green; its green 3/4 of green, 1/8 of blue and 1/8 of red; its red 1/2 of
+    // red and 1/2 of blue:
+    // reference: 87.5 + 10, 12.5 + 60 + 7.5, 50 + 30; pattern: 43.75 + 2.5, 6.25 + 15 + 5.625, 25 + 22.5
+    const CCTImage reference(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 97.5F, 80.0F, 80.0F);
+    const CCTImage pattern(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 46.25F, 26.875F, 47.5F);
+    DecoderConfig config;
+    config.algorithm.SetCameraProjectorCoupling(0.5F, 0.125F, 0.0F, 0.0F, 0.75F, 0.125F, 0.5F, 0.125F,
+                                                0.875F);
+    StripeSignal signal;
+    signal.Compute(reference, pattern, config);
+    constexpr float kRounding = 1e-6F; // a few steps of the last digit
+    EXPECT_NEAR(signal.At(LxCColorValueFloat::eBlue, 3, 2), 0.5F, kRounding);
+    EXPECT_NEAR(signal.At(LxCColorValueFloat::eGreen, 3, 2), 0.25F, kRounding);
+    EXPECT_NEAR(signal.At(LxCColorValueFloat::eRed, 3, 2), 0.75F, kRounding);
+}
+
+TEST(StripeSignal, ACouplingWithoutInverseIsNoCoupling)
+{
+    const CCTImage reference(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 200.0F, 100.0F, 50.0F);
+    const CCTImage pattern(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F, 10.0F, 50.0F);
+    DecoderConfig config;
+    config.algorithm.SetCameraProjectorCoupling(0.0F, 0.0F, 0.0F, 0.0F, 0.0F, 0.0F, 0.0F, 0.0F, 0.0F);
+    StripeSignal signal;
+    signal.Compute(reference, pattern, config);
+    EXPECT_FLOAT_EQ(signal.At(LxCColorValueFloat::eBlue, 0, 0), 0.5F);
+    EXPECT_FLOAT_EQ(signal.At(LxCColorValueFloat::eGreen, 0, 0), 0.1F);
+    EXPECT_FLOAT_EQ(signal.At(LxCColorValueFloat::eRed, 0, 0), 1.0F);
+}
+
+TEST(StripeSignal, AColourThatIsDarkOnceUnmixedIsUndecodable)
+{
+    // All green comes from the light of blue, of which half goes to green.
+    const CCTImage image(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F, 50.0F, 50.0F);
+    DecoderConfig config;
+    config.algorithm.SetCameraProjectorCoupling(1.0F, 0.0F, 0.0F, 0.0F, 1.0F, 0.0F, 0.0F, 0.5F, 1.0F);
+    StripeSignal signal;
+    signal.Compute(image, image, config);
+    EXPECT_TRUE(std::isnan(signal.At(LxCColorValueFloat::eGreen, 0, 0)));
+    EXPECT_EQ(signal.At(LxCColorValueFloat::eBlue, 0, 0), 1.0F);
+    EXPECT_EQ(signal.At(LxCColorValueFloat::eRed, 0, 0), 1.0F);
+}
+
 /// Red at a column and row for a pattern that is black but for a white pixel at column 2 and row 1.
-float RedOfADot(const DecoderConfig& config, int column, std::size_t row)
+float RedOfADot(const DecoderConfig& config, int column, int row)
 {
     const CCTImage reference(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F);
     CCTImage pattern(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 0.0F);
     pattern.GetFloat3Fast(2, 1) = LxCFloat3(100.0F, 100.0F, 100.0F);
     StripeSignal signal;
     signal.Compute(reference, pattern, config);
-    return signal.Column(LxCColorValueFloat::eRed, column)[row];
+    return signal.At(LxCColorValueFloat::eRed, column, row);
 }
 
 TEST(StripeSignal, IsSmoothedByAGaussianOfThreePixels)
@@ -86,7 +131,7 @@ TEST(StripeSignal, IsUndecodableWhereTheKernelReachesFarOverTheUpperOrLowerBorde
         signal.Compute(image, image, WithSmoothing(CCTImage::eSM_Gaussian, kernel));
         const int reach = kernel / 2 - 1;
         for (int row = 0; row < kTall; ++row) {
-            const float value = signal.Column(LxCColorValueFloat::eBlue, 0)[static_cast<std::size_t>(row)];
+            const float value = signal.At(LxCColorValueFloat::eBlue, 0, row);
             const bool decodable = row >= reach && row < kTall - reach;
             EXPECT_EQ(!std::isnan(value), decodable) << kernel << " " << row;
         }
@@ -104,7 +149,8 @@ TEST(StripeSignal, RefusesASmoothingThatIsNotKnown)
         signal.Compute(image, image, DecoderConfig());
         EXPECT_THROW(signal.Compute(image, image, config), std::invalid_argument);
         EXPECT_EQ(signal.GetWidth(), 0);
-        EXPECT_THROW(signal.Column(LxCColorValueFloat::eBlue, 0), std::out_of_range);
+        EXPECT_THROW(signal.At(LxCColorValueFloat::eBlue, 0, 0), std::out_of_range);
+        EXPECT_TRUE(signal.Values().empty());
     }
 }
 
@@ -115,11 +161,11 @@ TEST(StripeSignal, IsUndecodableInTheDark)
     StripeSignal signal;
     signal.Compute(reference, reference, DecoderConfig());
     for (const int column : {3, 4, 5}) {
-        EXPECT_TRUE(std::isnan(signal.Column(LxCColorValueFloat::eGreen, column)[2])) << column;
-        EXPECT_TRUE(std::isnan(signal.Column(LxCColorValueFloat::eGreen, column)[1])) << column;
+        EXPECT_TRUE(std::isnan(signal.At(LxCColorValueFloat::eGreen, column, 2))) << column;
+        EXPECT_TRUE(std::isnan(signal.At(LxCColorValueFloat::eGreen, column, 1))) << column;
     }
-    EXPECT_EQ(signal.Column(LxCColorValueFloat::eGreen, 2)[2], 1.0F);
-    EXPECT_EQ(signal.Column(LxCColorValueFloat::eBlue, 4)[2], 1.0F);
+    EXPECT_EQ(signal.At(LxCColorValueFloat::eGreen, 2, 2), 1.0F);
+    EXPECT_EQ(signal.At(LxCColorValueFloat::eBlue, 4, 2), 1.0F);
 }
 
 TEST(StripeSignal, IsUndecodableWherePixelsAreNoGreyLevels)
@@ -131,15 +177,12 @@ TEST(StripeSignal, IsUndecodableWherePixelsAreNoGreyLevels)
         pattern.GetFloat3Fast(2, 1) = LxCFloat3(bad, bad, bad);
         StripeSignal signal;
         signal.Compute(reference, pattern, DecoderConfig());
-        const auto blue = [&signal](int column) {
-            return signal.Column(LxCColorValueFloat::eBlue, column)[1];
-        };
+        const auto blue = [&signal](int column) { return signal.At(LxCColorValueFloat::eBlue, column, 1); };
         EXPECT_TRUE(std::isnan(blue(1)) && std::isnan(blue(2)) && std::isnan(blue(3))) << bad;
         EXPECT_EQ(blue(4), 1.0F) << bad;
     }
 }
 
-/// More rows than are laid into columns at a time, and not a multiple of them.
 TEST(StripeSignal, PutsEveryRowAndChannelInItsPlace)
 {
     constexpr int kTall = 37;
@@ -155,24 +198,28 @@ TEST(StripeSignal, PutsEveryRowAndChannelInItsPlace)
     signal.Compute(reference, pattern, WithSmoothing(CCTImage::eSM_None, 0));
     for (int channel = 0; channel < 3; ++channel) {
         for (int column = 0; column < kWidth; ++column) {
-            const auto values = signal.Column(static_cast<LxCColorValueFloat::EColor>(channel), column);
-            ASSERT_EQ(values.size(), static_cast<std::size_t>(kTall));
             for (int row = 0; row < kTall; ++row) {
                 // Whole numbers over a power of two are exact.
-                ASSERT_EQ(values[static_cast<std::size_t>(row)], level(channel, row) / 128.0F);
+                const float expected = level(channel, row) / 128.0F;
+                ASSERT_EQ(signal.At(static_cast<LxCColorValueFloat::EColor>(channel), column, row), expected);
+                ASSERT_EQ(signal.Values()[static_cast<std::size_t>((row * kWidth + column) * 3 + channel)],
+                          expected);
             }
         }
     }
 }
 
-TEST(StripeSignal, HasNoColumnsBesideTheImage)
+TEST(StripeSignal, HasNoValuesBesideTheImage)
 {
     const CCTImage image(kWidth, kHeight, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F);
     StripeSignal signal;
-    EXPECT_THROW(signal.Column(LxCColorValueFloat::eBlue, 0), std::out_of_range);
+    EXPECT_THROW(signal.At(LxCColorValueFloat::eBlue, 0, 0), std::out_of_range);
     signal.Compute(image, image, DecoderConfig());
-    EXPECT_THROW(signal.Column(LxCColorValueFloat::eBlue, -1), std::out_of_range);
-    EXPECT_THROW(signal.Column(LxCColorValueFloat::eBlue, kWidth), std::out_of_range);
+    EXPECT_THROW(signal.At(LxCColorValueFloat::eBlue, -1, 0), std::out_of_range);
+    EXPECT_THROW(signal.At(LxCColorValueFloat::eBlue, kWidth, 0), std::out_of_range);
+    EXPECT_THROW(signal.At(LxCColorValueFloat::eBlue, 0, -1), std::out_of_range);
+    EXPECT_THROW(signal.At(LxCColorValueFloat::eBlue, 0, kHeight), std::out_of_range);
+    EXPECT_THROW(signal.At(static_cast<LxCColorValueFloat::EColor>(3), 0, 0), std::out_of_range);
 }
 
 TEST(StripeSignal, RefusesImagesThatDoNotFit)
@@ -191,7 +238,7 @@ TEST(StripeSignal, TakesImagesOfOneColumn)
     const CCTImage thin(1, 3, LxCV::CCTImage::eIDT_FLOAT32_3, 100.0F);
     StripeSignal signal;
     signal.Compute(thin, thin, DecoderConfig());
-    EXPECT_EQ(signal.Column(LxCColorValueFloat::eRed, 0)[1], 1.0F);
+    EXPECT_EQ(signal.At(LxCColorValueFloat::eRed, 0, 1), 1.0F);
 }
 
 } // namespace
