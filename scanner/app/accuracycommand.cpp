@@ -2,6 +2,7 @@
 #include "scanner/app/accuracycommand.h"
 
 #include "scanner/app/accuracyreport.h"
+#include "scanner/app/commandtree.h"
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/errormaps.h"
 #include "scanner/app/imagefiles.h"
@@ -130,6 +131,7 @@ TargetCommand AddAccuracyCommand(CLI::App& program)
     parser
         ->add_option("--out", options->out,
                      "Folder for the picture and the figures, made where it is missing")
+        ->type_name(kFolderType)
         ->capture_default_str();
     parser->add_flag("--json", options->json, "Print the figures as JSON");
     return [parser, seeds, options](std::ostream& out) {

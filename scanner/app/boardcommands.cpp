@@ -2,6 +2,7 @@
 #include "scanner/app/boardcommands.h"
 
 #include "lxccbcalibthres.h"
+#include "scanner/app/commandtree.h"
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/imagefiles.h"
 #include "scanner/app/jsonreport.h"
@@ -216,15 +217,22 @@ TargetCommand AddLocate(CLI::App& target)
     CLI::App* const parser =
         target.add_subcommand("locate", "Find the corners of a checkerboard target in an image");
     parser->option_defaults()->take_last();
-    parser->add_option("IMAGE", options->image, "The image: TIFF, PNG, JPEG, BMP, PGM or PFM")->required();
-    CLI::Option* const file = parser->add_option(
-        "--target", options->target,
-        "The target's data file; without it the installed target, or the nominal one where none is");
+    parser->add_option("IMAGE", options->image, "The image: TIFF, PNG, JPEG, BMP, PGM or PFM")
+        ->type_name(kFileType)
+        ->required();
+    CLI::Option* const file =
+        parser
+            ->add_option(
+                "--target", options->target,
+                "The target's data file; without it the installed target, or the nominal one where none is")
+            ->type_name(kFileType);
     parser->add_flag("--nominal", options->nominal, "Take the nominal target even if one is installed")
         ->excludes(file);
     AddRefinement(*parser, options->refinement);
-    parser->add_option("--out", options->out, "PNG to write: squares, corners and numbers on the image");
-    parser->add_option("--edges", options->edges, "PNG to write: the extrema that edges are traced along");
+    parser->add_option("--out", options->out, "PNG to write: squares, corners and numbers on the image")
+        ->type_name(kFileType);
+    parser->add_option("--edges", options->edges, "PNG to write: the extrema that edges are traced along")
+        ->type_name(kFileType);
     parser->add_flag("--json", options->json, "Print the corners as JSON");
     return [parser, options](std::ostream& out) {
         if (parser->parsed()) {

@@ -1,5 +1,6 @@
 #include "scanner/app/calibratecheckcommand.h"
 
+#include "scanner/app/commandtree.h"
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
@@ -265,7 +266,8 @@ TargetCommand AddCalibrateCheckCommand(CLI::App& program)
     parser->add_option("--perturb", options->perturbation, HelpOfPerturbations())
         ->check(CLI::IsMember(PerturbationNames()))
         ->capture_default_str();
-    parser->add_option("-o,--out", check.marks, "Folder for the marks as text, made where it is missing");
+    parser->add_option("-o,--out", check.marks, "Folder for the marks as text, made where it is missing")
+        ->type_name(kFolderType);
     parser->add_flag("--json", options->json, "Print the figures as JSON");
     return [parser, options](std::ostream& out) {
         if (parser->parsed()) {

@@ -8,6 +8,7 @@
 #include "orx/platform/paths.h"
 #include "orx/platform/unicode.h"
 #include "scanner/app/colourimage.h"
+#include "scanner/app/commandtree.h"
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/filecontent.h"
 #include "scanner/app/imagefiles.h"
@@ -320,7 +321,7 @@ void WriteCorrected(const CCTImage& image, const std::filesystem::path& file)
     }
     if (!platform::WriteTiff(file, {image.GetWidth(), image.GetHeight(), platform::EPixelFormat::eBgrFloat,
                                     std::as_bytes(LevelsOf(image))})) {
-        throw std::runtime_error("cannot write '" + file.string() + "'");
+        throw WriteFailure(file);
     }
 }
 
@@ -361,8 +362,10 @@ void AddPlaceOptions(CLI::App& parser, PlaceOptions& place)
 {
     parser.option_defaults()->take_last();
     parser.add_option("--camera", place.camera, "The camera's name")->capture_default_str();
-    parser.add_option("--folder", place.folder,
-                      "The folder of the files; without it that of all programs, see PROGRAMDATA");
+    parser
+        .add_option("--folder", place.folder,
+                    "The folder of the files; without it that of all programs, see PROGRAMDATA")
+        ->type_name(kFolderType);
 }
 
 TargetCommand AddMake(CLI::App& colour)
@@ -393,7 +396,8 @@ TargetCommand AddMake(CLI::App& colour)
         ->add_option("--noise", experiment.noise, "Factor on the sensor's noise; 0 for none, and no rounding")
         ->check(IsBetween(0.0, mostNoise))
         ->capture_default_str();
-    parser->add_option("--out", options->out, "Folder for white.png, chart.png and corrected.png");
+    parser->add_option("--out", options->out, "Folder for white.png, chart.png and corrected.png")
+        ->type_name(kFolderType);
     parser->add_flag("--json", options->json, "Print the calibration as JSON");
     return [parser, options](std::ostream& out) {
         if (parser->parsed()) {
@@ -433,10 +437,13 @@ TargetCommand AddApply(CLI::App& colour)
     CLI::App* const parser =
         colour.add_subcommand("apply", "Correct the colours of an image by a camera's calibration");
     AddPlaceOptions(*parser, options->place);
-    parser->add_option("IMAGE", options->image, "The image: TIFF, PNG, JPEG, BMP or PFM")->required();
+    parser->add_option("IMAGE", options->image, "The image: TIFF, PNG, JPEG, BMP or PFM")
+        ->type_name(kFileType)
+        ->required();
     parser
         ->add_option("OUT", options->out,
                      "The image to write: PNG, rounded to 8 bits, or TIFF, neither rounded nor clipped")
+        ->type_name(kFileType)
         ->required()
         ->check(IsPngOrTiff());
     constexpr double shortest = 1e-6, longest = 1e6;

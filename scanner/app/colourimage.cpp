@@ -3,6 +3,7 @@
 
 #include "orx/platform/imagecodec.h"
 #include "pixelelements.h"
+#include "scanner/app/filecontent.h"
 
 #include <algorithm>
 #include <cmath>
@@ -71,7 +72,7 @@ void ColourImage::WritePng(const std::filesystem::path& file) const
     // Not through `CCTImage::SavePNG`: in a path text a backslash separates folders, here it may be part of a name.
     const std::vector<std::byte> pixels = ToBgr();
     if (!platform::WritePng(file, {m_width, m_height, platform::EPixelFormat::eBgr8, pixels})) {
-        throw std::runtime_error("cannot write " + file.string());
+        throw WriteFailure(file);
     }
 }
 

@@ -4,21 +4,66 @@
 #include "orx/platform/replacefile.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
 #include <span>
-#include <stdexcept>
 #include <system_error>
+#include <unistd.h>
 
 namespace app {
+
+namespace {
+
+/// What the system says to opening the file for writing; no error if it lets that happen. The file stays as it is, and
+/// none is left where there was none.
+std::error_code TryWriting(const std::filesystem::path& file)
+{
+    const int made = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (made >= 0) {
+        close(made);
+        unlink(file.c_str());
+        return {};
+    }
+    if (errno != EEXIST) {
+        return {errno, std::generic_category()};
+    }
+    const int opened = open(file.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (opened < 0) {
+        return {errno, std::generic_category()};
+    }
+    close(opened);
+    return {};
+}
+
+std::runtime_error Failure(const char* what, const std::filesystem::path& file, const std::error_code& why)
+{
+    return std::runtime_error(std::string(what) + " '" + file.string() + "'" +
+                              (why ? ": " + why.message() : std::string()));
+}
+
+} // namespace
+
+std::runtime_error WriteFailure(const std::filesystem::path& file)
+{
+    std::error_code why = TryWriting(file);
+    std::error_code unknown;
+    const std::filesystem::path folder = std::filesystem::absolute(file, unknown).parent_path();
+    if (!why && std::filesystem::space(folder, unknown).available == 0) {
+        why = std::make_error_code(std::errc::no_space_on_device);
+    }
+    return Failure("cannot write", file, why);
+}
 
 std::ifstream OpenForReading(const std::filesystem::path& file)
 {
     std::error_code ignored;
     std::ifstream stream;
-    if (!std::filesystem::is_directory(file, ignored)) {
-        stream.open(file, std::ios::binary);
+    if (std::filesystem::is_directory(file, ignored)) {
+        throw Failure("cannot open", file, std::make_error_code(std::errc::is_a_directory));
     }
+    stream.open(file, std::ios::binary);
     if (!stream.is_open()) {
-        throw std::runtime_error("cannot open '" + file.string() + "'");
+        throw Failure("cannot open", file, {errno, std::generic_category()});
     }
     return stream;
 }
@@ -47,8 +92,12 @@ std::string ReadContent(const std::filesystem::path& file, std::size_t limit, co
 
 void WriteContent(const std::filesystem::path& file, std::string_view content)
 {
-    if (const std::error_code error = platform::ReplaceFile(file, std::as_bytes(std::span(content)))) {
-        throw std::runtime_error("cannot write '" + file.string() + "': " + error.message());
+    if (std::error_code error = platform::ReplaceFile(file, std::as_bytes(std::span(content)))) {
+        std::error_code unknown;
+        if (std::filesystem::is_directory(file, unknown)) {
+            error = std::make_error_code(std::errc::is_a_directory);
+        }
+        throw Failure("cannot write", file, error);
     }
 }
 

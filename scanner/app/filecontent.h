@@ -4,12 +4,16 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 namespace app {
 
-/// @throws std::runtime_error naming the file that cannot be opened, or is a folder
+/// What to throw for a file that could not be written: it names the file, and tells why where that can still be seen.
+std::runtime_error WriteFailure(const std::filesystem::path& file);
+
+/// @throws std::runtime_error naming the file that cannot be opened, or is a folder, and why
 std::ifstream OpenForReading(const std::filesystem::path& file);
 
 /// The content of a file of at most `limit` bytes. More is never read, however long the file is.

@@ -2,13 +2,28 @@
 
 #include "orx/platform/imagecodec.h"
 #include "pixelelements.h"
+#include "scanner/app/filecontent.h"
 
 #include <stdexcept>
+#include <string>
+#include <system_error>
 #include <utility>
 
 namespace app {
 
 using LxCV::CCTImage;
+
+namespace {
+
+/// What to throw for a file that holds no image.
+std::runtime_error NoImage(const std::filesystem::path& file, const char* problem)
+{
+    std::error_code unknown;
+    const bool isEmpty = std::filesystem::file_size(file, unknown) == 0;
+    return std::runtime_error("'" + file.string() + (isEmpty ? "' is empty, and no image" : problem));
+}
+
+} // namespace
 
 CCTImage LoadImage(const std::filesystem::path& file)
 {
@@ -18,13 +33,17 @@ CCTImage LoadImage(const std::filesystem::path& file)
     case CCTImage::eRC_OK:
         return image;
     case CCTImage::eRC_FileNotFound:
+        if (std::error_code unknown; std::filesystem::exists(file, unknown)) {
+            OpenForReading(file); // which tells why it cannot
+        }
         throw std::runtime_error("there is no file '" + file.string() + "'");
     case CCTImage::eRC_UnsupportedType:
-        throw std::runtime_error("'" + file.string() + "' is no image of a kind that can be read");
+        throw NoImage(file,
+                      "' is no image of a kind that can be read: TIFF, PNG, JPEG, BMP, PGM and PFM can");
     case CCTImage::eRC_OutOfMemory:
         throw std::runtime_error("'" + file.string() + "' is too large for the memory");
     default:
-        throw std::runtime_error("'" + file.string() + "' is a damaged image, or cannot be read");
+        throw NoImage(file, "' is a damaged image: write or copy it anew");
     }
 }
 
@@ -54,7 +73,7 @@ void WritePicture(const CCTImage& picture, const std::filesystem::path& file)
     platform::CPixels pixels;
     if (picture.CreateBitmap(&pixels) != CCTImage::eRC_OK ||
         !platform::WritePng(file, {pixels.width, pixels.height, pixels.format, pixels.bytes})) {
-        throw std::runtime_error("cannot write '" + file.string() + "'");
+        throw WriteFailure(file);
     }
 }
 

@@ -4,6 +4,7 @@
 #include "orx/platform/imagecodec.h"
 #include "scanner/acquisition/posetext.h"
 #include "scanner/acquisition/rawimages.h"
+#include "scanner/app/filecontent.h"
 
 #include <cstddef>
 #include <span>
@@ -18,7 +19,7 @@ void WriteFloats(const device::ImageF& image, const std::filesystem::path& file)
     const std::span<const float> greys = image.data;
     if (!platform::WriteTiff(
             file, {image.width, image.height, platform::EPixelFormat::eBgrFloat, std::as_bytes(greys)})) {
-        throw std::runtime_error("cannot write " + file.string());
+        throw WriteFailure(file);
     }
 }
 
@@ -63,14 +64,16 @@ std::unique_ptr<LxCV::LxCSimFrameGrabber> OpenReplay(const RawFormat& format,
     for (const std::filesystem::path& file : files) {
         // The library would take the backslash for a separator, and so the file for another one.
         if (file.native().find('\\') != std::string::npos) {
-            throw std::runtime_error("cannot replay " + file.string() + ": there is a backslash in its path");
+            throw std::runtime_error("cannot replay '" + file.string() +
+                                     "': there is a backslash in its path; take another folder by --out, or "
+                                     "--source virtual");
         }
         paths.push_back(file.native());
     }
     const auto result = grabber->Init(paths);
     LxCV::LxAFrameGrabber::LogResult(result);
     if (result != LxCV::LxAFrameGrabber::eRC_OK) {
-        throw std::runtime_error("cannot replay " + files.front().string());
+        throw std::runtime_error("cannot replay '" + files.front().string() + "'");
     }
     return grabber;
 }

@@ -1,6 +1,7 @@
 // Tells files one by one.
 #include "scanner/app/infocommand.h"
 
+#include "scanner/app/commandtree.h"
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/filefacts.h"
 #include "scanner/app/jsonreport.h"
@@ -127,6 +128,7 @@ TargetCommand AddInfoCommand(CLI::App& program)
     const auto options = std::make_shared<InfoOptions>();
     CLI::App* const parser = program.add_subcommand("info", "Tell what files are and what they hold");
     parser->add_option("FILE", options->files, "Files of any kind that this system reads or writes")
+        ->type_name(kFileType)
         ->required();
     parser->add_flag("--json", options->json, "Print it as JSON");
     return [parser, options](std::ostream& out) {

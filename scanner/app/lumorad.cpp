@@ -4,6 +4,7 @@
 #include "scanner/app/accuracycommand.h"
 #include "scanner/app/calibratecheckcommand.h"
 #include "scanner/app/colourcommands.h"
+#include "scanner/app/commandtree.h"
 #include "scanner/app/demoreport.h"
 #include "scanner/app/imagesources.h"
 #include "scanner/app/infocommand.h"
@@ -17,6 +18,7 @@
 #include "scanner/app/scancommand.h"
 #include "scanner/app/targetcommands.h"
 #include "scanner/app/truthfiles.h"
+#include "scanner/app/usagemessage.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -237,6 +239,7 @@ void AddSceneOptions(CLI::App& command, SceneOptions& options, bool& json)
     command.option_defaults()->take_last();
     AddPairOptions(command, options);
     command.add_option("--out", options.out, "Folder for the results, made where it is missing")
+        ->type_name(kFolderType)
         ->check(IsNotEmpty())
         ->capture_default_str();
     command.add_flag("--json", json, "Print the figures as JSON");
@@ -248,6 +251,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
 {
     CLI::App program("Single-shot 3D measurement with colour-coded stripes", "lumorad");
     program.require_subcommand(1);
+    program.failure_message(UsageMessage);
     SceneOptions options;
     bool json = false;
     CLI::App* demo =

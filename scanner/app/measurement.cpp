@@ -6,6 +6,7 @@
 #include "lxcpinholeframework.h"
 #include "lxsscandatacct.h"
 #include "scanner/app/decoding.h"
+#include "scanner/app/filecontent.h"
 #include "scanner/app/scanfiles.h"
 #include "scanner/calibration/devicecoupling.h"
 #include "scanner/decoder/decoder.h"
@@ -44,7 +45,7 @@ void CreateFolder(const std::filesystem::path& folder)
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) {
-        throw std::runtime_error("cannot create the folder " + folder.string() + ": " + error.message());
+        throw std::runtime_error("cannot create the folder '" + folder.string() + "': " + error.message());
     }
 }
 
@@ -54,7 +55,7 @@ void WriteText(const std::filesystem::path& file, const std::string& text)
     stream << text;
     stream.close();
     if (!stream) {
-        throw std::runtime_error("cannot write " + file.string());
+        throw WriteFailure(file);
     }
 }
 
@@ -63,17 +64,26 @@ void WriteText(const std::filesystem::path& file, const std::string& text)
 void LoadModel(const std::filesystem::path& file, LxCV::LxCPinholeFramework& model)
 {
     std::stringstream text;
-    std::ifstream stream(file, std::ios::binary);
-    text << stream.rdbuf();
+    text << OpenForReading(file).rdbuf();
     LxCV::LxCCCTSerializer serializer;
     serializer.ReadFromStringStream(text);
-    if (!stream || !serializer.Init(false, false)) {
-        throw std::runtime_error("cannot read the model " + file.string());
+    if (!serializer.Init(false, false)) {
+        throw std::runtime_error("cannot read the model '" + file.string() + "': it is empty, or no text");
     }
     try {
         model.Serialize(serializer, kModelRoot);
     } catch (const std::exception& error) {
-        throw std::runtime_error("the model " + file.string() + " is damaged: " + error.what());
+        throw std::runtime_error("the model '" + file.string() + "' is damaged: " + error.what());
+    }
+}
+
+void RequireModelFor(const std::filesystem::path& file, LxCV::LxCPinholeFramework& model, int width,
+                     int height)
+{
+    if (model.GetStatus(width, height) != LxCV::LxCPinholeFramework::eOk) {
+        throw std::runtime_error("'" + file.string() + "' is no calibrated model for images of " +
+                                 std::to_string(width) + " by " + std::to_string(height) +
+                                 " pixels; 'lumorad model check' tells what it lacks");
     }
 }
 
@@ -91,9 +101,7 @@ Measurement Measure(const acquisition::ImagePair& images, const acquisition::Ren
     const int height = images.pattern.GetHeight();
     const auto model = std::make_shared<LxCV::LxCPinholeFramework>();
     progress.Run("load model", [&] { LoadModel(modelFile, *model); });
-    if (model->GetStatus(width, height) != LxCV::LxCPinholeFramework::eOk) {
-        throw std::runtime_error(modelFile.string() + " is no calibrated model for images of this size");
-    }
+    RequireModelFor(modelFile, *model, width, height);
     decoder::DecoderConfig config;
     config.useTable = triangulation == ETriangulation::eTable;
     calibration::SetCoupling(rendering.device->Parameters().optics, config.algorithm);

@@ -1,6 +1,7 @@
 #include "scanner/app/meshoptions.h"
 
 #include "scanner/acquisition/posetext.h"
+#include "scanner/app/commandtree.h"
 #include "scanner/app/numberoption.h"
 
 #include <CLI/CLI.hpp>
@@ -48,6 +49,7 @@ void AddMeshOptions(CLI::App& command, MeshOptions& options)
         command
             .add_option("--mesh", options.file,
                         "An object of your own instead: an .stl, .ply or .obj file in mm")
+            ->type_name(kFileType)
             ->check(
                 [](const std::string& text) { return text.empty() ? "The path is empty" : std::string(); })
             ->excludes(command.get_option("--scene"));

@@ -2,7 +2,9 @@
 #include "scanner/app/modelcommands.h"
 
 #include "lxcpinholeframework.h"
+#include "scanner/app/commandtree.h"
 #include "scanner/app/filecontent.h"
+#include "scanner/app/jsonreport.h"
 #include "scanner/app/modelfile.h"
 #include "scanner/app/modelreport.h"
 #include "scanner/calibration/modelcheck.h"
@@ -11,6 +13,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -41,6 +45,18 @@ struct Source
     std::string root;
 };
 
+void RequireRoot(const SourceOptions& options, const std::vector<calibration::ModelSection>& sections,
+                 const std::string& found)
+{
+    const bool isThere = std::any_of(sections.begin(), sections.end(), [&options](const auto& section) {
+        return section.name.starts_with(options.root);
+    });
+    if (!isThere) {
+        throw std::runtime_error("'" + options.file.string() + "' has no section of the root '" +
+                                 options.root + "'; without --root its model is that of '" + found + "'");
+    }
+}
+
 Source Open(const SourceOptions& options)
 {
     Source source;
@@ -48,6 +64,7 @@ Source Open(const SourceOptions& options)
     source.sections = calibration::SplitModelText(source.file.text);
     const std::string found = RequireModelRoot(options.file, source.sections);
     source.root = options.root.empty() ? found : options.root;
+    RequireRoot(options, source.sections, found);
     return source;
 }
 
@@ -92,7 +109,22 @@ struct ConvertOptions : SourceOptions
     std::filesystem::path out;
     std::string to; ///< empty for a text from a container, and a container from a text
     bool rewrite = false;
+    bool json = false;
 };
+
+void PrintConversion(const ConvertOptions& options, ModelForm form, std::ostream& out)
+{
+    const std::uintmax_t bytes = std::filesystem::file_size(options.out);
+    if (!options.json) {
+        out << "Wrote the model as " << FormName(form) << " to " << options.out.string() << ", " << bytes
+            << " bytes\n";
+        return;
+    }
+    PrintJson(out, {{"file", options.file.string()},
+                    {"out", options.out.string()},
+                    {"form", FormName(form).substr(2)},
+                    {"bytes", bytes}});
+}
 
 void Convert(const ConvertOptions& options, std::ostream& out)
 {
@@ -109,8 +141,7 @@ void Convert(const ConvertOptions& options, std::ostream& out)
         }
     }
     WriteModelFile(options.out, form, text);
-    out << "Wrote the model as " << FormName(form) << " to " << options.out.string() << ", "
-        << std::filesystem::file_size(options.out) << " bytes\n";
+    PrintConversion(options, form, out);
 }
 
 void AddSourceOptions(CLI::App& parser, SourceOptions& options)
@@ -118,6 +149,7 @@ void AddSourceOptions(CLI::App& parser, SourceOptions& options)
     parser.option_defaults()->take_last();
     parser
         .add_option("FILE", options.file, "The model: a text, an encrypted container, or a device's memory")
+        ->type_name(kFileType)
         ->required();
     parser.add_option("--root", options.root,
                       "Root of the model's sections, where the text holds several models");
@@ -143,7 +175,9 @@ TargetCommand AddConvert(CLI::App& model)
     const auto options = std::make_shared<ConvertOptions>();
     CLI::App* const parser = model.add_subcommand("convert", "Write a model in another form");
     AddSourceOptions(*parser, *options);
-    parser->add_option("-o,--out", options->out, "The file to write, another one than FILE")->required();
+    parser->add_option("-o,--out", options->out, "The file to write, another one than FILE")
+        ->type_name(kFileType)
+        ->required();
     parser
         ->add_option("--to", options->to,
                      "The form; without it a text becomes a container, and anything else a text")
@@ -151,6 +185,7 @@ TargetCommand AddConvert(CLI::App& model)
     parser->add_flag("--rewrite", options->rewrite,
                      "Write what the library reads of the model, whole and in its order, instead of the text "
                      "as it stands");
+    parser->add_flag("--json", options->json, "Print what was written as JSON");
     return [parser, options](std::ostream& out) {
         if (parser->parsed()) {
             Convert(*options, out);

@@ -2,6 +2,7 @@
 #include "scanner/app/mtfcommand.h"
 
 #include "lxcmtfcalibration.h"
+#include "scanner/app/commandtree.h"
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/imagefiles.h"
 #include "scanner/app/jsonreport.h"
@@ -156,7 +157,9 @@ TargetCommand AddMtfCommand(CLI::App& program)
     CLI::App* const parser =
         program.add_subcommand("mtf", "Measure the contrast of the optics on an image of the bar chart");
     parser->option_defaults()->take_last();
-    parser->add_option("IMAGE", options->image, "The image: TIFF, PNG, JPEG, BMP, PGM or PFM")->required();
+    parser->add_option("IMAGE", options->image, "The image: TIFF, PNG, JPEG, BMP, PGM or PFM")
+        ->type_name(kFileType)
+        ->required();
     const auto add = [&](const char* name, unsigned& value, unsigned most, const char* text) {
         parser->add_option(name, value, text)->check(IsBetween(1U, most))->capture_default_str();
     };
@@ -166,7 +169,8 @@ TargetCommand AddMtfCommand(CLI::App& program)
         "Runs of this many dark pixels and more are no part of the rings");
     add("--thin", options->thin, c_mostPixels,
         "Most dark pixels across a ring; the disc has over twice as many");
-    parser->add_option("--out", options->out, "PNG to write: the image with marks on what was measured");
+    parser->add_option("--out", options->out, "PNG to write: the image with marks on what was measured")
+        ->type_name(kFileType);
     parser->add_flag("--json", options->json, "Print the figures as JSON");
     return [parser, options](std::ostream& out) {
         if (parser->parsed()) {

@@ -2,6 +2,7 @@
 #include "scanner/app/scancommand.h"
 
 #include "lxcpinholeframework.h"
+#include "scanner/app/commandtree.h"
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/decoding.h"
 #include "scanner/app/imagefiles.h"
@@ -156,18 +157,22 @@ struct ScanCommand
 
 void AddFileOptions(CLI::App& parser, ScanOptions& options)
 {
-    parser.add_option("REF", options.reference, "The reference image, taken in white light");
-    parser.add_option("PAT", options.pattern, "The pattern image, taken with the stripes");
+    parser.add_option("REF", options.reference, "The reference image, taken in white light")
+        ->type_name(kFileType);
+    parser.add_option("PAT", options.pattern, "The pattern image, taken with the stripes")
+        ->type_name(kFileType);
     parser.option_defaults()->take_last();
-    parser.add_option("--model", options.model, "The model of the camera, in any form");
+    parser.add_option("--model", options.model, "The model of the camera, in any form")->type_name(kFileType);
     parser
         .add_option("-o,--out", options.out,
                     "File to write, in the format of its suffix: .ply, .3d, .stl or .xyz; may be given "
                     "several times")
+        ->type_name(kFileType)
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->check(HasKnownSuffix());
-    parser.add_option("--report", options.report, "HTML page to write, which shows the scan");
+    parser.add_option("--report", options.report, "HTML page to write, which shows the scan")
+        ->type_name(kFileType);
     parser.add_flag("--exact", options.exact, "Compute each point instead of looking it up in a table");
     parser.add_flag("--json", options.json, "Print the figures as JSON");
 }

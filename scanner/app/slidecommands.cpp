@@ -4,6 +4,7 @@
 #include "lxccolorvalueargb8.h"
 #include "lxcgdiplusbitmaputilities.h"
 #include "lxcpinholeframework.h"
+#include "scanner/app/commandtree.h"
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/imagefiles.h"
 #include "scanner/app/jsonreport.h"
@@ -152,10 +153,7 @@ void Locate(const LocateOptions& options, std::ostream& out)
         throw std::runtime_error("'" + options.reference.string() + "' and '" + options.pattern.string() +
                                  "' differ in size");
     }
-    if (model.GetStatus(pattern.GetWidth(), pattern.GetHeight()) != LxCV::LxCPinholeFramework::eOk) {
-        throw std::runtime_error("'" + options.model.string() +
-                                 "' is no calibrated model for images of this size");
-    }
+    RequireModelFor(options.model, model, pattern.GetWidth(), pattern.GetHeight());
     calibration::SlideLocator locator(SlideOf(options.slide), model);
     locator.SetRowSource(c_rowSources.at(options.rows));
     const LocatedSlide slide = locator.Locate(reference, pattern);
@@ -253,12 +251,19 @@ TargetCommand AddLocate(CLI::App& target)
     CLI::App* const parser =
         target.add_subcommand("slide-locate", "Find the marks of the projected slide in a pair of images");
     parser->option_defaults()->take_last();
-    parser->add_option("REFERENCE", options->reference, "The image under white light")->required();
-    parser->add_option("PATTERN", options->pattern, "The image under the slide's stripes")->required();
-    parser->add_option("--model", options->model, "The device's parameter set")->required();
+    parser->add_option("REFERENCE", options->reference, "The image under white light")
+        ->type_name(kFileType)
+        ->required();
+    parser->add_option("PATTERN", options->pattern, "The image under the slide's stripes")
+        ->type_name(kFileType)
+        ->required();
+    parser->add_option("--model", options->model, "The device's parameter set")
+        ->type_name(kFileType)
+        ->required();
     AddSlideOptions(*parser, *options);
-    parser->add_option("--out", options->out,
-                       "PNG to write: corners and numbers of marks on the pattern image");
+    parser
+        ->add_option("--out", options->out, "PNG to write: corners and numbers of marks on the pattern image")
+        ->type_name(kFileType);
     parser->add_flag("--json", options->json, "Print the corners as JSON");
     return [parser, options](std::ostream& out) {
         if (parser->parsed()) {

@@ -4,6 +4,7 @@
 #include "lxccalibrationtargetwriter.h"
 #include "orx/platform/keyvaluestore.h"
 #include "scanner/app/boardcommands.h"
+#include "scanner/app/commandtree.h"
 #include "scanner/app/filecontent.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/slidecommands.h"
@@ -45,6 +46,7 @@ struct PackOptions
 {
     std::filesystem::path text;
     std::filesystem::path archive;
+    bool json = false;
 };
 
 void Pack(const PackOptions& options, std::ostream& out)
@@ -64,8 +66,16 @@ void Pack(const PackOptions& options, std::ostream& out)
         throw std::runtime_error("cannot compress '" + options.text.string() + "'");
     }
     WriteContent(options.archive, archive.view());
-    out << "Wrote " << CountTargets(count) << " to " << options.archive.string() << ", "
-        << archive.view().size() << " bytes\n";
+    const std::size_t bytes = archive.view().size();
+    if (options.json) {
+        PrintJson(out, {{"text", options.text.string()},
+                        {"archive", options.archive.string()},
+                        {"targets", count},
+                        {"bytes", bytes}});
+    } else {
+        out << "Wrote " << CountTargets(count) << " to " << options.archive.string() << ", " << bytes
+            << " bytes\n";
+    }
 }
 
 struct UnpackOptions
@@ -128,7 +138,10 @@ void Unpack(const UnpackOptions& options, std::ostream& out)
     std::ifstream archive = OpenForReading(options.archive);
     std::ostringstream text;
     if (!Writer::decompress(text, archive)) {
-        throw std::runtime_error("'" + options.archive.string() + "' is no archive of targets, or damaged");
+        throw std::runtime_error(
+            "'" + options.archive.string() +
+            "' is no archive of targets, or damaged; 'lumorad target pack' makes one of a "
+            "text");
     }
     if (options.text.empty()) {
         ListTargets(options, text.view(), out);
@@ -136,13 +149,20 @@ void Unpack(const UnpackOptions& options, std::ostream& out)
     }
     RequireTwoFiles(options.archive, options.text);
     WriteContent(options.text, text.view());
-    out << "Wrote " << text.view().size() << " bytes of text to " << options.text.string() << "\n";
+    const std::size_t bytes = text.view().size();
+    if (options.json) {
+        PrintJson(out,
+                  {{"archive", options.archive.string()}, {"text", options.text.string()}, {"bytes", bytes}});
+    } else {
+        out << "Wrote " << bytes << " bytes of text to " << options.text.string() << "\n";
+    }
 }
 
 struct InstallOptions
 {
     std::string number;
     std::filesystem::path archive; ///< empty for the one that the library looks for
+    bool json = false;
 };
 
 std::string StorePath()
@@ -191,9 +211,14 @@ void Install(const InstallOptions& options, std::ostream& out)
         throw std::runtime_error(ToMessage(code, options.number, type, archive));
     }
     constexpr std::size_t numberDigits = 8;
-    out << "Target " << digits.substr(0, numberDigits)
-        << (type == Writer::eTT_IMT ? ", an IMT target," : ", a paper target,") << " is installed in "
-        << StorePath() << "\n";
+    const std::string number = digits.substr(0, numberDigits);
+    const bool isImt = type == Writer::eTT_IMT;
+    if (options.json) {
+        PrintJson(out, {{"number", number}, {"type", isImt ? "imt" : "paper"}, {"store", StorePath()}});
+    } else {
+        out << "Target " << number << (isImt ? ", an IMT target," : ", a paper target,")
+            << " is installed in " << StorePath() << "\n";
+    }
 }
 
 Command AddPack(CLI::App& target)
@@ -201,8 +226,11 @@ Command AddPack(CLI::App& target)
     const auto options = std::make_shared<PackOptions>();
     CLI::App* const parser =
         target.add_subcommand("pack", "Check a text of targets and make an archive of it");
-    parser->add_option("TEXT", options->text, "The text: two lines a target")->required();
-    parser->add_option("ARCHIVE", options->archive, "The archive to write")->required();
+    parser->add_option("TEXT", options->text, "The text: two lines a target")
+        ->type_name(kFileType)
+        ->required();
+    parser->add_option("ARCHIVE", options->archive, "The archive to write")->type_name(kFileType)->required();
+    parser->add_flag("--json", options->json, "Print what was written as JSON");
     return {parser, [options](std::ostream& out) { Pack(*options, out); }};
 }
 
@@ -211,10 +239,10 @@ Command AddUnpack(CLI::App& target)
     const auto options = std::make_shared<UnpackOptions>();
     CLI::App* const parser =
         target.add_subcommand("unpack", "List the targets of an archive, or write its text");
-    parser->add_option("ARCHIVE", options->archive, "The archive")->required();
-    CLI::Option* const text =
-        parser->add_option("TEXT", options->text, "The text to write, as it stands, unchecked");
-    parser->add_flag("--json", options->json, "Print the list as JSON")->excludes(text);
+    parser->add_option("ARCHIVE", options->archive, "The archive")->type_name(kFileType)->required();
+    parser->add_option("TEXT", options->text, "The text to write, as it stands, unchecked")
+        ->type_name(kFileType);
+    parser->add_flag("--json", options->json, "Print the list, or what was written, as JSON");
     return {parser, [options](std::ostream& out) { Unpack(*options, out); }};
 }
 
@@ -224,10 +252,13 @@ Command AddInstall(CLI::App& target)
     CLI::App* const parser =
         target.add_subcommand("install", "Put a target's data into the store that calibrations read");
     parser->add_option("NUMBER", options->number, "The target's number, eight digits")->required();
-    parser->add_option(
-        "--archive", options->archive,
-        "The archive that has its data; without it HEXFILES/LumoradCalibrationData.dat beside this "
-        "program");
+    parser
+        ->add_option(
+            "--archive", options->archive,
+            "The archive that has its data; without it HEXFILES/LumoradCalibrationData.dat beside this "
+            "program")
+        ->type_name(kFileType);
+    parser->add_flag("--json", options->json, "Print what was installed as JSON");
     return {parser, [options](std::ostream& out) { Install(*options, out); }};
 }
 

@@ -1,6 +1,7 @@
 #include "scanner/app/truthfiles.h"
 
 #include "scanner/app/colourimage.h"
+#include "scanner/app/filecontent.h"
 #include "scanner/app/pointcloud.h"
 
 #include <bit>
@@ -34,7 +35,7 @@ void WritePfm(const std::filesystem::path& file, const device::GroundTruth& trut
     }
     stream.close();
     if (!stream) {
-        throw std::runtime_error("cannot write " + file.string());
+        throw WriteFailure(file);
     }
 }
 

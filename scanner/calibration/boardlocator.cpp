@@ -15,6 +15,7 @@
 #include "scanner/calibration/turnedimage.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -46,11 +47,14 @@ std::string ReadDataFile(const std::filesystem::path& file)
     constexpr std::size_t most = std::size_t{16} << 20; // bytes; some 2000 of the longest data files
     std::error_code ignored;
     std::ifstream stream;
-    if (!std::filesystem::is_directory(file, ignored)) {
+    if (std::filesystem::is_directory(file, ignored)) {
+        errno = EISDIR;
+    } else {
         stream.open(file, std::ios::binary);
     }
     if (!stream.is_open()) {
-        throw std::runtime_error("cannot open '" + file.string() + "'");
+        throw std::runtime_error("cannot open '" + file.string() +
+                                 "': " + std::generic_category().message(errno));
     }
     std::string text(most + 1, '\0');
     stream.read(text.data(), static_cast<std::streamsize>(text.size()));

@@ -244,7 +244,9 @@ void Checker::AddCameraRecords(const std::vector<LxCCalibrationData>& records, V
     ECalibError error = LxCV::eCalibOk;
     m_result.modelTimes.Run("add camera marks", [&] { error = m_model->AddCamCalibData(&marks, true); });
     if (error != LxCV::eCalibOk) {
-        view.boardProblem = "too few corners";
+        view.boardProblem = "found " + std::to_string(records.size()) +
+                            " corners that calibration takes, of at least " +
+                            std::to_string(LxCPinholeCamera::sc_iMinNumCalibPoints) + " that a view needs";
         return;
     }
     m_placements.push_back(camera);

@@ -232,9 +232,15 @@ Record::Matrix FitMatrix(const std::vector<SeenPatch>& patches)
             }
         }
     }
-    if (patches.size() < c_channels ||
-        !LxCV::SolveGaussJordan(squares.data(), c_channels, products.data(), c_channels)) {
-        throw std::runtime_error("too few patches of the colour chart are seen to fit a matrix");
+    if (patches.size() < c_channels) {
+        throw std::runtime_error(
+            std::to_string(patches.size()) +
+            " patches of the colour chart are seen well lit, too few to fit a matrix; take "
+            "a depth that the projector's light reaches");
+    }
+    if (!LxCV::SolveGaussJordan(squares.data(), c_channels, products.data(), c_channels)) {
+        throw std::runtime_error(
+            "the camera sees the patches of the colour chart in fewer than three independent colours");
     }
     Record::Matrix matrix{};
     for (std::size_t row = 0; row < c_channels; ++row) {

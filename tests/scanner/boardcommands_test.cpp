@@ -91,13 +91,14 @@ TEST_F(BoardCommands, FailuresNameTheFileAndTheReason)
     TestSupport::WriteFile(text, "no image");
     EXPECT_EQ(Run({"target", "locate", missing}), "[1 lumorad: there is no file '" + missing + "'\n]");
     EXPECT_EQ(Run({"target", "locate", text}),
-              "[1 lumorad: '" + text + "' is no image of a kind that can be read\n]");
+              "[1 lumorad: '" + text +
+                  "' is no image of a kind that can be read: TIFF, PNG, JPEG, BMP, PGM and PFM can\n]");
     const std::string image = Render("0");
     EXPECT_EQ(Run({"target", "locate", image, "--target", missing}),
-              "[1 lumorad: cannot open '" + missing + "'\n]");
+              "[1 lumorad: cannot open '" + missing + "': No such file or directory\n]");
     const std::string nowhere = m_folder / "no folder/located.png";
     EXPECT_EQ(Run({"target", "locate", image, "--out", nowhere}),
-              "[1 lumorad: cannot write '" + nowhere + "'\n]");
+              "[1 lumorad: cannot write '" + nowhere + "': No such file or directory\n]");
 }
 
 TEST_F(BoardCommands, ImageWithoutTargetStillGivesItsPicture)

@@ -208,6 +208,28 @@ TEST(CalibrationCheck, TellsWhyAViewHasNoMarks)
     EXPECT_EQ(result.Objection(c_limit), "no marks of the camera were found");
 }
 
+/// The view in which one of the squares is found whole, of a plate of eight squares that is blurred and noisy.
+TEST(CalibrationCheck, TellsAViewOfTooFewCorners)
+{
+    CalibrationCheck check;
+    check.views = 1;
+    check.seed = 3;
+    check.blur = 3.0;
+    check.noise = 6.0;
+    check.board.rows = 2;
+    check.board.columns = 4;
+    check.board.idOfFirstMarkedSquare = 1;
+    const CalibrationCheckResult result = calibration::Run(check);
+    ASSERT_EQ(result.views.size(), 1U);
+    EXPECT_EQ(result.views[0].boardProblem,
+              "found 4 corners that calibration takes, of at least 10 that a view needs");
+    EXPECT_EQ(result.camera.library.marks, 0U);
+    EXPECT_EQ(result.status.find("Did NOT add the 4 camera calibration marks, as at least 10 per view are "
+                                 "needed.\n"),
+              0U)
+        << result.status;
+}
+
 class CalibrationObjection : public testing::Test
 {
 protected:

@@ -197,6 +197,36 @@ TEST(CalibrateColours, TellsWhereWhiteCannotBeExposed)
     EXPECT_FALSE(record.IsColorCalibrationMatrixSet());
 }
 
+/// What a calibration complains about; empty if it does not.
+std::string Complaint(const ColourExperiment& experiment)
+{
+    Record record;
+    try {
+        CalibrateColours(experiment, record);
+    } catch (const std::runtime_error& error) {
+        EXPECT_FALSE(record.IsColorCalibrationMatrixSet());
+        return error.what();
+    }
+    return {};
+}
+
+TEST(CalibrateColours, TellsThatTooFewPatchesAreSeen)
+{
+    ColourExperiment experiment = SmallExperiment(0.0);
+    experiment.device = device::SmallDevice(40, 30); // 1200 pixels for 18 patches, each of which wants 100
+    EXPECT_EQ(Complaint(experiment),
+              "0 patches of the colour chart are seen well lit, too few to fit a matrix; "
+              "take a depth that the projector's light reaches");
+}
+
+TEST(CalibrateColours, TellsThatColoursAreNotIndependent)
+{
+    ColourExperiment experiment = SmallExperiment(0.0);
+    experiment.device.optics.crosstalk.fill({0.25, 0.5, 0.25}); // a sensor that sees greys alone
+    EXPECT_EQ(Complaint(experiment),
+              "the camera sees the patches of the colour chart in fewer than three independent colours");
+}
+
 // --------------------------------------------------------------------------------------------------- correction
 
 /// White of four pixels, the third of which is too dark in one channel; shutter time 2.

@@ -250,7 +250,7 @@ TEST_F(ColourCommands, ApplyTellsImagesThatDoNotFit)
     const std::string image = StoreImage();
     EXPECT_EQ(apply(image, image), Failure("'" + image + "' and '" + image + "' are one file"));
     EXPECT_EQ(apply(image, m_Folder / "none/out.tif"),
-              Failure("cannot write '" + (m_Folder / "none/out.tif") + "'"));
+              Failure("cannot write '" + (m_Folder / "none/out.tif") + "': No such file or directory"));
     const CCTImage large(3, 1, CCTImage::eIDT_BGRU8, true, nullptr);
     ASSERT_EQ(large.SaveTif(image), CCTImage::eRC_OK);
     EXPECT_EQ(apply(image, m_out),
@@ -268,7 +268,7 @@ TEST_F(ColourCommands, MakeTellsAFolderThatCannotBe)
     TestSupport::WriteFile(m_Folder / "file", "");
     const std::string folder = m_Folder / "file/folder";
     EXPECT_EQ(Run({"make", "--folder", folder}),
-              Failure("cannot create the folder " + folder + ": Not a directory"));
+              Failure("cannot create the folder '" + folder + "': Not a directory"));
 }
 
 TEST_F(ColourCommands, ArgumentsWithoutSenseAreUsageErrors)

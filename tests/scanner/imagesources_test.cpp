@@ -109,11 +109,14 @@ TEST_F(ImageSources, AReplayNeedsItsFiles)
 {
     const std::shared_ptr<const Rendering> rendering = Render("1");
     const std::filesystem::path missing = Folder() / "pattern.png";
-    EXPECT_EQ(Complaint([&] { OpenReplay(*rendering, {missing}); }), "cannot replay " + missing.string());
-    EXPECT_EQ(Complaint([&] { OpenReplay(*rendering, {"a\\pattern.png"}); }),
-              "cannot replay a\\pattern.png: there is a backslash in its path");
+    EXPECT_EQ(Complaint([&] { OpenReplay(*rendering, {missing}); }),
+              "cannot replay '" + missing.string() + "'");
+    EXPECT_EQ(
+        Complaint([&] { OpenReplay(*rendering, {"a\\pattern.png"}); }),
+        "cannot replay 'a\\pattern.png': there is a backslash in its path; take another folder by --out, or "
+        "--source virtual");
     EXPECT_EQ(Complaint([&] { WriteReplayFiles(*Render("0"), "/nonexistent-folder"); }),
-              "cannot write /nonexistent-folder/reference.tif");
+              "cannot write '/nonexistent-folder/reference.tif': No such file or directory");
 }
 
 TEST_F(ImageSources, APairThatIsNotDeliveredIsNamed)

@@ -83,21 +83,24 @@ TEST_F(MeasuredPair, NamesTheModelThatCannotBeRead)
         MeasureWithFile("/nonexistent-folder/model.txt");
         FAIL() << "no exception";
     } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "cannot read the model /nonexistent-folder/model.txt");
+        EXPECT_STREQ(error.what(), "cannot open '/nonexistent-folder/model.txt': No such file or directory");
     }
-    EXPECT_EQ(Complaint(""), "cannot read the model " + File());
+    EXPECT_EQ(Complaint(""), "cannot read the model '" + File() + "': it is empty, or no text");
 }
 
 TEST_F(MeasuredPair, NamesTheModelThatIsDamaged)
 {
     const std::string complaint =
         Complaint(ModelWith("LUT[0][0]=", "LUT[0][0]=" + std::string(1000, '\x80')));
-    EXPECT_TRUE(complaint.starts_with("the model " + File() + " is damaged: ")) << complaint;
+    EXPECT_TRUE(complaint.starts_with("the model '" + File() + "' is damaged: ")) << complaint;
 }
 
 TEST_F(MeasuredPair, NamesTheModelThatDoesNotFit)
 {
-    const std::string expected = File() + " is no calibrated model for images of this size";
+    const std::string size =
+        std::to_string(m_images.pattern.GetWidth()) + " by " + std::to_string(m_images.pattern.GetHeight());
+    const std::string expected = "'" + File() + "' is no calibrated model for images of " + size +
+                                 " pixels; 'lumorad model check' tells what it lacks";
     EXPECT_EQ(Complaint("no sections"), expected);
     EXPECT_EQ(Complaint(ModelWith("Calibrated=1", "Calibrated=0")), expected);
     EXPECT_EQ(Complaint(ModelWith("Nfx=40.", "Nfx=41.")), expected);

@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -69,6 +70,22 @@ TEST_F(ModelCommands, ConvertTellsFormFileAndSize)
     const std::string report = Run({"convert", m_model, "-o", m_out});
     EXPECT_EQ(report, "Wrote the model as a container to " + m_out + ", " +
                           std::to_string(std::filesystem::file_size(m_out)) + " bytes\n");
+}
+
+TEST_F(ModelCommands, ConvertTellsTheSameAsJson)
+{
+    WriteFile(m_model, m_text);
+    const std::map<std::string, std::string> forms{
+        {"text", "text"}, {"container", "container"}, {"memory", "device's memory"}};
+    for (const auto& [name, told] : forms) {
+        const nlohmann::ordered_json report =
+            nlohmann::ordered_json::parse(Run({"convert", m_model, "-o", m_out, "--to", name, "--json"}));
+        EXPECT_EQ(report, nlohmann::ordered_json({{"file", m_model},
+                                                  {"out", m_out},
+                                                  {"form", told},
+                                                  {"bytes", std::filesystem::file_size(m_out)}}));
+        EXPECT_EQ(nlohmann::json::parse(Run({"show", m_out, "--json"}))["form"], told);
+    }
 }
 
 TEST_F(ModelCommands, ConvertWritesTheFormThatItIsTold)
@@ -193,7 +210,7 @@ TEST_F(ModelCommands, ADamagedContainerAndAForeignKeyAreTold)
 
 TEST_F(ModelCommands, WhatIsNoModelIsTold)
 {
-    EXPECT_EQ(Run({"show", m_model}), Failure("cannot open '" + m_model + "'"));
+    EXPECT_EQ(Run({"show", m_model}), Failure("cannot open '" + m_model + "': No such file or directory"));
     WriteFile(m_model, "");
     EXPECT_EQ(Run({"show", m_model}), Failure("'" + m_model + "' is empty"));
     WriteFile(m_model, "::Thres\nNrOfCols=8\n");
@@ -341,6 +358,17 @@ TEST_F(ModelCommands, OfSeveralModelsTheRootTellsTheOne)
     };
     EXPECT_EQ(least({"show", m_model, "--json"}), 25.0);
     EXPECT_EQ(least({"show", m_model, "--json", "--root", "::Other"}), 27.0);
+}
+
+TEST_F(ModelCommands, ARootThatTheTextLacksIsTold)
+{
+    WriteFile(m_model, m_text);
+    for (const std::string command : {"show", "check"}) {
+        EXPECT_EQ(Run({command, m_model, "--root", "::Other"}),
+                  Failure("'" + m_model +
+                          "' has no section of the root '::Other'; without --root its model is "
+                          "that of '::MV3DCamBase'"));
+    }
 }
 
 TEST_F(ModelCommands, ArgumentsThatMakeNoSenseAreRefused)

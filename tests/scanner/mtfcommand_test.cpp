@@ -171,7 +171,9 @@ TEST_F(MtfCommand, FailuresNameTheFileAndWhatToDo)
     const std::string missing = m_folder / "missing.png", text = m_folder / "text.png";
     TestSupport::WriteFile(text, "no image");
     EXPECT_EQ(Run({"mtf", missing}), "[1 lumorad: there is no file '" + missing + "'\n]");
-    EXPECT_EQ(Run({"mtf", text}), "[1 lumorad: '" + text + "' is no image of a kind that can be read\n]");
+    EXPECT_EQ(Run({"mtf", text}),
+              "[1 lumorad: '" + text +
+                  "' is no image of a kind that can be read: TIFF, PNG, JPEG, BMP, PGM and PFM can\n]");
 
     const std::string plain = WriteGrey(100, 80, std::vector<std::byte>(100 * 80, std::byte{200}));
     const std::string picture = m_folder / "marked.png";
@@ -199,7 +201,8 @@ TEST_F(MtfCommand, FailuresNameTheFileAndWhatToDo)
             "middle\n]");
 
     const std::string nowhere = m_folder / "no folder/marked.png";
-    EXPECT_EQ(Run({"mtf", plain, "--out", nowhere}), "[1 lumorad: cannot write '" + nowhere + "'\n]");
+    EXPECT_EQ(Run({"mtf", plain, "--out", nowhere}),
+              "[1 lumorad: cannot write '" + nowhere + "': No such file or directory\n]");
 }
 
 /// The rings' figure in one row and one column alone: a centre and a scale, but no dark pixels in 20 rows one below the

@@ -168,7 +168,8 @@ TEST_F(RenderTargetCommand, NamesTheFileThatCannotBeWritten)
     std::filesystem::create_directories(m_folder / "truth.json");
     const Outcome outcome = Run({"--target", "checkerboard"});
     EXPECT_EQ(outcome.exitCode, kExitFailed);
-    EXPECT_NE(outcome.err.find((m_folder / "truth.json").string()), std::string::npos) << outcome.err;
+    EXPECT_EQ(outcome.err,
+              "lumorad: cannot write '" + (m_folder / "truth.json").string() + "': Is a directory\n");
 }
 
 } // namespace

@@ -306,7 +306,7 @@ TEST_F(ScanCommand, WhatIsNoModelIsNamed)
         Failure("'" + m_reference + "' is no model: it has none of a model's sections, such as '::Cams[0]'"));
     const std::string missing = m_folder / "none.txt";
     EXPECT_EQ(RunCommand({"scan", m_reference, m_pattern, "--model", missing}),
-              Failure("cannot open '" + missing + "'"));
+              Failure("cannot open '" + missing + "': No such file or directory"));
 }
 
 TEST_F(ScanCommand, WhatIsNoImageIsNamed)
@@ -315,9 +315,10 @@ TEST_F(ScanCommand, WhatIsNoImageIsNamed)
     EXPECT_EQ(RunCommand({"scan", missing, m_pattern, "--model", m_model}),
               Failure("there is no file '" + missing + "'"));
     EXPECT_EQ(RunCommand({"scan", m_reference, m_model, "--model", m_model}),
-              Failure("'" + m_model + "' is no image of a kind that can be read"));
+              Failure("'" + m_model +
+                      "' is no image of a kind that can be read: TIFF, PNG, JPEG, BMP, PGM and PFM can"));
     TestSupport::WriteFile(m_pattern, TestSupport::ReadFile(m_pattern).substr(0, 1000));
-    EXPECT_EQ(Scan({}), Failure("'" + m_pattern + "' is a damaged image, or cannot be read"));
+    EXPECT_EQ(Scan({}), Failure("'" + m_pattern + "' is a damaged image: write or copy it anew"));
 }
 
 TEST_F(ScanCommand, AnUnknownSuffixIsToldWithTheKnownOnes)

@@ -75,9 +75,10 @@ TEST_F(TargetCommands, PackRefusesATextWithFileAndLineAndLeavesTheArchive)
 
 TEST_F(TargetCommands, PackTellsFilesThatCannotBeReadOrWritten)
 {
-    EXPECT_EQ(Run({"pack", m_text, m_archive}), Failure("cannot open '" + m_text + "'"));
+    EXPECT_EQ(Run({"pack", m_text, m_archive}),
+              Failure("cannot open '" + m_text + "': No such file or directory"));
     EXPECT_EQ(Run({"pack", m_Folder.GetPath().string(), m_archive}),
-              Failure("cannot open '" + m_Folder.GetPath().string() + "'"));
+              Failure("cannot open '" + m_Folder.GetPath().string() + "': Is a directory"));
     EXPECT_EQ(Run({"pack", "/dev/zero", m_archive}),
               Failure("'/dev/zero' is longer than the 134217728 bytes that an archive holds"));
     WriteFile(m_text, c_sText);
@@ -129,8 +130,11 @@ TEST_F(TargetCommands, UnpackOfAnArchiveWhoseTextIsWrongTellsTheLine)
 
 TEST_F(TargetCommands, UnpackRefusesWhatIsNoArchive)
 {
-    EXPECT_EQ(Run({"unpack", m_archive}), Failure("cannot open '" + m_archive + "'"));
-    const std::string damaged = Failure("'" + m_archive + "' is no archive of targets, or damaged");
+    EXPECT_EQ(Run({"unpack", m_archive}),
+              Failure("cannot open '" + m_archive + "': No such file or directory"));
+    const std::string damaged =
+        Failure("'" + m_archive +
+                "' is no archive of targets, or damaged; 'lumorad target pack' makes one of a text");
     const std::string archive = ArchiveOf(c_sText);
     for (const std::string& content :
          {std::string(), std::string("text"), archive.substr(0, archive.size() - 1)}) {
@@ -195,7 +199,8 @@ TEST_F(TargetCommands, InstallTellsWhyItCannot)
         EXPECT_EQ(install(number), Failure("'" + m_archive + "' has no data for target " + number +
                                            ", or more than the store has room for"));
     }
-    EXPECT_EQ(Run({"install", "12345607", "--archive", m_text}), Failure("cannot open '" + m_text + "'"));
+    EXPECT_EQ(Run({"install", "12345607", "--archive", m_text}),
+              Failure("cannot open '" + m_text + "': No such file or directory"));
     WriteFile(m_archive, "text");
     EXPECT_EQ(install("12345607"),
               Failure("'" + m_archive + "' cannot be opened, is no archive of targets, or is damaged"));
@@ -205,6 +210,26 @@ TEST_F(TargetCommands, InstallTellsWhyItCannot)
         install("30000047"),
         Failure("cannot write '" + m_archive +
                 "/user/SOFTWARE/Kelvane Optic Systems/CADCAM/Device/Acquisition/Lumorad/calibrationdata'"));
+}
+
+TEST_F(TargetCommands, TellWhatTheyDidAsJson)
+{
+    WriteFile(m_text, c_sText);
+    const nlohmann::ordered_json packed =
+        nlohmann::ordered_json::parse(Run({"pack", m_text, m_archive, "--json"}));
+    EXPECT_EQ(packed, nlohmann::ordered_json({{"text", m_text},
+                                              {"archive", m_archive},
+                                              {"targets", 2},
+                                              {"bytes", std::filesystem::file_size(m_archive)}}));
+    const std::string again = m_Folder / "again.txt";
+    EXPECT_EQ(nlohmann::ordered_json::parse(Run({"unpack", m_archive, again, "--json"})),
+              nlohmann::ordered_json(
+                  {{"archive", m_archive}, {"text", again}, {"bytes", std::filesystem::file_size(m_text)}}));
+    EXPECT_EQ(ReadFile(again), c_sText);
+    EXPECT_EQ(nlohmann::ordered_json::parse(Run({"install", "1234-5607", "--archive", m_archive, "--json"})),
+              nlohmann::ordered_json({{"number", "12345607"}, {"type", "paper"}, {"store", m_stored}}));
+    EXPECT_EQ(nlohmann::ordered_json::parse(Run({"install", "30000047", "--json"})),
+              nlohmann::ordered_json({{"number", "30000047"}, {"type", "imt"}, {"store", m_stored}}));
 }
 
 TEST_F(TargetCommands, RefuseArgumentsThatMakeNoSense)
@@ -217,7 +242,6 @@ TEST_F(TargetCommands, RefuseArgumentsThatMakeNoSense)
                                                {"unpack"},
                                                {"install"},
                                                {"install", "1", "2"},
-                                               {"unpack", m_archive, m_text, "--json"},
                                                {"pack", m_text, m_archive, "more"}}) {
         EXPECT_TRUE(Run(arguments).starts_with("[2 ")) << ::testing::PrintToString(arguments);
     }
