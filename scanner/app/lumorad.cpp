@@ -13,6 +13,7 @@
 #include "scanner/app/meshoptions.h"
 #include "scanner/app/modelcommands.h"
 #include "scanner/app/mtfcommand.h"
+#include "scanner/app/pagecommands.h"
 #include "scanner/app/pairoptions.h"
 #include "scanner/app/rendertarget.h"
 #include "scanner/app/scancommand.h"
@@ -280,6 +281,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     const TargetCommand runAccuracy = AddAccuracyCommand(program);
     const TargetCommand runScan = AddScanCommand(program);
     const TargetCommand runInfo = AddInfoCommand(program);
+    const TargetCommand runPages = AddPageCommands(program);
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
@@ -305,6 +307,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
             runAccuracy(out);
             runScan(out);
             runInfo(out);
+            runPages(out);
         }
         if (!out.flush()) {
             throw std::runtime_error("cannot write the report");
