@@ -2,6 +2,7 @@
 #include "scanner/acceptance/accuracy.h"
 
 #include "lxcpinholeframework.h"
+#include "lxcroi.h"
 
 #include <algorithm>
 #include <cmath>
@@ -75,6 +76,24 @@ double Share(std::size_t part, std::size_t whole)
     return whole == 0 ? 0.0 : static_cast<double>(part) / static_cast<double>(whole);
 }
 
+/// Whether camera and projector see a crossing in the region.
+bool IsWanted(const LxCV::LxCRoi& region, int column, const device::EdgeCrossing& crossing)
+{
+    constexpr double kHalfPixel = 0.5; // from the lower border of a pixel to its centre
+    return crossing.seenByProjector && region.Contains(column, crossing.row + kHalfPixel);
+}
+
+std::size_t CountWanted(const LxCV::LxCRoi& region, const device::GroundTruth& truth)
+{
+    std::size_t count = 0;
+    for (int column = 0; column < static_cast<int>(truth.crossings.size()); ++column) {
+        count += static_cast<std::size_t>(std::ranges::count_if(
+            truth.crossings[static_cast<std::size_t>(column)],
+            [&](const device::EdgeCrossing& crossing) { return IsWanted(region, column, crossing); }));
+    }
+    return count;
+}
+
 /// Which crossings of each column were delivered, so that none counts twice.
 class DeliveredCrossings
 {
@@ -104,7 +123,8 @@ private:
 } // namespace
 
 Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Scene& scene,
-                          const device::GroundTruth& truth, std::span<const decoder::MeasuredPoint> points)
+                          const device::GroundTruth& truth, const LxCV::LxCRoi& region,
+                          std::span<const decoder::MeasuredPoint> points)
 {
     DeliveredCrossings delivered(truth);
     std::vector<double> rightErrors;
@@ -121,7 +141,7 @@ Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Sce
             continue;
         }
         const bool right = nearest && crossings[*nearest].edge == point.edge.stripeEdge;
-        if (right && crossings[*nearest].seenByProjector) {
+        if (right && IsWanted(region, column, crossings[*nearest])) {
             delivered.Mark(column, *nearest);
         }
         allErrors.push_back(Distance(point.position, *truePoint));
@@ -132,7 +152,7 @@ Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Sce
     }
     Accuracy accuracy;
     accuracy.points = points.size();
-    accuracy.seenCrossings = truth.CountSeenCrossings();
+    accuracy.seenCrossings = CountWanted(region, truth);
     accuracy.coverage = Share(delivered.GetCount(), accuracy.seenCrossings);
     accuracy.wrongCodeFraction = Share(points.size() - rightErrors.size(), points.size());
     accuracy.meanMm = Mean(allErrors);
@@ -144,24 +164,16 @@ Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Sce
 }
 
 TableDeviation CompareWithComputed(const LxCV::LxCPinholeFramework& model,
-                                   std::span<const decoder::EdgePixel> edges,
                                    std::span<const decoder::MeasuredPoint> points)
 {
     TableDeviation deviation;
     std::vector<double> distances;
     distances.reserve(points.size());
-    auto found = points.begin();
-    for (const decoder::EdgePixel& edge : edges) {
+    for (const auto& [edge, position] : points) {
         LxCV::LxC3DCoordsCCT computed;
         model.ComputeEdgeXYZ(edge.column, edge.row, edge.stripeEdge, true, &computed.x, &computed.y,
                              &computed.z, false);
-        if (found != points.end() && found->edge == edge) {
-            distances.push_back(
-                Distance(computed, {found->position.x, found->position.y, found->position.z}));
-            ++found;
-        } else if (computed.z > 0.0 && computed.z >= model.GetMinZc() && computed.z <= model.GetMaxZc()) {
-            ++deviation.missing;
-        }
+        distances.push_back(Distance(computed, {position.x, position.y, position.z}));
     }
     deviation.rmsMm = RootMeanSquare(distances);
     deviation.largestMm = distances.empty() ? 0.0 : *std::ranges::max_element(distances);

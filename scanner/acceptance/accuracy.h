@@ -10,7 +10,8 @@
 
 namespace LxCV {
 class LxCPinholeFramework;
-}
+class LxCRoi;
+} // namespace LxCV
 
 namespace acceptance {
 
@@ -22,8 +23,9 @@ namespace acceptance {
 /// a wrong one. The latter has no error.
 struct Accuracy
 {
-    std::size_t points = 0;        ///< delivered
-    std::size_t seenCrossings = 0; ///< places where camera and projector both see a stripe edge
+    std::size_t points = 0; ///< delivered
+    std::size_t seenCrossings =
+        0; ///< places in the measured region where camera and projector both see a stripe edge
     double coverage =
         0.0; ///< share of them that were delivered with the right edge number; none counts twice
     double wrongCodeFraction = 0.0; ///< share of the points with a wrong edge number
@@ -34,22 +36,21 @@ struct Accuracy
     std::vector<double> errorsMm; ///< of each point, in order; not a number where the camera sees no surface
 };
 
-/// @param truth of the pair that was measured, with its crossings
+/// @param truth  of the pair that was measured, with its crossings
+/// @param region pixels that were measured; a crossing belongs to the pixel with the nearest centre
 Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Scene& scene,
-                          const device::GroundTruth& truth, std::span<const decoder::MeasuredPoint> points);
+                          const device::GroundTruth& truth, const LxCV::LxCRoi& region,
+                          std::span<const decoder::MeasuredPoint> points);
 
 /// How far looked-up points are from computed ones.
 struct TableDeviation
 {
-    std::size_t missing = 0; ///< points that are computed within the working range and not found in the table
-    double largestMm = 0.0;  ///< over the points that are found
+    double largestMm = 0.0;
     double rmsMm = 0.0;
 };
 
-/// @param edges  all that were looked up
-/// @param points those of them that were found in the table, in the same order
+/// @param points those in cells of the table without points, which are computed, deviate by nothing
 TableDeviation CompareWithComputed(const LxCV::LxCPinholeFramework& model,
-                                   std::span<const decoder::EdgePixel> edges,
                                    std::span<const decoder::MeasuredPoint> points);
 
 } // namespace acceptance

@@ -67,7 +67,8 @@ Reading Instrument::Measure(const device::Scene& scene, device::RenderedPair& pa
     m_decoder.Deliver(reference);
     Reading reading{PointsOf(m_decoder.GetRecord(), m_device), {}};
     if (isCompared) {
-        reading.accuracy = CompareWithTruth(m_device, scene, pair.truth, m_decoder.GetPoints());
+        reading.accuracy =
+            CompareWithTruth(m_device, scene, pair.truth, m_decoder.GetRegion(), m_decoder.GetPoints());
     }
     return reading;
 }

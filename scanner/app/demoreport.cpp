@@ -45,7 +45,6 @@ std::vector<ReportFigure> Figures(const Measurement& measurement)
         figures.push_back(
             length("table_largest_mm", "Table, largest deviation", measurement.table->largestMm));
         figures.push_back(length("table_rms_mm", "Table, RMS deviation", measurement.table->rmsMm));
-        figures.push_back(count("table_missing", "Points that the table lacks", measurement.table->missing));
     }
     return figures;
 }

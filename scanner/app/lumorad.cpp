@@ -81,7 +81,6 @@ nlohmann::ordered_json ToJson(const SceneOptions& options, const Rendering& rend
     if (measurement.table.has_value()) {
         json["table_largest_mm"] = measurement.table->largestMm;
         json["table_rms_mm"] = measurement.table->rmsMm;
-        json["table_missing"] = measurement.table->missing;
     }
     for (const auto& [stage, milliseconds] : times) {
         json["stages_ms"][stage] = milliseconds;
@@ -115,8 +114,7 @@ void PrintReport(std::ostream& out, const SceneOptions& options, const std::stri
     if (measurement.table.has_value()) {
         const TableDeviation& table = *measurement.table;
         label("table") << std::setprecision(5) << "at most " << table.largestMm
-                       << " mm from computed points, RMS " << table.rmsMm << " mm; " << table.missing
-                       << " points missing\n";
+                       << " mm from computed points, RMS " << table.rmsMm << " mm\n";
     }
     out << "Stages\n" << std::setprecision(1);
     for (const auto& [stage, milliseconds] : times) {

@@ -112,11 +112,11 @@ Measurement Measure(const acquisition::ImagePair& images, const acquisition::Ren
 
     Measurement measurement{model, measuring, {}, {}, {}};
     progress.Run("compare", [&] {
-        measurement.accuracy = acceptance::CompareWithTruth(*rendering.device, *rendering.scene,
-                                                            rendering.pair.truth, decoder.GetPoints());
+        measurement.accuracy =
+            acceptance::CompareWithTruth(*rendering.device, *rendering.scene, rendering.pair.truth,
+                                         decoder.GetRegion(), decoder.GetPoints());
         if (config.useTable) {
-            measurement.table =
-                acceptance::CompareWithComputed(*model, decoder.GetEdgePixels(), decoder.GetPoints());
+            measurement.table = acceptance::CompareWithComputed(*model, decoder.GetPoints());
         }
     });
     const ColourImage colours = ColourImage::FromLevels(images.reference);

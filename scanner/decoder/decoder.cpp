@@ -7,6 +7,7 @@
 #include "scanner/decoder/scanrecord.h"
 #include "scanner/decoder/tablelookup.h"
 
+#include <memory>
 #include <new>
 #include <stdexcept>
 
@@ -17,6 +18,8 @@ using LxCV::LxC3DCoordsCCT;
 
 namespace {
 
+constexpr double kHalfPixel = 0.5; ///< from the lower border of a pixel to its centre
+
 int CountEdges(const LxCV::LxCPinholeFramework& model)
 {
     return model.GetCLPattern()->GetNrOfStripeEdges();
@@ -25,7 +28,8 @@ int CountEdges(const LxCV::LxCPinholeFramework& model)
 } // namespace
 
 Decoder::Decoder(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config)
-    : m_model(model), m_config(config), m_writer(config), m_reader(model, config), m_tracer(model, config)
+    : m_model(model), m_config(config), m_writer(config), m_reader(model, config), m_tracer(model, config),
+      m_culling(m_config.algorithm)
 {}
 
 void Decoder::Init(int width, int height)
@@ -97,6 +101,12 @@ void Decoder::TraceEdges()
     m_tracer.Trace(m_words, m_edges);
 }
 
+LxCV::LxCRoi Decoder::GetRegion() const
+{
+    return MeasuredRegion(m_config.algorithm.GetActiveAlgorithmConfig().m_Roi, m_words.GetWidth(),
+                          m_words.GetHeight());
+}
+
 LxC3DCoordsCCT Decoder::ComputePoint(const EdgePixel& edge) const
 {
     LxC3DCoordsCCT position;
@@ -112,15 +122,22 @@ void Decoder::Triangulate()
     }
     m_points.clear();
     m_points.reserve(m_edges.size());
+    const std::shared_ptr<const LxCV::LxCTriangulationLUT> table =
+        m_config.useTable ? m_data.GetTriangulationLUT() : nullptr;
+    const LxCV::LxCRoi region = GetRegion();
     const double nearest = m_model.GetMinZc();
     const double farthest = m_model.GetMaxZc();
     for (const EdgePixel& edge : m_edges) {
+        if (!region.Contains(edge.column, edge.row + kHalfPixel)) {
+            continue;
+        }
         LxC3DCoordsCCT position;
-        if (!m_config.useTable || !LookUpPoint(*m_data.GetTriangulationLUT(), edge, position)) {
+        if (table == nullptr || !LookUpPoint(*table, edge, position)) {
             position = ComputePoint(edge);
         }
         // Where there is no point the depth is 0, whatever the model's working range says.
-        if (position.z > 0.0 && position.z >= nearest && position.z <= farthest) {
+        if (position.z > 0.0 && position.z >= nearest && position.z <= farthest &&
+            m_culling.IsKept(position)) {
             m_points.push_back({edge, position});
         }
     }

@@ -7,6 +7,7 @@
 #include "scanner/decoder/decoderconfig.h"
 #include "scanner/decoder/edgetracer.h"
 #include "scanner/decoder/edgewords.h"
+#include "scanner/decoder/pointculling.h"
 #include "scanner/decoder/scanrecord.h"
 #include "scanner/decoder/stripesignal.h"
 
@@ -45,7 +46,8 @@ public:
     /// Follows the named pixels along the image and numbers the stripe edges.
     void TraceEdges();
 
-    /// Triangulates the traced edges; those outside the working range are left out.
+    /// Triangulates the traced edges whose pixels lie in the measured region. Points outside the working range are left
+    /// out, and those that the active preset drops: see `PointCulling`.
     /// @throws std::logic_error if points are looked up and `Init` has made no table
     void Triangulate();
 
@@ -54,6 +56,10 @@ public:
     /// @param reference the image that the signal was computed from
     /// @throws std::bad_alloc
     void Deliver(const LxCV::CCTImage& reference);
+
+    /// The part of the image in which points are measured: that of the active preset, see `MeasuredRegion`. A position
+    /// belongs to the pixel with the nearest centre.
+    LxCV::LxCRoi GetRegion() const;
 
     /// `LxCExtremum` words; after tracing, pixels of traced edges are `LxCLightStripeEdgeSinglePixel` words.
     const LxCV::CCTImage& GetEdgeWords() const { return m_words; }
@@ -77,6 +83,7 @@ private:
     EdgeWordWriter m_writer;
     CodeWordReader m_reader;
     EdgeTracer m_tracer;
+    PointCulling m_culling;
     LxCV::CCTImage m_words; ///< INT32
     std::vector<EdgePixel> m_edges;
     std::vector<MeasuredPoint> m_points;

@@ -253,7 +253,7 @@ class Content(PageTest):
             "[row.querySelector('data').value, row.querySelector('data').textContent, row.cells[2].textContent]]))")
         factors = {"": 1.0, "%": PERCENT, "\u00b5m": MICROMETRES}
         expected = ["points", "crossings", "coverage", "wrong_code_fraction", "mean_mm", "rms_mm", "rms_right_code_mm",
-                    "p95_mm", "table_largest_mm", "table_rms_mm", "table_missing"]
+                    "p95_mm", "table_largest_mm", "table_rms_mm"]
         self.assertEqual(sorted(shown), sorted("figure-" + key for key in expected))
         for key in expected:
             value, text, unit = shown["figure-" + key]

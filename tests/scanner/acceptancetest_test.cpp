@@ -90,7 +90,7 @@ TEST(AcceptanceRun, AFlatIsAsFlatAsEver)
     Instrument instrument(device::SmallDevice(80, 240));
     const FlatnessRuns flat = MeasureFlatness(instrument, FlatPoses().front(), c_once);
     ASSERT_EQ(flat.noisy.size(), 1U);
-    EXPECT_GT(flat.noisy[0].points, 3740.0);
+    EXPECT_GT(flat.noisy[0].points, 2560.0);
     EXPECT_LT(flat.noisy[0].rms, 0.00339 + 4 * 0.00004);
     EXPECT_LT(flat.noisy[0].centralRms, 0.00337 + 4 * 0.00013);
     EXPECT_LT(flat.noiseFree.rms, c_worse * 0.00056);

@@ -1,8 +1,11 @@
 #include "scanner/acceptance/accuracy.h"
 
+#include "lxcroi.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <utility>
 #include <vector>
 
 namespace acceptance {
@@ -41,7 +44,7 @@ protected:
 
     Accuracy Compare(const std::vector<decoder::MeasuredPoint>& points) const
     {
-        return CompareWithTruth(m_device, *m_scene, m_truth, points);
+        return CompareWithTruth(m_device, *m_scene, m_truth, LxCV::LxCRoi(0, 0, 2, 494), points);
     }
 
     device::VirtualDevice m_device;
@@ -67,6 +70,21 @@ TEST_F(AccuracyFigures, CountASeenCrossingOnce)
     const Accuracy accuracy = Compare({PointAt(0, 100.2, 50, 0.0), PointAt(0, 99.8, 50, 0.0)});
     EXPECT_EQ(accuracy.seenCrossings, 2U);
     EXPECT_EQ(accuracy.coverage, 0.5);
+}
+
+TEST_F(AccuracyFigures, CountCrossingsOfTheRegionAlone)
+{
+    // Row 105 belongs to a region that ends with its pixel, and not to one that ends before.
+    const std::vector<decoder::MeasuredPoint> points{PointAt(0, 100.2, 50, 0.0)};
+    for (const auto& [rows, seen] : {std::pair{105, 1U}, {106, 2U}}) {
+        const Accuracy accuracy =
+            CompareWithTruth(m_device, *m_scene, m_truth, LxCV::LxCRoi(0, 0, 2, rows), points);
+        EXPECT_EQ(accuracy.seenCrossings, seen);
+        EXPECT_EQ(accuracy.coverage, 1.0 / seen);
+    }
+    const Accuracy outside =
+        CompareWithTruth(m_device, *m_scene, m_truth, LxCV::LxCRoi(0, 101, 2, 20), points);
+    EXPECT_EQ(outside.coverage, 0.0);
 }
 
 TEST_F(AccuracyFigures, DoNotCountHiddenCrossingsAsCovered)
@@ -118,7 +136,8 @@ TEST_F(AccuracyFigures, CallAPointWrongWhereThereIsNoSurface)
 {
     const auto behind = device::MakePlane({0.0, 0.0, -5.0}, {0.0, 0.0, 1.0}, {0.8, 0.8, 0.8});
     const std::vector<decoder::MeasuredPoint> points = {PointAt(0, 100.0, 50, 0.0)};
-    const Accuracy accuracy = CompareWithTruth(m_device, *behind, m_truth, points);
+    const Accuracy accuracy =
+        CompareWithTruth(m_device, *behind, m_truth, LxCV::LxCRoi(0, 0, 2, 494), points);
     EXPECT_EQ(accuracy.wrongCodeFraction, 1.0);
     EXPECT_EQ(accuracy.coverage, 0.0);
     EXPECT_EQ(accuracy.rmsMm, 0.0);

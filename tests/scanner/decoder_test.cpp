@@ -2,9 +2,11 @@
 
 #include "lxcframegrabberreqs.h"
 #include "lxcimagedata.h"
+#include "lxclxcvlibsettings.h"
 #include "lxcpinholeframework.h"
 #include "lxcstripepattern.h"
 #include "tests/lxcvlib/allocationcount.h"
+#include "tests/scanner/algorithmtext.h"
 #include "tests/scanner/testmodel.h"
 
 #include <gtest/gtest.h>
@@ -46,6 +48,16 @@ CCTImage Wrap(device::ImageF& image)
     return {image.width, image.height, CCTImage::eIDT_FLOAT32_3, false, image.data.data()};
 }
 
+/// Measures the image up to its borders and delivers every point: what is looked at here is how they come about.
+DecoderConfig AllOfTheImage()
+{
+    using Settings = LxCV::LxCLxCVLibSettings;
+    DecoderConfig config;
+    config.algorithm.GetActiveAlgorithmConfig().m_Roi.Set(0, 0, Settings::c_iWidth, Settings::c_iHeight);
+    config.algorithm.GetActiveAlgorithmConfig().m_bClean3DData = false;
+    return config;
+}
+
 void Decode(Decoder& decoder, const CCTImage& reference, const CCTImage& pattern)
 {
     decoder.ComputeSignal(reference, pattern);
@@ -79,9 +91,10 @@ protected:
 
     /// The points of the pair by a decoder that has not worked before.
     std::vector<MeasuredPoint> Measure(device::ImageF reference = s_pair->reference,
-                                       device::ImageF pattern = s_pair->pattern) const
+                                       device::ImageF pattern = s_pair->pattern,
+                                       const DecoderConfig& config = AllOfTheImage()) const
     {
-        Decoder decoder(*m_model);
+        Decoder decoder(*m_model, config);
         Decode(decoder, Wrap(reference), Wrap(pattern));
         return decoder.GetPoints();
     }
@@ -148,7 +161,7 @@ TEST_F(DecoderOnADevice, PointsLieOnTheRayAndOnTheEdgeThatTheyAreNamedFor)
 TEST_F(DecoderOnADevice, WorkingBuffersKeepNothingOfThePairBefore)
 {
     const auto expected = Measure();
-    Decoder decoder(*m_model);
+    Decoder decoder(*m_model, AllOfTheImage());
     CCTImage large(kWidth + 7, 600, CCTImage::eIDT_FLOAT32_3, 200.0F);
     Decode(decoder, large, large);
     for (int run = 0; run < 2; ++run) {
@@ -166,7 +179,7 @@ TEST_F(DecoderOnADevice, BuffersMadeBeforehandChangeNothing)
     const auto expected = Measure();
     const int height = s_pair->pattern.height;
     for (const auto& [width, rows] : {std::pair{kWidth, height}, {kWidth + 9, height - 9}, {1, 1}}) {
-        Decoder decoder(*m_model);
+        Decoder decoder(*m_model, AllOfTheImage());
         decoder.Init(width, rows);
         EXPECT_TRUE(decoder.GetEdgePixels().empty());
         EXPECT_TRUE(decoder.GetPoints().empty());
@@ -180,7 +193,7 @@ TEST_F(DecoderOnADevice, BuffersMadeBeforehandChangeNothing)
 TEST_F(DecoderOnADevice, LooksUpPointsNearTheComputedOnes)
 {
     constexpr double kDeviation = 0.0001; // mm, curvature of lens and light within a cell of the table
-    DecoderConfig config;
+    DecoderConfig config = AllOfTheImage();
     config.useTable = true;
     Decoder decoder(*m_model, config);
     EXPECT_THROW(decoder.Triangulate(), std::logic_error);
@@ -232,7 +245,7 @@ TEST_F(DecoderOnADevice, AMeasurementTakesNoMemory)
 
 TEST_F(DecoderOnADevice, DeliversEachPointInItsRecord)
 {
-    Decoder decoder(*m_model);
+    Decoder decoder(*m_model, AllOfTheImage());
     Decode(decoder, Wrap(s_pair->reference), Wrap(s_pair->pattern));
     decoder.Deliver(Wrap(s_pair->reference));
     const LxCV::LxSScanDataCCT& record = decoder.GetRecord();
@@ -251,7 +264,7 @@ TEST_F(DecoderOnADevice, DeliversEachPointInItsRecord)
 TEST_F(DecoderOnADevice, MakesNoBuffersForImpossibleSizes)
 {
     constexpr int kMost = std::numeric_limits<int>::max();
-    Decoder decoder(*m_model);
+    Decoder decoder(*m_model, AllOfTheImage());
     EXPECT_THROW(decoder.Init(0, 1), std::invalid_argument);
     EXPECT_THROW(decoder.Init(1, -1), std::invalid_argument);
     EXPECT_THROW(decoder.Init(kMost, kMost), std::bad_alloc);
@@ -317,7 +330,7 @@ TEST_F(DecoderOnADevice, TheAnswerForNoPointIsNoPointOfAWorkingRangeThatHoldsZer
 {
     m_model->SetWorkingSpace(-1.0, 41.0, true);
     m_model->GetCamera()->GetCalibState()->ResetCalibState(); // every edge is answered by (0, 0, 0)
-    Decoder decoder(*m_model);
+    Decoder decoder(*m_model, AllOfTheImage());
     Decode(decoder, Wrap(s_pair->reference), Wrap(s_pair->pattern));
     EXPECT_FALSE(decoder.GetEdgePixels().empty());
     EXPECT_TRUE(decoder.GetPoints().empty());
@@ -342,9 +355,80 @@ TEST_F(DecoderOnADevice, PointsOutsideTheWorkingRangeAreLeftOut)
     }
 }
 
+/// Those of `points` that fulfil a condition.
+template <typename Condition>
+std::vector<MeasuredPoint> Where(const std::vector<MeasuredPoint>& points, Condition condition)
+{
+    std::vector<MeasuredPoint> chosen;
+    std::copy_if(points.begin(), points.end(), std::back_inserter(chosen), condition);
+    return chosen;
+}
+
+TEST_F(DecoderOnADevice, MeasuresInTheRegionOfTheActivePreset)
+{
+    const auto all = Measure();
+    DecoderConfig config = AllOfTheImage();
+    // Of the columns the last 658 - 5 - 640 = 13 are left out, those from 27 on; of the rows all but 100 to 299.
+    config.algorithm.GetActiveAlgorithmConfig().m_Roi.Set(5, 100, 640, 200);
+    const auto expected = Where(all, [](const MeasuredPoint& point) {
+        const double pixelRow = std::floor(point.edge.row + 0.5);
+        return point.edge.column >= 5 && point.edge.column <= 26 && pixelRow >= 100 && pixelRow <= 299;
+    });
+    ASSERT_GT(expected.size(), 500U);
+    EXPECT_TRUE(AreSame(Measure(s_pair->reference, s_pair->pattern, config), expected));
+    config.algorithm.ActivateAlgorithmSettings(LxCV::LxCAlgorithmConfig::eS_Preset3);
+    EXPECT_FALSE(AreSame(Measure(s_pair->reference, s_pair->pattern, config), expected));
+}
+
+TEST_F(DecoderOnADevice, LeavesOutTheBorderOfTheSettingsByDefault)
+{
+    // data/settings.lua: Boundary3DDataAllRound is 10, Boundary3DData is 0.
+    const auto points = Measure(s_pair->reference, s_pair->pattern, {});
+    ASSERT_FALSE(points.empty());
+    for (const MeasuredPoint& point : points) {
+        ASSERT_TRUE(point.edge.column >= 10 && point.edge.column < kWidth - 10);
+        ASSERT_TRUE(point.edge.row >= 9.5 && point.edge.row < 494 - 10.5);
+    }
+    Decoder decoder(*m_model);
+    decoder.Init(658, 494);
+    EXPECT_EQ(decoder.GetRegion().GetLeftCol(), 10);
+    EXPECT_EQ(decoder.GetRegion().GetTopRow(), 10);
+    EXPECT_EQ(decoder.GetRegion().GetRightCol(), 647);
+    EXPECT_EQ(decoder.GetRegion().GetBottomRow(), 483);
+}
+
+TEST_F(DecoderOnADevice, DropsPointsBeyondTheDepthOfTheConfiguration)
+{
+    constexpr double kLimit = 33.0; // mm; the molar reaches from some 30 to 35
+    const auto all = Measure();
+    DecoderConfig config = AllOfTheImage();
+    scannertest::LoadDepthCulling(config.algorithm, 30.0F, 3.0F);
+    EXPECT_TRUE(AreSame(Measure(s_pair->reference, s_pair->pattern, config), all));
+    config.algorithm.GetActiveAlgorithmConfig().m_bDepthCulling = true;
+    const auto expected = Where(all, [](const MeasuredPoint& point) { return point.position.z <= kLimit; });
+    ASSERT_FALSE(expected.empty());
+    ASSERT_LT(expected.size(), all.size());
+    EXPECT_TRUE(AreSame(Measure(s_pair->reference, s_pair->pattern, config), expected));
+}
+
+TEST_F(DecoderOnADevice, DropsPointsBeforeTheExitWindow)
+{
+    const auto all = Measure();
+    DecoderConfig config = AllOfTheImage();
+    config.algorithm.SetExitWindow(0.0F, 0.0F, 1.0F, 33.0F);
+    EXPECT_TRUE(AreSame(Measure(s_pair->reference, s_pair->pattern, config), all));
+    config.algorithm.GetActiveAlgorithmConfig().m_bExitWindowCulling = true;
+    const auto expected = Where(all, [](const MeasuredPoint& point) { return point.position.z >= 33.0; });
+    ASSERT_FALSE(expected.empty());
+    ASSERT_LT(expected.size(), all.size());
+    EXPECT_TRUE(AreSame(Measure(s_pair->reference, s_pair->pattern, config), expected));
+    config.algorithm.SetExitWindow(0.0F, 0.0F, -1.0F, -33.0F); // the same plane
+    EXPECT_TRUE(AreSame(Measure(s_pair->reference, s_pair->pattern, config), expected));
+}
+
 TEST_F(DecoderOnADevice, StepsWithoutAnImageFindNothing)
 {
-    Decoder decoder(*m_model);
+    Decoder decoder(*m_model, AllOfTheImage());
     decoder.ReadCodeWords();
     decoder.TraceEdges();
     decoder.Triangulate();
@@ -360,7 +444,7 @@ TEST_F(DecoderOnADevice, RefusesImagesWithoutPixels)
 {
     const CCTImage good(kWidth, 494, CCTImage::eIDT_FLOAT32_3, 100.0F);
     const CCTImage hollow(kWidth, 494, CCTImage::eIDT_FLOAT32_3, false, nullptr);
-    Decoder decoder(*m_model);
+    Decoder decoder(*m_model, AllOfTheImage());
     EXPECT_THROW(decoder.ComputeSignal(good, hollow), std::invalid_argument);
     EXPECT_THROW(decoder.ComputeSignal(hollow, good), std::invalid_argument);
 }
@@ -375,7 +459,7 @@ TEST_F(DecoderOnADevice, UniformImagesOfAnySizeAndValueGiveNoPoints)
             for (const float striped : values) {
                 const CCTImage reference(width, height, CCTImage::eIDT_FLOAT32_3, white);
                 const CCTImage pattern(width, height, CCTImage::eIDT_FLOAT32_3, striped);
-                Decoder decoder(*m_model);
+                Decoder decoder(*m_model, AllOfTheImage());
                 Decode(decoder, reference, pattern);
                 ASSERT_TRUE(decoder.GetPoints().empty())
                     << width << " x " << height << ", " << white << " and " << striped;
@@ -405,7 +489,7 @@ TEST_F(DecoderOnADevice, PixelsOfAnyBitsGivePointsWithinImageAndRangeOrNone)
         const int height = 1 + static_cast<int>(random() % 80);
         device::ImageF reference = HostileImage(random, width, height);
         device::ImageF pattern = HostileImage(random, width, height);
-        DecoderConfig greedy;
+        DecoderConfig greedy = AllOfTheImage();
         greedy.minReference = trial % 2 == 0 ? greedy.minReference : -kInfinity;
         greedy.minGradient = trial % 3 == 0 ? greedy.minGradient : -1.0F;
         greedy.maxChannelSpread = trial % 5 == 0 ? kInfinity : greedy.maxChannelSpread;
