@@ -1,13 +1,13 @@
 // Runs the steps of the decoding stage.
 #include "scanner/decoder/decoder.h"
 
+#include "lxclxcvlibsettings.h"
 #include "lxcpinholeframework.h"
 #include "lxcstripepattern.h"
 #include "lxctriangulationlut.h"
+#include "scanner/decoder/recordquality.h"
 #include "scanner/decoder/scanrecord.h"
-#include "scanner/decoder/tablelookup.h"
 
-#include <memory>
 #include <new>
 #include <stdexcept>
 
@@ -20,6 +20,11 @@ namespace {
 
 constexpr double kHalfPixel = 0.5; ///< from the lower border of a pixel to its centre
 
+const LxCV::LxCAlgorithmConfig& ActivePreset(const DecoderConfig& config)
+{
+    return config.algorithm.GetActiveAlgorithmConfig();
+}
+
 int CountEdges(const LxCV::LxCPinholeFramework& model)
 {
     return model.GetCLPattern()->GetNrOfStripeEdges();
@@ -29,7 +34,8 @@ int CountEdges(const LxCV::LxCPinholeFramework& model)
 
 Decoder::Decoder(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config)
     : m_model(model), m_config(config), m_writer(config), m_reader(model, config), m_tracer(model, config),
-      m_culling(m_config.algorithm)
+      m_culling(m_config.algorithm), m_cleaning(m_config.algorithm),
+      m_isReduced(LxCV::LxCLxCVLibSettings::IsReduced(ActivePreset(m_config).m_eReduceData))
 {}
 
 void Decoder::Init(int width, int height)
@@ -51,6 +57,9 @@ void Decoder::Init(int width, int height)
                                           CCTImage::eIDT_BGRU8, &m_model, nullptr)) {
         throw std::runtime_error("the model's points cannot be tabulated");
     }
+    if (m_cleaning.IsWanted()) {
+        m_cleaning.Init(width, height, CountEdges(m_model));
+    }
     FitRecord(width, height);
     // Nothing is found in black images, but the library's kernels then have their working memory as well.
     const CCTImage black(width, height, CCTImage::eIDT_FLOAT32_3, 0.0F);
@@ -58,14 +67,35 @@ void Decoder::Init(int width, int height)
     Deliver(black);
 }
 
-/// Gives the record a size, if it is not its own.
+int Decoder::RecordWidth(int width) const
+{
+    return m_isReduced ? width / kReduction : width;
+}
+
+bool Decoder::DoesRecordFit(int width, int height) const
+{
+    const LxCV::LxSScanDataCCT& record = m_data.GetScanData();
+    const auto fits = [](const CCTImage* image, int columns, int rows) {
+        return image != nullptr && image->GetWidth() == columns && image->GetHeight() == rows;
+    };
+    const int edges = CountEdges(m_model);
+    return fits(record.GetFull3DPoints(), width, edges) && fits(record.GetARGBImage(), width, height) &&
+           fits(record.Get3DPoints(), RecordWidth(width), edges) &&
+           record.GetQualities().empty() == !m_config.withQualities;
+}
+
+/// Gives the record the sizes for images of so many pixels, if they are not its own.
 void Decoder::FitRecord(int width, int height)
 {
+    if (DoesRecordFit(width, height)) {
+        return;
+    }
     LxCV::LxSScanDataCCT& record = m_data.GetScanData();
     const int edges = CountEdges(m_model);
-    const CCTImage* const points = record.GetFull3DPoints();
-    if ((points == nullptr || points->GetWidth() != width || points->GetHeight() != edges) &&
-        !record.Initialize(width, edges, width, height, false)) {
+    // The record reduces as the settings tell, which need not be what the preset tells.
+    if (!record.Initialize(width, edges, width, height, m_config.withQualities) ||
+        (record.Get3DPoints()->GetWidth() != RecordWidth(width) &&
+         !record.LxSScanData::Initialize(RecordWidth(width), edges, width, height, m_config.withQualities))) {
         throw std::bad_alloc();
     }
 }
@@ -103,8 +133,7 @@ void Decoder::TraceEdges()
 
 LxCV::LxCRoi Decoder::GetRegion() const
 {
-    return MeasuredRegion(m_config.algorithm.GetActiveAlgorithmConfig().m_Roi, m_words.GetWidth(),
-                          m_words.GetHeight());
+    return MeasuredRegion(ActivePreset(m_config).m_Roi, m_words.GetWidth(), m_words.GetHeight());
 }
 
 LxC3DCoordsCCT Decoder::ComputePoint(const EdgePixel& edge) const
@@ -120,19 +149,35 @@ void Decoder::Triangulate()
     if (m_config.useTable && m_data.GetTriangulationLUT() == nullptr) {
         throw std::logic_error("there is no table of points to look up");
     }
+    if (m_config.useTable) {
+        const PointTable table(*m_data.GetTriangulationLUT());
+        FindPoints(&table);
+    } else {
+        FindPoints(nullptr);
+    }
+    if (m_cleaning.IsWanted()) {
+        m_cleaning.Clean(m_words.GetWidth(), m_words.GetHeight(), CountEdges(m_model), m_points);
+    }
+}
+
+void Decoder::FindPoints(const PointTable* table)
+{
+    constexpr std::size_t kAhead = 8; // edges; until then memory is near
     m_points.clear();
     m_points.reserve(m_edges.size());
-    const std::shared_ptr<const LxCV::LxCTriangulationLUT> table =
-        m_config.useTable ? m_data.GetTriangulationLUT() : nullptr;
     const LxCV::LxCRoi region = GetRegion();
     const double nearest = m_model.GetMinZc();
     const double farthest = m_model.GetMaxZc();
-    for (const EdgePixel& edge : m_edges) {
+    for (std::size_t i = 0; i < m_edges.size(); ++i) {
+        if (table != nullptr && i + kAhead < m_edges.size()) {
+            table->Announce(m_edges[i + kAhead]);
+        }
+        const EdgePixel& edge = m_edges[i];
         if (!region.Contains(edge.column, edge.row + kHalfPixel)) {
             continue;
         }
         LxC3DCoordsCCT position;
-        if (table == nullptr || !LookUpPoint(*table, edge, position)) {
+        if (table == nullptr || !table->LookUp(edge, position)) {
             position = ComputePoint(edge);
         }
         // Where there is no point the depth is 0, whatever the model's working range says.
@@ -146,7 +191,11 @@ void Decoder::Triangulate()
 void Decoder::Deliver(const CCTImage& reference)
 {
     FitRecord(m_signal.GetWidth(), m_signal.GetHeight());
-    FillRecord(m_points, reference, m_data.GetScanData());
+    const bool isSmoothed = ActivePreset(m_config).m_bSmoothReducedData;
+    FillRecord(m_points, reference, isSmoothed, m_data.GetScanData());
+    if (m_config.withQualities) {
+        FillQualities(m_points, m_signal, isSmoothed, m_data.GetScanData());
+    }
 }
 
 } // namespace decoder

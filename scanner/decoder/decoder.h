@@ -7,9 +7,11 @@
 #include "scanner/decoder/decoderconfig.h"
 #include "scanner/decoder/edgetracer.h"
 #include "scanner/decoder/edgewords.h"
+#include "scanner/decoder/pointcleaning.h"
 #include "scanner/decoder/pointculling.h"
 #include "scanner/decoder/scanrecord.h"
 #include "scanner/decoder/stripesignal.h"
+#include "scanner/decoder/tablelookup.h"
 
 #include <vector>
 
@@ -47,12 +49,13 @@ public:
     void TraceEdges();
 
     /// Triangulates the traced edges whose pixels lie in the measured region. Points outside the working range are left
-    /// out, and those that the active preset drops: see `PointCulling`.
+    /// out, and those that the active preset drops: see `PointCulling` and `PointCleaning`.
     /// @throws std::logic_error if points are looked up and `Init` has made no table
     void Triangulate();
 
     /// Makes the record of the measurement: the points in a grid of image columns and stripe edges, their colours and
-    /// normals.
+    /// normals, and their qualities, if the configuration asks for them. The active preset tells whether the record is
+    /// reduced and smoothed; see `FillRecord` and `FillQualities`.
     /// @param reference the image that the signal was computed from
     /// @throws std::bad_alloc
     void Deliver(const LxCV::CCTImage& reference);
@@ -74,6 +77,13 @@ private:
     void FitWords(int width, int height);
     void FitRecord(int width, int height);
 
+    /// Whether all parts of the record have the sizes of images of so many pixels.
+    bool DoesRecordFit(int width, int height) const;
+    int RecordWidth(int width) const;
+
+    /// The points of the edges in the region, from the table where it is not null.
+    void FindPoints(const PointTable* table);
+
     /// The point of an edge pixel by the model's equations; of depth 0 where there is none.
     LxCV::LxC3DCoordsCCT ComputePoint(const EdgePixel& edge) const;
 
@@ -84,6 +94,8 @@ private:
     CodeWordReader m_reader;
     EdgeTracer m_tracer;
     PointCulling m_culling;
+    PointCleaning m_cleaning;
+    bool m_isReduced;       ///< whether the record is
     LxCV::CCTImage m_words; ///< INT32
     std::vector<EdgePixel> m_edges;
     std::vector<MeasuredPoint> m_points;

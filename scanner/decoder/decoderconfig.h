@@ -39,7 +39,11 @@ struct DecoderConfig
     /// of being computed one by one. Those in cells without points, as beside the marks of a slide, are computed.
     bool useTable = false;
 
-    /// What the library keeps for this stage: for teeth or for plaster, with the limits of the edge detection for each.
+    /// Whether the record has a quality for each point.
+    bool withQualities = false;
+
+    /// What the library keeps for this stage: for teeth or for plaster, with the limits of the edge detection for each;
+    /// and in the active preset which points are delivered, and in which form.
     LxCV::LxCCCLAlgoConfig algorithm = AlgorithmDefaults();
 
     /// The limits that decoding goes by, those for small structures: smoothing of the signal, distance of successive

@@ -229,18 +229,82 @@ TEST_F(DecoderOnADevice, AMeasurementTakesNoMemory)
     ASSERT_TRUE(images.Init(width, height, width, height, nullptr, CCTImage::eIDT_BGRU8));
     DecoderConfig config;
     config.useTable = true;
-    Decoder decoder(*m_model, config);
-    decoder.Init(width, height);
-    requirements.ConvertImage(&rawPattern, images.GetPatImg()); // a source does so for its test image
+    for (const bool isEverythingOn : {false, true}) {
+        LxCV::LxCAlgorithmConfig& preset = config.algorithm.GetActiveAlgorithmConfig();
+        if (isEverythingOn) {
+            preset.m_bDepthCulling = true;
+            preset.m_bExitWindowCulling = true;
+            preset.m_bSmoothReducedData = true;
+            preset.m_eReduceData = LxCV::LxCLxCVLibSettings::eRD_Reduction1;
+            config.algorithm.SetExitWindow(0.0F, 0.0F, 1.0F, 20.0F);
+            scannertest::LoadDepthCulling(config.algorithm, 33.0F, 10.0F);
+            config.withQualities = true;
+        }
+        ASSERT_TRUE(preset.m_bClean3DData);
+        Decoder decoder(*m_model, config);
+        decoder.Init(width, height);
+        requirements.ConvertImage(&rawPattern, images.GetPatImg()); // a source does so for its test image
 
-    const LxCV::AllocationCount allocations;
-    ASSERT_TRUE(images.SetRawImages(&rawPattern, &rawReference));
-    requirements.ConvertImage(images.GetRawPatImg(), images.GetPatImg());
-    requirements.ConvertImage(images.GetRawRefImg(), images.GetRefImg());
-    Decode(decoder, *images.GetRefImg(), *images.GetPatImg());
-    decoder.Deliver(*images.GetRefImg());
-    EXPECT_EQ(allocations.Get(), 0U);
-    EXPECT_GT(decoder.GetRecord().GetNumValidPoints(), 1000);
+        const LxCV::AllocationCount allocations;
+        ASSERT_TRUE(images.SetRawImages(&rawPattern, &rawReference));
+        requirements.ConvertImage(images.GetRawPatImg(), images.GetPatImg());
+        requirements.ConvertImage(images.GetRawRefImg(), images.GetRefImg());
+        Decode(decoder, *images.GetRefImg(), *images.GetPatImg());
+        decoder.Deliver(*images.GetRefImg());
+        EXPECT_EQ(allocations.Get(), 0U) << isEverythingOn;
+        EXPECT_GT(decoder.GetRecord().GetNumValidPoints(), 500) << isEverythingOn;
+    }
+}
+
+TEST_F(DecoderOnADevice, CleansItsPointsWhereTheActivePresetWantsIt)
+{
+    DecoderConfig config = AllOfTheImage();
+    std::vector<MeasuredPoint> expected = Measure();
+    PointCleaning(config.algorithm).Clean(kWidth, s_pair->pattern.height, 130, expected);
+    ASSERT_FALSE(expected.empty());
+    config.algorithm.GetActiveAlgorithmConfig().m_bClean3DData = true;
+    EXPECT_TRUE(AreSame(Measure(s_pair->reference, s_pair->pattern, config), expected));
+}
+
+TEST_F(DecoderOnADevice, ReducesItsRecordAsTheActivePresetTells)
+{
+    using Settings = LxCV::LxCLxCVLibSettings;
+    for (const auto reduction : {Settings::eRD_None, Settings::eRD_Reduction1, Settings::eRD_Reduction2}) {
+        DecoderConfig config = AllOfTheImage();
+        config.useTable =
+            reduction == Settings::eRD_Reduction2; // the table's initialisation makes a record too
+        config.algorithm.SetReduceDataInMeasurement(reduction);
+        Decoder decoder(*m_model, config);
+        decoder.Init(kWidth, s_pair->reference.height);
+        Decode(decoder, Wrap(s_pair->reference), Wrap(s_pair->pattern));
+        decoder.Deliver(Wrap(s_pair->reference));
+        const LxCV::LxSScanDataCCT& record = decoder.GetRecord();
+        EXPECT_EQ(record.GetFull3DPoints()->GetWidth(), kWidth);
+        EXPECT_EQ(record.Get3DPoints()->GetWidth(), reduction == Settings::eRD_None ? kWidth : kWidth / 3);
+        EXPECT_EQ(record.Get3DPoints()->GetHeight(), record.GetFull3DPoints()->GetHeight());
+        EXPECT_GT(record.GetNumValidPoints(), 1000);
+        EXPECT_TRUE(record.GetQualities().empty());
+    }
+}
+
+TEST_F(DecoderOnADevice, GivesQualitiesWhereTheConfigurationAsksForThem)
+{
+    DecoderConfig config = AllOfTheImage();
+    config.withQualities = true;
+    Decoder decoder(*m_model, config);
+    Decode(decoder, Wrap(s_pair->reference), Wrap(s_pair->pattern));
+    decoder.Deliver(Wrap(s_pair->reference));
+    const auto qualities = decoder.GetRecord().GetQualities();
+    ASSERT_EQ(qualities.size(),
+              static_cast<std::size_t>(decoder.GetRecord().Get3DPoints()->GetSizeInPixels()));
+    ASSERT_FALSE(decoder.GetPoints().empty());
+    for (const MeasuredPoint& point : decoder.GetPoints()) {
+        const float quality =
+            qualities[static_cast<std::size_t>(point.edge.stripeEdge * kWidth + point.edge.column)]
+                .GetFloatQuality();
+        ASSERT_GE(quality, config.minGradient) << "no edge is found by less";
+        ASSERT_LE(quality, 1.0F);
+    }
 }
 
 TEST_F(DecoderOnADevice, DeliversEachPointInItsRecord)

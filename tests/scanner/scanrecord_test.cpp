@@ -11,6 +11,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <random>
 #include <vector>
 
 namespace decoder {
@@ -66,7 +67,7 @@ TEST_F(ScanRecord, HasEachPointInItsColumnAndEdge)
 {
     const std::vector<MeasuredPoint> points{Point(2, 5.4, 3, 31.0), Point(8, 19.9, 0, 32.0),
                                             Point(0, -0.3, 8)};
-    FillRecord(points, Places(), m_record);
+    FillRecord(points, Places(), false, m_record);
     for (const CCTImage* const positions : {m_record.GetFull3DPoints(), m_record.Get3DPoints()}) {
         EXPECT_EQ(ValueAt(*positions, 2, 3), (std::array{2.0F, 3.0F, 31.0F}));
         EXPECT_EQ(ValueAt(*positions, 8, 0), (std::array{8.0F, 0.0F, 32.0F}));
@@ -91,8 +92,8 @@ TEST_F(ScanRecord, HasEachPointInItsColumnAndEdge)
 
 TEST_F(ScanRecord, KeepsNothingOfTheScanBefore)
 {
-    FillRecord(std::vector{Point(2, 5.0, 3)}, Places(), m_record);
-    FillRecord({}, Places(), m_record);
+    FillRecord(std::vector{Point(2, 5.0, 3)}, Places(), false, m_record);
+    FillRecord({}, Places(), false, m_record);
     EXPECT_EQ(ValueAt(*m_record.GetFull3DPoints(), 2, 3), (std::array{0.0F, 0.0F, 0.0F}));
     EXPECT_EQ(m_record.GetFullValidMask()->GetBytePixelFast(2, 3), 0);
     EXPECT_EQ(m_record.GetNumValidPoints(), 0);
@@ -102,7 +103,7 @@ TEST_F(ScanRecord, LeavesOutWhatLiesOutside)
 {
     const std::vector<MeasuredPoint> points{Point(-1, 5.0, 3), Point(kColumns, 5.0, 3), Point(1, 5.0, -1),
                                             Point(1, 5.0, kEdges), Point(1, 1e9, 1)};
-    FillRecord(points, Places(), m_record);
+    FillRecord(points, Places(), false, m_record);
     EXPECT_EQ(m_record.GetNumValidPoints(), 1);
 }
 
@@ -110,7 +111,7 @@ TEST_F(ScanRecord, LevelsBeyondAByteAreItsLimits)
 {
     CCTImage image(kColumns, 1, CCTImage::eIDT_FLOAT32_3, 0.0F);
     image.SetFloat3PixelFast(1, 0, LxCFloat3(-3.0F, 1e9F, std::nanf("")));
-    FillRecord(std::vector{Point(1, 0.0, 1)}, image, m_record);
+    FillRecord(std::vector{Point(1, 0.0, 1)}, image, false, m_record);
     EXPECT_EQ(ColourAt(*m_record.GetFullColor(), 1, 1), (std::array{0, 255, 0}));
 }
 
@@ -122,20 +123,58 @@ TEST_F(ScanRecord, NormalsOfAPlanePointTowardsTheCamera)
             points.push_back(Point(column, edge, edge, 30.0)); // x right, y down, all at one depth
         }
     }
-    FillRecord(points, Places(), m_record);
+    FillRecord(points, Places(), false, m_record);
     EXPECT_EQ(ValueAt(*m_record.GetNormals(), 4, 4), (std::array{0.0F, 0.0F, -1.0F}));
     EXPECT_EQ(m_record.GetNormalMask()->GetBytePixelFast(4, 4), 1);
 }
 
-TEST_F(ScanRecord, ReducedOnesTakeTheMiddleOfThreeColumns)
+TEST_F(ScanRecord, NormalsAreThoseOfTheSurfaceInRecordsThatAreNotSquareToo)
 {
-    LxCV::LxCLxCVLibSettings::SetReduceData(LxCV::LxCLxCVLibSettings::eRD_Reduction1);
-    const bool isReduced = m_record.Initialize(kColumns, kEdges, kColumns, 20, false) &&
-                           m_record.Get3DPoints()->GetWidth() == kColumns / 3;
-    LxCV::LxCLxCVLibSettings::SetReduceData(LxCV::LxCLxCVLibSettings::eRD_None);
-    ASSERT_TRUE(isReduced);
+    // z = 30 + x falls away to the right: the normal is (1, 0, -1) at unit length.
+    constexpr int kWide = 25;
+    ASSERT_TRUE(m_record.Initialize(kWide, kEdges, kWide, 20, false));
+    std::vector<MeasuredPoint> points;
+    for (int edge = 0; edge < kEdges; ++edge) {
+        for (int column = 0; column < kWide; ++column) {
+            points.push_back(Point(column, edge, edge, 30.0 + column));
+        }
+    }
+    const CCTImage reference(kWide, 20, CCTImage::eIDT_FLOAT32_3, 100.0F);
+    FillRecord(points, reference, false, m_record);
+    for (int edge = 0; edge < kEdges; ++edge) {
+        for (int column = 0; column < kWide; ++column) {
+            const auto normal = ValueAt(*m_record.GetNormals(), column, edge);
+            ASSERT_NEAR(normal[0], std::sqrt(0.5F), 1e-6F) << column << " " << edge;
+            ASSERT_NEAR(normal[1], 0.0F, 1e-6F);
+            ASSERT_NEAR(normal[2], -std::sqrt(0.5F), 1e-6F);
+        }
+    }
+}
+
+/// A record of which three columns make one.
+class ReducedScanRecord : public ScanRecord
+{
+protected:
+    ReducedScanRecord()
+    {
+        LxCV::LxCLxCVLibSettings::SetReduceData(LxCV::LxCLxCVLibSettings::eRD_Reduction1);
+        EXPECT_TRUE(m_record.Initialize(kColumns, kEdges, kColumns, 20, false));
+        LxCV::LxCLxCVLibSettings::SetReduceData(LxCV::LxCLxCVLibSettings::eRD_None);
+        EXPECT_EQ(m_record.Get3DPoints()->GetWidth(), kColumns / 3);
+    }
+
+    /// What the columns 3 to 5 become in a smoothed record.
+    std::array<float, 3> Smoothed(const std::vector<MeasuredPoint>& points)
+    {
+        FillRecord(points, Places(), true, m_record);
+        return ValueAt(*m_record.Get3DPoints(), 1, 2);
+    }
+};
+
+TEST_F(ReducedScanRecord, TakesTheMiddleOfThreeColumns)
+{
     FillRecord(std::vector{Point(3, 5.0, 2), Point(4, 6.0, 2), Point(5, 7.0, 2), Point(6, 8.0, 2)}, Places(),
-               m_record);
+               false, m_record);
     EXPECT_EQ(ValueAt(*m_record.Get3DPoints(), 1, 2), (std::array{4.0F, 2.0F, 30.0F}));
     EXPECT_EQ(ColourAt(*m_record.GetColor(), 1, 2), (std::array{4, 6, 7}));
     EXPECT_EQ(m_record.GetValidMask()->GetBytePixelFast(2, 2), 0);
@@ -143,9 +182,68 @@ TEST_F(ScanRecord, ReducedOnesTakeTheMiddleOfThreeColumns)
     EXPECT_EQ(m_record.GetFullValidMask()->GetBytePixelFast(6, 2), 1);
 }
 
+TEST_F(ReducedScanRecord, SmoothedTakesTheMeanOfThreeColumns)
+{
+    // x is the column, y the edge, and z 30.25, 30, 30.125: the mean is (4, 2, 30.125).
+    EXPECT_EQ(Smoothed({Point(3, 5.0, 2, 30.25), Point(4, 6.0, 2, 30.0), Point(5, 8.0, 2, 30.125)}),
+              (std::array{4.0F, 2.0F, 30.125F}));
+    // Blue is the column, green the row: 19 / 3 is 6.33.
+    EXPECT_EQ(ColourAt(*m_record.GetColor(), 1, 2), (std::array{4, 6, 7}));
+    EXPECT_EQ(m_record.GetValidMask()->GetBytePixelFast(1, 2), 1);
+    EXPECT_EQ(m_record.GetNormalMask()->GetBytePixelFast(1, 2), 1);
+    EXPECT_EQ(m_record.GetValidMask()->GetBytePixelFast(0, 2), 0);
+    EXPECT_EQ(m_record.GetNumValidPoints(), 1);
+    EXPECT_EQ(ValueAt(*m_record.GetFull3DPoints(), 3, 2), (std::array{3.0F, 2.0F, 30.25F})) << "stays full";
+}
+
+TEST_F(ReducedScanRecord, SmoothedTakesTheMeanOfWhatThereIs)
+{
+    EXPECT_EQ(Smoothed({Point(3, 5.0, 2, 30.25), Point(5, 8.0, 2, 30.0)}), (std::array{4.0F, 2.0F, 30.125F}));
+    EXPECT_EQ(ColourAt(*m_record.GetColor(), 1, 2), (std::array{4, 7, 7})) << "6.5 is rounded up";
+    EXPECT_EQ(Smoothed({Point(5, 8.0, 2, 30.5)}), (std::array{5.0F, 2.0F, 30.5F}));
+    EXPECT_EQ(Smoothed({}), (std::array{0.0F, 0.0F, 0.0F}));
+    EXPECT_EQ(m_record.GetValidMask()->GetBytePixelFast(1, 2), 0);
+    EXPECT_EQ(ColourAt(*m_record.GetColor(), 1, 2), (std::array{0, 0, 0}));
+}
+
+TEST_F(ReducedScanRecord, SmoothedDoesNotMixSurfaces)
+{
+    // 0.5 mm is the largest step of one surface, data/settings.lua.
+    EXPECT_EQ(Smoothed({Point(3, 5.0, 2, 30.0), Point(4, 6.0, 2, 30.5), Point(5, 8.0, 2, 31.0625)}),
+              (std::array{3.5F, 2.0F, 30.25F}));
+    EXPECT_EQ(Smoothed({Point(3, 5.0, 2, 33.0), Point(5, 8.0, 2, 30.0)}), (std::array{5.0F, 2.0F, 30.0F}))
+        << "the nearer one, without one in the middle";
+}
+
+TEST_F(ReducedScanRecord, SmoothedHasLessNoise)
+{
+    // The mean of three has a third of the variance.
+    std::mt19937 random(9);
+    std::normal_distribution<double> noise(0.0, 0.01); // mm
+    double single = 0.0, smoothed = 0.0;
+    for (int trial = 0; trial < 300; ++trial) {
+        std::vector<MeasuredPoint> points;
+        for (int edge = 0; edge < kEdges; ++edge) {
+            for (int column = 0; column < kColumns; ++column) {
+                points.push_back(Point(column, 2.0 * edge, edge, 30.0 + noise(random)));
+            }
+        }
+        for (const bool isSmoothed : {false, true}) {
+            FillRecord(points, Places(), isSmoothed, m_record);
+            double& sum = isSmoothed ? smoothed : single;
+            for (int edge = 0; edge < kEdges; ++edge) {
+                for (int column = 0; column < kColumns / 3; ++column) {
+                    sum += std::pow(ValueAt(*m_record.Get3DPoints(), column, edge)[2] - 30.0, 2);
+                }
+            }
+        }
+    }
+    EXPECT_NEAR(smoothed / single, 1.0 / 3.0, 0.02); // of 8100 squares each
+}
+
 TEST_F(ScanRecord, SurvivesWritingReadingAndTheWayThereAndBack)
 {
-    FillRecord(std::vector{Point(2, 5.0, 3, 31.25), Point(7, 9.0, 5, 33.5)}, Places(), m_record);
+    FillRecord(std::vector{Point(2, 5.0, 3, 31.25), Point(7, 9.0, 5, 33.5)}, Places(), false, m_record);
     const TestSupport::CTemporaryFolder folder;
     ASSERT_TRUE(m_record.Write3DFile(folder / "scan.3d", false));
     LxCV::LxSScanDataCCT back;

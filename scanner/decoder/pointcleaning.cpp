@@ -1,0 +1,197 @@
+// Least depths of windows of pixels, and normals of points in a grid.
+#include "scanner/decoder/pointcleaning.h"
+
+#include "lxccclalgoconfig.h"
+#include "lxclxcvlibsettings.h"
+
+#include "scanner/decoder/edgewords.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace decoder {
+
+namespace {
+
+constexpr int kReach = 3; ///< pixels; how far a near surface is felt beside it
+constexpr int kWindow = 2 * kReach + 1;
+constexpr int kMargin = 1; ///< places on each side of the grid without points
+constexpr float kNoDepth = std::numeric_limits<float>::max();
+
+std::size_t AreaOf(int width, int height, int margin)
+{
+    return static_cast<std::size_t>(width + 2 * margin) * static_cast<std::size_t>(height + 2 * margin);
+}
+
+int WholeRow(const MeasuredPoint& point)
+{
+    return static_cast<int>(point.edge.row);
+}
+
+struct Vector
+{
+    float x;
+    float y;
+    float z;
+};
+
+Vector operator-(const Vector& a, const Vector& b)
+{
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+
+float Dot(const Vector& a, const Vector& b)
+{
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+
+Vector Cross(const Vector& a, const Vector& b)
+{
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+
+} // namespace
+
+PointCleaning::PointCleaning(const LxCV::LxCCCLAlgoConfig& config)
+    : m_isWanted(config.GetActiveAlgorithmConfig().m_bClean3DData),
+      m_minCosine(LxCV::LxCLxCVLibSettings::GetClean3DDataDotProductThresh()),
+      m_maxStep(LxCV::LxCLxCVLibSettings::GetClean3DDataZDistThresh())
+{}
+
+void PointCleaning::Init(int width, int height, int edges)
+{
+    if (width == m_width && height == m_height && edges == m_edges) {
+        return;
+    }
+    m_least.resize(static_cast<std::size_t>(width + 2 * kReach));
+    m_lines.assign(m_least.size() * kWindow, kNoDepth);
+    m_isBesideNearer.reserve(ExpectedEdgePixels(std::max(width, 1), std::max(height, 1)));
+    for (std::vector<float>* const values : {&m_grid.x, &m_grid.y, &m_grid.z, &m_grid.isThere}) {
+        values->assign(AreaOf(width, edges, kMargin), 0.0F);
+    }
+    m_isClear.resize(AreaOf(width, edges, kMargin));
+    m_width = width;
+    m_height = height;
+    m_edges = edges;
+}
+
+bool PointCleaning::Has(const EdgePixel& edge) const
+{
+    return edge.column >= 0 && edge.column < m_width && edge.row >= 0.0 && edge.row < m_height &&
+           edge.stripeEdge >= 0 && edge.stripeEdge < m_edges;
+}
+
+std::size_t PointCleaning::PlaceOf(const EdgePixel& edge) const
+{
+    return static_cast<std::size_t>(edge.stripeEdge + kMargin) *
+               static_cast<std::size_t>(m_width + 2 * kMargin) +
+           static_cast<std::size_t>(edge.column + kMargin);
+}
+
+void PointCleaning::Clean(int width, int height, int edges, std::vector<MeasuredPoint>& points)
+{
+    Init(width, height, edges);
+    std::erase_if(points, [this](const MeasuredPoint& point) { return !Has(point.edge); });
+    Place(points);
+    JudgeNormals();
+    JudgeSteps(points);
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        if (m_isBesideNearer[i] == 0 && m_isClear[PlaceOf(points[i].edge)] != 0) {
+            points[kept++] = points[i];
+        }
+    }
+    points.resize(kept);
+}
+
+void PointCleaning::Place(const std::vector<MeasuredPoint>& points)
+{
+    std::ranges::fill(m_grid.isThere, 0.0F);
+    for (const auto& [edge, position] : points) {
+        const std::size_t place = PlaceOf(edge);
+        m_grid.x[place] = static_cast<float>(position.x);
+        m_grid.y[place] = static_cast<float>(position.y);
+        m_grid.z[place] = static_cast<float>(position.z);
+        m_grid.isThere[place] = 1.0F;
+    }
+}
+
+/// Goes down the image with the depths of as many rows at hand as a window has.
+void PointCleaning::JudgeSteps(const std::vector<MeasuredPoint>& points)
+{
+    m_isBesideNearer.resize(points.size());
+    std::ranges::fill(m_lines, kNoDepth);
+    std::size_t entering = 0;
+    std::size_t judged = 0;
+    for (int row = -kReach; row < m_height && judged < points.size(); ++row) {
+        const std::span line = Line(row + kReach);
+        std::ranges::fill(line, kNoDepth);
+        for (; entering < points.size() && WholeRow(points[entering]) <= row + kReach; ++entering) {
+            float& nearest = line[static_cast<std::size_t>(points[entering].edge.column + kReach)];
+            nearest = std::min(nearest, static_cast<float>(points[entering].position.z));
+        }
+        if (judged == entering || WholeRow(points[judged]) > row) {
+            continue;
+        }
+        FindLeastOfColumns();
+        for (; judged < points.size() && WholeRow(points[judged]) <= row; ++judged) {
+            const float* const window = &m_least[static_cast<std::size_t>(points[judged].edge.column)];
+            const float nearest = *std::min_element(window, window + kWindow);
+            const float step = static_cast<float>(points[judged].position.z) - nearest;
+            m_isBesideNearer[judged] = static_cast<std::uint8_t>(step > m_maxStep);
+        }
+    }
+}
+
+/// The depths of a row of pixels, with a margin at either side, in place of those of the row that leaves the window.
+std::span<float> PointCleaning::Line(int row)
+{
+    return std::span(m_lines).subspan(static_cast<std::size_t>(row % kWindow) * m_least.size(),
+                                      m_least.size());
+}
+
+void PointCleaning::FindLeastOfColumns()
+{
+    const std::size_t size = m_least.size();
+    float* const least = m_least.data();
+    std::copy_n(m_lines.data(), size, least);
+    for (std::size_t line = 1; line < kWindow; ++line) {
+        const float* const depths = &m_lines[line * size];
+        for (std::size_t i = 0; i < size; ++i) {
+            least[i] = std::min(least[i], depths[i]);
+        }
+    }
+}
+
+void PointCleaning::JudgeNormals()
+{
+    const auto width = static_cast<std::ptrdiff_t>(m_width);
+    const std::ptrdiff_t stride = width + 2 * kMargin;
+    const float squaredCosine = m_minCosine > 0.0F ? m_minCosine * m_minCosine : 0.0F;
+    for (int edge = kMargin; edge < m_edges + kMargin; ++edge) {
+        const std::ptrdiff_t first = edge * stride + kMargin;
+        const float* const x = m_grid.x.data() + first;
+        const float* const y = m_grid.y.data() + first;
+        const float* const z = m_grid.z.data() + first;
+        const float* const isThere = m_grid.isThere.data() + first;
+        std::int32_t* const __restrict isClear = m_isClear.data() + first;
+        // From the point itself to a neighbour, which is nowhere where it is missing.
+        const auto to = [=](std::ptrdiff_t i, std::ptrdiff_t neighbour) {
+            const float weight = isThere[i + neighbour];
+            return Vector{weight * (x[i + neighbour] - x[i]), weight * (y[i + neighbour] - y[i]),
+                          weight * (z[i + neighbour] - z[i])};
+        };
+        for (std::ptrdiff_t i = 0; i < width; ++i) {
+            const Vector point{x[i], y[i], z[i]};
+            const Vector normal = Cross(to(i, 1) - to(i, -1), to(i, stride) - to(i, -stride));
+            const float along = Dot(normal, point);
+            const float squaredLength = Dot(normal, normal);
+            isClear[i] =
+                static_cast<std::int32_t>(squaredLength > 0.0F) &
+                static_cast<std::int32_t>(along * along >= squaredCosine * squaredLength * Dot(point, point));
+        }
+    }
+}
+
+} // namespace decoder
