@@ -5,10 +5,10 @@
 #include "lxcextremum.h"
 #include "lxcpinholeframework.h"
 #include "lxcstripepattern.h"
-#include "scanner/decoder/edgewords.h"
+#include "scanner/decoder/flags.h"
 
+#include <algorithm>
 #include <cstdint>
-#include <numeric>
 #include <stdexcept>
 
 namespace decoder {
@@ -39,11 +39,9 @@ LxCExtremum WordAt(const CCTImage& words, int column, int row)
 
 } // namespace
 
-void CodeWordReader::Init(int width, int height)
+void CodeWordReader::Init(int height)
 {
-    m_edges.resize(ExpectedEdgePixels(width, height));
-    m_edges.clear();
-    m_ends.reserve(static_cast<std::size_t>(width) + 1);
+    m_edges.resize(kColumns * static_cast<std::size_t>(height));
     m_lastIds.reserve(static_cast<std::size_t>(height));
 }
 
@@ -57,42 +55,40 @@ void CodeWordReader::Read(CCTImage& words)
     if (!words.IsValid() || m_cycle < 1 || !IsForFourDigits(pattern.GetCWToStripeEdgeNrLUT())) {
         return;
     }
-    CollectColumns(words);
-    std::size_t begin = 0;
-    for (int index = 0; index < words.GetWidth(); ++index) {
-        const std::size_t end = m_ends[static_cast<std::size_t>(index)];
-        const Column column = Column(m_edges).subspan(begin, end - begin);
-        ReadCodeWords(column);
-        NameEdges(column);
-        WriteNames(column, index, words);
-        begin = end;
+    Init(words.GetHeight());
+    const auto width = static_cast<std::size_t>(words.GetWidth());
+    const auto height = static_cast<std::size_t>(words.GetHeight());
+    for (std::size_t first = 0; first < width; first += kColumns) {
+        const std::size_t columns = std::min(kColumns, width - first);
+        CollectColumns(words, first, columns);
+        for (std::size_t index = 0; index < columns; ++index) {
+            const Column column = Column(m_edges).subspan(index * height, m_counts[index]);
+            ReadCodeWords(column);
+            NameEdges(column);
+            WriteNames(column, static_cast<int>(first + index), words);
+        }
     }
 }
 
-/// Counts the edges of each column and then puts them into their places, both along the rows, as the words lie in
-/// memory.
-void CodeWordReader::CollectColumns(const CCTImage& words)
+/// Puts the edges of some columns into their places, row by row, as the words lie in memory.
+void CodeWordReader::CollectColumns(const CCTImage& words, std::size_t first, std::size_t columns)
 {
     const auto width = static_cast<std::size_t>(words.GetWidth());
-    const std::span pixels(static_cast<const std::uint32_t*>(words.GetImageDataRaw()),
-                           static_cast<std::size_t>(words.GetSizeInPixels()));
-    m_ends.assign(width + 1, 0);
-    for (std::size_t line = 0; line < pixels.size(); line += width) {
-        for (std::size_t column = 0; column < width; ++column) {
-            m_ends[column + 1] += pixels[line + column] != 0 ? 1 : 0;
+    const auto height = static_cast<std::size_t>(words.GetHeight());
+    const auto* line = static_cast<const std::uint32_t*>(words.GetImageDataRaw()) + first;
+    std::array<std::uint8_t, kColumns> isEdge{};
+    m_counts.fill(0);
+    for (std::size_t row = 0; row < height; ++row, line += width) {
+        for (std::size_t column = 0; column < columns; ++column) {
+            isEdge[column] = line[column] != 0 ? 1 : 0;
         }
-    }
-    std::partial_sum(m_ends.begin(), m_ends.end(), m_ends.begin());
-    m_edges.resize(m_ends.back());
-    int row = 0;
-    for (std::size_t line = 0; line < pixels.size(); line += width, ++row) {
-        for (std::size_t column = 0; column < width; ++column) {
-            const LxCExtremum word(pixels[line + column]);
-            if (word.HasEntry()) {
-                const int position = (row << LxCExtremum::m_sciNrSubpixBits) + word.GetSubpixelInt();
-                m_edges[m_ends[column]++] = {row, position, word.GetSymbolFromExt(), kUnnamed, 0};
-            }
-        }
+        ForEachFlag(std::span<const std::uint8_t, kColumns>(isEdge), [&](std::size_t column) {
+            const LxCExtremum word(line[column]);
+            const int position =
+                (static_cast<int>(row) << LxCExtremum::m_sciNrSubpixBits) + word.GetSubpixelInt();
+            m_edges[column * height + m_counts[column]++] = {static_cast<int>(row), position,
+                                                             word.GetSymbolFromExt(), kUnnamed, 0};
+        });
     }
 }
 

@@ -4,6 +4,7 @@
 #include "lxcsymbol.h"
 #include "scanner/decoder/decoderconfig.h"
 
+#include <array>
 #include <cstddef>
 #include <span>
 #include <vector>
@@ -32,8 +33,8 @@ public:
         : m_model(model), m_maxDistance(config.Edges().m_iMaxCodeLetterDist)
     {}
 
-    /// Makes the working buffers for images of so many pixels.
-    void Init(int width, int height);
+    /// Makes the working buffers for images of so many rows.
+    void Init(int height);
 
     /// Names the words of all columns. A model whose pattern has no table, or one for code words of another
     /// length, names nothing; nor is a cyclic number given that the 8 bits of an id do not hold.
@@ -53,7 +54,10 @@ private:
     };
     using Column = std::span<ColumnEdge>;
 
-    void CollectColumns(const LxCV::CCTImage& words);
+    /// So many columns are read at a time: their words lie in few cache lines.
+    static constexpr std::size_t kColumns = 32;
+
+    void CollectColumns(const LxCV::CCTImage& words, std::size_t first, std::size_t columns);
     void ReadCodeWords(Column column);
     int CodeWordAt(Column column, std::size_t last) const;
     void NameEdges(Column column) const;
@@ -62,8 +66,8 @@ private:
     const LxCV::LxCPinholeFramework& m_model;
     int m_maxDistance;               ///< rows; edges further apart are not read as successive
     int m_cycle = 0;                 ///< how many cyclic numbers the pattern has
-    std::vector<ColumnEdge> m_edges; ///< column after column
-    std::vector<std::size_t> m_ends; ///< per column: index behind its last edge
+    std::vector<ColumnEdge> m_edges; ///< of some columns, each with room for an edge a row
+    std::array<std::size_t, kColumns> m_counts{};
     std::vector<int> m_lastIds; ///< per edge of a column: cyclic id by the code word that ends there, or 0
 };
 

@@ -46,7 +46,7 @@ void Decoder::Init(int width, int height)
     m_signal.Init(width, height);
     FitWords(width, height);
     m_writer.Init(height);
-    m_reader.Init(width, height);
+    m_reader.Init(height);
     m_tracer.Init(width, height);
     const std::size_t edges = ExpectedEdgePixels(width, height);
     m_edges.resize(edges); // so that their memory is not only reserved

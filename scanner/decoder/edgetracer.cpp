@@ -4,13 +4,13 @@
 #include "lxcpatternposition.h"
 #include "lxcpinholeframework.h"
 #include "lxcstripepattern.h"
+#include "scanner/decoder/flags.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
 #include <new>
-#include <span>
 #include <stdexcept>
 
 namespace decoder {
@@ -68,13 +68,26 @@ void EdgeTracer::Trace(CCTImage& words, std::vector<EdgePixel>& edges)
         const std::span line(Pixels() + std::ptrdiff_t{row} * m_image.GetWidth() + kMargin,
                              static_cast<std::size_t>(width));
         std::memcpy(&words.GetInt32PixelFast(0, row), line.data(), line.size_bytes());
-        for (int column = 0; column < width; ++column) {
-            const LxCLightStripeEdgeSinglePixel pixel = line[static_cast<std::size_t>(column)];
-            if (pixel.IsPartOfATracedLightStripeEdge()) {
-                edges.push_back(
-                    {column, row + static_cast<double>(pixel.GetSubpixelFloat()), pixel.GetLSEdgeIDTraced()});
-            }
+        ListTraced(line, row, edges);
+    }
+}
+
+/// Appends the pixels of traced edges in a row.
+void EdgeTracer::ListTraced(std::span<const LxCLightStripeEdgeSinglePixel> line, int row,
+                            std::vector<EdgePixel>& edges)
+{
+    constexpr std::size_t kBlock = 64;
+    for (std::size_t first = 0; first < line.size(); first += kBlock) {
+        const std::span block = line.subspan(first, std::min(kBlock, line.size() - first));
+        std::array<std::uint8_t, kBlock> isTraced{};
+        for (std::size_t i = 0; i < block.size(); ++i) {
+            isTraced[i] = block[i].IsPartOfATracedLightStripeEdge() ? 1 : 0;
         }
+        ForEachFlag(std::span<const std::uint8_t, kBlock>(isTraced), [&](std::size_t i) {
+            edges.push_back({static_cast<int>(first + i),
+                             row + static_cast<double>(block[i].GetSubpixelFloat()),
+                             block[i].GetLSEdgeIDTraced()});
+        });
     }
 }
 

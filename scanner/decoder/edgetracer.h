@@ -7,6 +7,7 @@
 #include "scanner/decoder/decoderconfig.h"
 
 #include <cstddef>
+#include <span>
 #include <vector>
 
 namespace LxCV {
@@ -52,6 +53,8 @@ public:
 private:
     LxCV::LxCLightStripeEdgeSinglePixel* Pixels();
     void TraceFrom(int column, int row);
+    static void ListTraced(std::span<const LxCV::LxCLightStripeEdgeSinglePixel> line, int row,
+                           std::vector<EdgePixel>& edges);
     int VoteOnNumber(const LxCV::LxCLightStripeEdge& edge);
 
     const LxCV::LxCPinholeFramework& m_model;

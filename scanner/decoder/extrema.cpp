@@ -1,12 +1,11 @@
 // Extrema of the difference between rows with sub-pixel positions.
 #include "scanner/decoder/extrema.h"
 
+#include "scanner/decoder/flags.h"
 #include "vectorunits.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
-#include <cstring>
 #include <stdexcept>
 
 namespace decoder {
@@ -153,25 +152,20 @@ void StepFinder::TakePeaks(const float* rowAbove, std::size_t stride, std::uint3
     }
     const bool isAtEnd = row == 2 || row + 2 == height;
     std::size_t count = m_batch.count;
-    for (std::size_t group = 0; group < kLanes; group += sizeof(std::uint64_t)) {
-        std::uint64_t flags;
-        std::memcpy(&flags, &isPeak[group], sizeof(flags));
-        for (; flags != 0; flags &= flags - 1) {
-            const std::size_t lane = group + static_cast<std::size_t>(std::countr_zero(flags)) / 8;
-            const float* const value = rowAbove + lane;
-            const float difference = value[stride] - value[0];
-            const float sign = std::copysign(1.0F, difference);
-            const float above = sign * (value[0] - *(value - stride));
-            const float below = sign * (value[2 * stride] - value[stride]);
-            m_batch.above[count] = above;
-            m_batch.centre[count] = sign * difference;
-            m_batch.below[count] = below;
-            m_batch.row[count] = row;
-            m_batch.lane[count] = static_cast<std::uint8_t>(lane);
-            m_batch.isRising[count] = difference > 0.0F;
-            count += !isAtEnd || LeansInwards(above, below, row, height) ? 1 : 0;
-        }
-    }
+    ForEachFlag(isPeak, [&](std::size_t lane) {
+        const float* const value = rowAbove + lane;
+        const float difference = value[stride] - value[0];
+        const float sign = std::copysign(1.0F, difference);
+        const float above = sign * (value[0] - *(value - stride));
+        const float below = sign * (value[2 * stride] - value[stride]);
+        m_batch.above[count] = above;
+        m_batch.centre[count] = sign * difference;
+        m_batch.below[count] = below;
+        m_batch.row[count] = row;
+        m_batch.lane[count] = static_cast<std::uint8_t>(lane);
+        m_batch.isRising[count] = difference > 0.0F;
+        count += !isAtEnd || LeansInwards(above, below, row, height) ? 1 : 0;
+    });
     m_batch.count = count;
 }
 
