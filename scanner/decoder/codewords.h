@@ -55,7 +55,7 @@ private:
     using Column = std::span<ColumnEdge>;
 
     /// So many columns are read at a time: their words lie in few cache lines.
-    static constexpr std::size_t kColumns = 32;
+    static constexpr std::size_t kColumns = 64;
 
     void CollectColumns(const LxCV::CCTImage& words, std::size_t first, std::size_t columns);
     void ReadCodeWords(Column column);

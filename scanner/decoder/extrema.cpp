@@ -162,7 +162,7 @@ void StepFinder::TakePeaks(const float* rowAbove, std::size_t stride, std::uint3
         m_batch.centre[count] = sign * difference;
         m_batch.below[count] = below;
         m_batch.row[count] = row;
-        m_batch.lane[count] = static_cast<std::uint8_t>(lane);
+        m_batch.lane[count] = static_cast<std::uint16_t>(lane);
         m_batch.isRising[count] = difference > 0.0F;
         count += !isAtEnd || LeansInwards(above, below, row, height) ? 1 : 0;
     });

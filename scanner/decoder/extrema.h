@@ -33,7 +33,7 @@ class StepFinder
 {
 public:
     /// So many columns are searched at a time: their rows lie in few cache lines, and their steps in the nearer cache.
-    static constexpr int kColumns = 32;
+    static constexpr int kColumns = 64;
 
     /// Makes the working buffers for columns of so many rows.
     void Init(int height);
@@ -55,7 +55,7 @@ public:
 
 private:
     static constexpr std::size_t kLanes = kChannels * static_cast<std::size_t>(kColumns);
-    static constexpr std::size_t kBatch = 512; ///< extrema whose positions are found together
+    static constexpr std::size_t kBatch = 704; ///< extrema whose positions are found together
 
     /// The differences above, at and below some extrema, each times the sign of the one at it.
     struct Batch
@@ -64,7 +64,7 @@ private:
         std::array<float, kBatch> centre;
         std::array<float, kBatch> below;
         std::array<std::uint32_t, kBatch> row;
-        std::array<std::uint8_t, kBatch> lane;
+        std::array<std::uint16_t, kBatch> lane;
         std::array<bool, kBatch> isRising;
         std::size_t count = 0;
     };

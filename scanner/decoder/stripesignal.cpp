@@ -1,6 +1,8 @@
 // Ratio of two images, smoothed.
 #include "scanner/decoder/stripesignal.h"
 
+#include "vectorunits.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -58,13 +60,67 @@ std::optional<ColourMatrix> UnmixingOf(const DecoderConfig& config)
     return matrix;
 }
 
-float RatioOf(float white, float striped, float least)
+[[gnu::always_inline]] inline float RatioOf(float white, float striped, float least)
 {
     const float ratio = striped / white;
     // Comparisons are joined without branches, so that loops over it run on vectors.
     const bool decodable = (white >= least) & (std::abs(ratio) <= kLargestSignal);
     return decodable ? ratio : kUndecodable;
 }
+
+[[gnu::always_inline]] inline void DivideIn(const float* reference, const float* pattern, std::size_t size,
+                                            float least, float* ratios)
+{
+    for (std::size_t i = 0; i < size; ++i) {
+        ratios[i] = RatioOf(reference[i], pattern[i], least);
+    }
+}
+
+/// The same of images whose colours are unmixed first.
+[[gnu::always_inline]] inline void DivideUnmixedIn(const float* reference, const float* pattern,
+                                                   std::size_t size, const ColourMatrix& matrix, float least,
+                                                   float* ratios)
+{
+    const auto [blue, green, red] = matrix;
+    for (std::size_t i = 0; i + kChannels <= size; i += kChannels) {
+        const float white0 = reference[i], white1 = reference[i + 1], white2 = reference[i + 2];
+        const float striped0 = pattern[i], striped1 = pattern[i + 1], striped2 = pattern[i + 2];
+        ratios[i] = RatioOf(blue[0] * white0 + blue[1] * white1 + blue[2] * white2,
+                            blue[0] * striped0 + blue[1] * striped1 + blue[2] * striped2, least);
+        ratios[i + 1] = RatioOf(green[0] * white0 + green[1] * white1 + green[2] * white2,
+                                green[0] * striped0 + green[1] * striped1 + green[2] * striped2, least);
+        ratios[i + 2] = RatioOf(red[0] * white0 + red[1] * white1 + red[2] * white2,
+                                red[0] * striped0 + red[1] * striped1 + red[2] * striped2, least);
+    }
+}
+
+void DivideBasic(const float* reference, const float* pattern, std::size_t size, float least, float* ratios)
+{
+    DivideIn(reference, pattern, size, least, ratios);
+}
+
+void DivideUnmixedBasic(const float* reference, const float* pattern, std::size_t size,
+                        const ColourMatrix& matrix, float least, float* ratios)
+{
+    DivideUnmixedIn(reference, pattern, size, matrix, least, ratios);
+}
+
+#if defined(__x86_64__)
+[[gnu::target("avx2")]] void DivideWide(const float* reference, const float* pattern, std::size_t size,
+                                        float least, float* ratios)
+{
+    DivideIn(reference, pattern, size, least, ratios);
+}
+
+[[gnu::target("avx2")]] void DivideUnmixedWide(const float* reference, const float* pattern, std::size_t size,
+                                               const ColourMatrix& matrix, float least, float* ratios)
+{
+    DivideUnmixedIn(reference, pattern, size, matrix, least, ratios);
+}
+#else
+constexpr auto DivideWide = DivideBasic;
+constexpr auto DivideUnmixedWide = DivideUnmixedBasic;
+#endif
 
 } // namespace
 
@@ -94,23 +150,13 @@ void StripeSignal::Divide(std::span<const float> reference, std::span<const floa
                           const DecoderConfig& config)
 {
     float* const ratios = static_cast<float*>(m_ratio.GetImageDataRaw());
-    const float least = config.minReference;
-    const std::optional<ColourMatrix> unmix = UnmixingOf(config);
-    if (!unmix) {
-        for (std::size_t i = 0; i < reference.size(); ++i) {
-            ratios[i] = RatioOf(reference[i], pattern[i], least);
-        }
-        return;
-    }
-    const ColourMatrix m = *unmix;
-    for (std::size_t i = 0; i + kChannels <= reference.size(); i += kChannels) {
-        const float* const white = &reference[i];
-        const float* const striped = &pattern[i];
-        for (std::size_t c = 0; c < kChannels; ++c) {
-            ratios[i + c] =
-                RatioOf(m[c][0] * white[0] + m[c][1] * white[1] + m[c][2] * white[2],
-                        m[c][0] * striped[0] + m[c][1] * striped[1] + m[c][2] * striped[2], least);
-        }
+    const bool isWide = LxCV::VectorUnits::AreWide();
+    if (const std::optional<ColourMatrix> unmix = UnmixingOf(config)) {
+        const auto divide = isWide ? DivideUnmixedWide : DivideUnmixedBasic;
+        divide(reference.data(), pattern.data(), reference.size(), *unmix, config.minReference, ratios);
+    } else {
+        const auto divide = isWide ? DivideWide : DivideBasic;
+        divide(reference.data(), pattern.data(), reference.size(), config.minReference, ratios);
     }
 }
 
