@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <stdexcept>
+#include <utility>
 
 namespace decoder {
 
@@ -116,22 +117,42 @@ void CodeWordReader::ReadCodeWords(Column column)
     }
 }
 
+/// How many successive code words, the first of which ends at the edge `first`, agree.
+std::size_t CodeWordReader::RunFrom(std::size_t first) const
+{
+    std::size_t end = first + 1;
+    while (end < m_lastIds.size() && m_lastIds[end] == m_lastIds[end - 1] % m_cycle + 1) {
+        ++end;
+    }
+    return end - first;
+}
+
 void CodeWordReader::NameEdges(Column column) const
 {
-    const auto agree = [this](std::size_t upper) {
-        return upper + 1 < m_lastIds.size() && m_lastIds[upper] != kUnnamed &&
-               m_lastIds[upper + 1] == m_lastIds[upper] % m_cycle + 1;
-    };
-    for (std::size_t last = kWindow - 1; last < column.size(); ++last) {
-        if (m_lastIds[last] == kUnnamed || !(agree(last) || agree(last - 1))) {
+    std::size_t last = kWindow - 1;
+    while (last < column.size()) {
+        if (m_lastIds[last] == kUnnamed) {
+            ++last;
             continue;
         }
-        for (std::size_t back = 0; back < kWindow; ++back) {
-            const int id = (m_lastIds[last] - static_cast<int>(back) + m_cycle - 1) % m_cycle + 1;
-            ColumnEdge& edge = column[last - back];
-            edge.cyclicId = edge.cyclicId == kUnnamed || edge.cyclicId == id ? id : kContradicted;
-            ++edge.codeWords;
+        const std::size_t end = last + RunFrom(last);
+        const bool counts = std::cmp_greater_equal(end - last, m_minRun);
+        for (; last < end; ++last) {
+            if (counts) {
+                NameEdgesOf(last, column);
+            }
         }
+    }
+}
+
+/// Names the edges of the code word that ends at the edge `last`.
+void CodeWordReader::NameEdgesOf(std::size_t last, Column column) const
+{
+    for (std::size_t back = 0; back < (m_namesOthers ? kWindow : 1); ++back) {
+        const int id = (m_lastIds[last] - static_cast<int>(back) + m_cycle - 1) % m_cycle + 1;
+        ColumnEdge& edge = column[last - back];
+        edge.cyclicId = edge.cyclicId == kUnnamed || edge.cyclicId == id ? id : kContradicted;
+        ++edge.codeWords;
     }
 }
 

@@ -19,9 +19,10 @@ namespace decoder {
 /// Names the pixels of an image of `LxCExtremum` words by the code that they show.
 ///
 /// Three successive edges of a column give a code word, and the pattern's table gives the cyclic number of its
-/// last edge. A code word counts where the next or the previous code word of the column, which shares two of its
-/// edges, says the same of them: a single wrong symbol makes another code word of the table too often to be
-/// believed alone. An edge that two code words name differently is not named.
+/// last edge. A code word counts as one of a run of successive code words of the column that say the same of the edges
+/// they share, as long as the active preset's `MinNumSymbols` wants: a single wrong symbol makes another code word of
+/// the table too often to be believed alone. With `CheckOtherSymbols` a code word names all its edges, and an edge that
+/// two code words name differently is not named; without, it names the last one only.
 ///
 /// The name goes into the word as untraced id. The continuation flag says that there is a name, the second one
 /// that all three code words that an edge can be part of agree.
@@ -30,7 +31,9 @@ class CodeWordReader
 public:
     /// @param model calibrated, with its pattern's tables for code words of four digits; must outlive the reader
     CodeWordReader(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config)
-        : m_model(model), m_maxDistance(config.Edges().m_iMaxCodeLetterDist)
+        : m_model(model), m_maxDistance(config.Edges().m_iMaxCodeLetterDist),
+          m_minRun(config.algorithm.GetActiveAlgorithmConfig().m_iMinNumSymbols),
+          m_namesOthers(config.algorithm.GetActiveAlgorithmConfig().m_bCheckOtherSymbols)
     {}
 
     /// Makes the working buffers for images of so many rows.
@@ -60,11 +63,15 @@ private:
     void CollectColumns(const LxCV::CCTImage& words, std::size_t first, std::size_t columns);
     void ReadCodeWords(Column column);
     int CodeWordAt(Column column, std::size_t last) const;
+    std::size_t RunFrom(std::size_t first) const;
     void NameEdges(Column column) const;
+    void NameEdgesOf(std::size_t last, Column column) const;
     static void WriteNames(Column column, int index, LxCV::CCTImage& words);
 
     const LxCV::LxCPinholeFramework& m_model;
     int m_maxDistance;               ///< rows; edges further apart are not read as successive
+    int m_minRun;                    ///< code words that must agree
+    bool m_namesOthers;              ///< whether a code word names its first edges, too
     int m_cycle = 0;                 ///< how many cyclic numbers the pattern has
     std::vector<ColumnEdge> m_edges; ///< of some columns, each with room for an edge a row
     std::array<std::size_t, kColumns> m_counts{};

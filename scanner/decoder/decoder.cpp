@@ -51,6 +51,7 @@ void Decoder::Init(int width, int height)
     const std::size_t edges = ExpectedEdgePixels(width, height);
     m_edges.resize(edges); // so that their memory is not only reserved
     m_edges.clear();
+    m_order.Init(width, height, edges);
     m_points.resize(edges);
     m_points.clear();
     if (m_config.useTable && !m_data.Init(width, height, width, height, width, CountEdges(m_model),
@@ -129,6 +130,9 @@ void Decoder::TraceEdges()
 {
     m_edges.clear();
     m_tracer.Trace(m_words, m_edges);
+    if (m_config.algorithm.GetActiveAlgorithmConfig().m_bOrderingConstraint) {
+        m_order.Apply(m_words.GetWidth(), m_edges);
+    }
 }
 
 LxCV::LxCRoi Decoder::GetRegion() const

@@ -5,6 +5,7 @@
 #include "lxc3ddata.h"
 #include "scanner/decoder/codewords.h"
 #include "scanner/decoder/decoderconfig.h"
+#include "scanner/decoder/edgeorder.h"
 #include "scanner/decoder/edgetracer.h"
 #include "scanner/decoder/edgewords.h"
 #include "scanner/decoder/pointcleaning.h"
@@ -45,7 +46,8 @@ public:
     /// Names the pixels of stripe edges by their code words.
     void ReadCodeWords();
 
-    /// Follows the named pixels along the image and numbers the stripe edges.
+    /// Follows the named pixels along the image and numbers the stripe edges. With the active preset's
+    /// `OrderingConstraint` those out of order are dropped.
     void TraceEdges();
 
     /// Triangulates the traced edges whose pixels lie in the measured region. Points outside the working range are left
@@ -96,6 +98,7 @@ private:
     PointCulling m_culling;
     PointCleaning m_cleaning;
     bool m_isReduced;       ///< whether the record is
+    EdgeOrder m_order;
     LxCV::CCTImage m_words; ///< INT32
     std::vector<EdgePixel> m_edges;
     std::vector<MeasuredPoint> m_points;

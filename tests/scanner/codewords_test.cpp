@@ -97,9 +97,9 @@ protected:
     }
 
     /// Reads the words and gives the cyclic number found at each whole row.
-    static std::map<int, int> Read(CCTImage& words)
+    static std::map<int, int> Read(CCTImage& words, const DecoderConfig& config = {})
     {
-        CodeWordReader(*s_model, DecoderConfig()).Read(words);
+        CodeWordReader(*s_model, config).Read(words);
         std::map<int, int> named;
         for (int row = 0; row < kHeight; ++row) {
             if (WordAt(words, row).GetLSEdgeIdUntraced() != 0) {
@@ -210,6 +210,35 @@ TEST_F(CodeWords, FlagNamedEdgesAndThoseThatThreeOfThemName)
         // The two edges at either end belong to one or two code words.
         EXPECT_EQ(word.IsContFlag2(), i >= 2 && i < kCount - 2) << i;
     }
+}
+
+TEST_F(CodeWords, CountInRunsAsLongAsThePresetWants)
+{
+    constexpr std::size_t kFirst = 20;
+    for (const int least : {-1, 0, 1, 2, 3, 5}) {
+        DecoderConfig config;
+        config.algorithm.GetActiveAlgorithmConfig().m_iMinNumSymbols = least;
+        for (std::size_t count = 1; count < 10; ++count) {
+            // So many edges make two code words less.
+            const bool isRun = count >= 3 && static_cast<int>(count) - 2 >= least;
+            CCTImage words = WordsOf(kFirst, count);
+            const auto expected = isRun ? TrueIds(kFirst, count) : std::map<int, int>();
+            EXPECT_EQ(Read(words, config), expected) << least << " " << count;
+        }
+    }
+}
+
+TEST_F(CodeWords, NameTheirLastEdgeOnlyUnlessOtherSymbolsAreChecked)
+{
+    constexpr std::size_t kFirst = 20;
+    constexpr std::size_t kCount = 7;
+    DecoderConfig config;
+    config.algorithm.GetActiveAlgorithmConfig().m_bCheckOtherSymbols = false;
+    CCTImage words = WordsOf(kFirst, kCount);
+    EXPECT_EQ(Read(words, config), TrueIds(kFirst + 2, kCount - 2));
+    config.algorithm.GetActiveAlgorithmConfig().m_bCheckOtherSymbols = true;
+    words = WordsOf(kFirst, kCount);
+    EXPECT_EQ(Read(words, config), TrueIds(kFirst, kCount));
 }
 
 TEST_F(CodeWords, AreSilentOnAnEmptyImage)

@@ -2,11 +2,16 @@
 
 #include "cctimage.h"
 #include "orx/logging/logger.h"
+#include "vectorunits.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <random>
 #include <stdexcept>
 
 namespace decoder {
@@ -60,6 +65,37 @@ TEST(StripeSignal, TheCouplingOfTheColoursIsUndoneInBothImages)
     EXPECT_NEAR(signal.At(LxCColorValueFloat::eBlue, 3, 2), 0.5F, kRounding);
     EXPECT_NEAR(signal.At(LxCColorValueFloat::eGreen, 3, 2), 0.25F, kRounding);
     EXPECT_NEAR(signal.At(LxCColorValueFloat::eRed, 3, 2), 0.75F, kRounding);
+}
+
+TEST(StripeSignal, IsTheSameBitForBitOnBasicVectors)
+{
+    constexpr int kOdd = 37;
+    std::mt19937 random(4);
+    CCTImage reference(kOdd, kOdd, LxCV::CCTImage::eIDT_FLOAT32_3, 0.0F);
+    CCTImage pattern(reference);
+    for (CCTImage* image : {&reference, &pattern}) {
+        for (int row = 0; row < kOdd; ++row) {
+            for (int column = 0; column < kOdd; ++column) {
+                const auto grey = [&random] { return static_cast<float>(random() % 256); };
+                image->GetFloat3Fast(column, row) = LxCFloat3(grey(), grey(), grey());
+            }
+        }
+    }
+    DecoderConfig config;
+    for (int coupled = 0; coupled < 2; ++coupled) {
+        StripeSignal wide, basic;
+        wide.Compute(reference, pattern, config);
+        {
+            const LxCV::VectorUnits::CBasicOnly basicOnly;
+            basic.Compute(reference, pattern, config);
+        }
+        EXPECT_TRUE(std::ranges::equal(wide.Values(), basic.Values(), [](float a, float b) {
+            return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b) ||
+                   (std::isnan(a) && std::isnan(b));
+        }));
+        EXPECT_TRUE(std::ranges::any_of(wide.Values(), [](float value) { return value > 0.0F; }));
+        config.algorithm.SetCameraProjectorCoupling(0.8F, 0.1F, 0.1F, 0.1F, 0.8F, 0.1F, 0.1F, 0.1F, 0.8F);
+    }
 }
 
 TEST(StripeSignal, ACouplingWithoutInverseIsNoCoupling)
