@@ -21,9 +21,9 @@ float StepContrast(const StripeSignal& signal, const EdgePixel& edge)
     }
     float contrast = 0.0F;
     for (std::size_t i = 0; i < kChannels; ++i) {
-        const auto values = signal.Column(static_cast<LxCV::LxCColorValueFloat::EColor>(i), edge.column);
-        const float step = std::abs(values[static_cast<std::size_t>(row + kDistance)] -
-                                    values[static_cast<std::size_t>(row - kDistance)]);
+        const auto channel = static_cast<LxCV::LxCColorValueFloat::EColor>(i);
+        const float step = std::abs(signal.At(channel, edge.column, row + kDistance) -
+                                    signal.At(channel, edge.column, row - kDistance));
         contrast = step > contrast ? step : contrast; // what is not a number is not larger
     }
     return std::min(contrast, 1.0F);
