@@ -97,7 +97,7 @@ private:
     EdgeTracer m_tracer;
     PointCulling m_culling;
     PointCleaning m_cleaning;
-    bool m_isReduced;       ///< whether the record is
+    bool m_isReduced; ///< whether the record is
     EdgeOrder m_order;
     LxCV::CCTImage m_words; ///< INT32
     std::vector<EdgePixel> m_edges;
