@@ -170,6 +170,10 @@ void Decoder::FindPoints(const PointTable* table)
     m_points.clear();
     m_points.reserve(m_edges.size());
     const LxCV::LxCRoi region = GetRegion();
+    const int firstColumn = region.GetLeftCol();
+    const int endColumn = region.GetEndCol();
+    const double topRow = region.GetTopRow();
+    const double endRow = region.GetEndRow();
     const double nearest = m_model.GetMinZc();
     const double farthest = m_model.GetMaxZc();
     for (std::size_t i = 0; i < m_edges.size(); ++i) {
@@ -177,7 +181,8 @@ void Decoder::FindPoints(const PointTable* table)
             table->Announce(m_edges[i + kAhead]);
         }
         const EdgePixel& edge = m_edges[i];
-        if (!region.Contains(edge.column, edge.row + kHalfPixel)) {
+        const double border = edge.row + kHalfPixel; // as a pixel's row reaches from one border to the next
+        if (edge.column < firstColumn || edge.column >= endColumn || !(border >= topRow && border < endRow)) {
             continue;
         }
         LxC3DCoordsCCT position;

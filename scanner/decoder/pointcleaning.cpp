@@ -4,8 +4,6 @@
 #include "lxccclalgoconfig.h"
 #include "lxclxcvlibsettings.h"
 
-#include "scanner/decoder/edgewords.h"
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -27,6 +25,13 @@ std::size_t AreaOf(int width, int height, int margin)
 int WholeRow(const MeasuredPoint& point)
 {
     return static_cast<int>(point.edge.row);
+}
+
+void MoveTo(std::vector<MeasuredPoint>& points, std::size_t to, std::size_t from)
+{
+    if (to != from) {
+        points[to] = points[from];
+    }
 }
 
 struct Vector
@@ -66,7 +71,6 @@ void PointCleaning::Init(int width, int height, int edges)
     }
     m_least.resize(static_cast<std::size_t>(width + 2 * kReach));
     m_lines.assign(m_least.size() * kWindow, kNoDepth);
-    m_isBesideNearer.reserve(ExpectedEdgePixels(std::max(width, 1), std::max(height, 1)));
     for (std::vector<float>* const values : {&m_grid.x, &m_grid.y, &m_grid.z, &m_grid.isThere}) {
         values->assign(AreaOf(width, edges, kMargin), 0.0F);
     }
@@ -92,38 +96,35 @@ std::size_t PointCleaning::PlaceOf(const EdgePixel& edge) const
 void PointCleaning::Clean(int width, int height, int edges, std::vector<MeasuredPoint>& points)
 {
     Init(width, height, edges);
-    std::erase_if(points, [this](const MeasuredPoint& point) { return !Has(point.edge); });
-    Place(points);
-    JudgeNormals();
-    JudgeSteps(points);
-    std::size_t kept = 0;
+    std::size_t inside = 0;
+    std::ranges::fill(m_grid.isThere, 0.0F);
     for (std::size_t i = 0; i < points.size(); ++i) {
-        if (m_isBesideNearer[i] == 0 && m_isClear[PlaceOf(points[i].edge)] != 0) {
-            points[kept++] = points[i];
+        if (Has(points[i].edge)) {
+            Place(points[i]);
+            MoveTo(points, inside++, i);
         }
     }
-    points.resize(kept);
+    points.resize(inside);
+    JudgeNormals();
+    RemoveUnclear(points);
 }
 
-void PointCleaning::Place(const std::vector<MeasuredPoint>& points)
+void PointCleaning::Place(const MeasuredPoint& point)
 {
-    std::ranges::fill(m_grid.isThere, 0.0F);
-    for (const auto& [edge, position] : points) {
-        const std::size_t place = PlaceOf(edge);
-        m_grid.x[place] = static_cast<float>(position.x);
-        m_grid.y[place] = static_cast<float>(position.y);
-        m_grid.z[place] = static_cast<float>(position.z);
-        m_grid.isThere[place] = 1.0F;
-    }
+    const std::size_t place = PlaceOf(point.edge);
+    m_grid.x[place] = static_cast<float>(point.position.x);
+    m_grid.y[place] = static_cast<float>(point.position.y);
+    m_grid.z[place] = static_cast<float>(point.position.z);
+    m_grid.isThere[place] = 1.0F;
 }
 
-/// Goes down the image with the depths of as many rows at hand as a window has.
-void PointCleaning::JudgeSteps(const std::vector<MeasuredPoint>& points)
+/// Goes down the image with the depths of as many rows at hand as a window has, and closes the gaps of what it leaves out.
+void PointCleaning::RemoveUnclear(std::vector<MeasuredPoint>& points)
 {
-    m_isBesideNearer.resize(points.size());
     std::ranges::fill(m_lines, kNoDepth);
     std::size_t entering = 0;
     std::size_t judged = 0;
+    std::size_t kept = 0;
     for (int row = -kReach; row < m_height && judged < points.size(); ++row) {
         const std::span line = Line(row + kReach);
         std::ranges::fill(line, kNoDepth);
@@ -135,13 +136,21 @@ void PointCleaning::JudgeSteps(const std::vector<MeasuredPoint>& points)
             continue;
         }
         FindLeastOfColumns();
-        for (; judged < points.size() && WholeRow(points[judged]) <= row; ++judged) {
-            const float* const window = &m_least[static_cast<std::size_t>(points[judged].edge.column)];
-            const float nearest = *std::min_element(window, window + kWindow);
-            const float step = static_cast<float>(points[judged].position.z) - nearest;
-            m_isBesideNearer[judged] = static_cast<std::uint8_t>(step > m_maxStep);
+        for (; judged < entering && WholeRow(points[judged]) <= row; ++judged) {
+            if (IsClear(points[judged])) {
+                MoveTo(points, kept++, judged);
+            }
         }
     }
+    points.resize(kept);
+}
+
+/// Whether a point of the row in the middle of the window stays.
+bool PointCleaning::IsClear(const MeasuredPoint& point) const
+{
+    const float* const window = &m_least[static_cast<std::size_t>(point.edge.column)];
+    const float step = static_cast<float>(point.position.z) - *std::min_element(window, window + kWindow);
+    return !(step > m_maxStep) && m_isClear[PlaceOf(point.edge)] != 0;
 }
 
 /// The depths of a row of pixels, with a margin at either side, in place of those of the row that leaves the window.

@@ -57,9 +57,10 @@ private:
 
     bool Has(const EdgePixel& edge) const;
     std::size_t PlaceOf(const EdgePixel& edge) const;
-    void Place(const std::vector<MeasuredPoint>& points);
+    void Place(const MeasuredPoint& point);
     void JudgeNormals();
-    void JudgeSteps(const std::vector<MeasuredPoint>& points);
+    void RemoveUnclear(std::vector<MeasuredPoint>& points);
+    bool IsClear(const MeasuredPoint& point) const;
     std::span<float> Line(int row);
     void FindLeastOfColumns();
 
@@ -73,7 +74,6 @@ private:
     std::vector<std::int32_t> m_isClear; ///< by place in the grid: whether the surface there is seen well
     std::vector<float> m_lines; ///< mm; depths of a window's rows, the largest float where there are none
     std::vector<float> m_least; ///< mm; the least depth of each column of them
-    std::vector<std::uint8_t> m_isBesideNearer; ///< by point: whether it is on the far side of a jump
 };
 
 } // namespace decoder
