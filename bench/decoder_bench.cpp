@@ -2,7 +2,10 @@
 #include "scanner/decoder/decoder.h"
 
 #include "lxccctserializer.h"
+#include "lxcframegrabberreqs.h"
+#include "lxcimagedata.h"
 #include "lxcpinholeframework.h"
+#include "scanner/calibration/devicecoupling.h"
 #include "scanner/device/scene.h"
 #include "scanner/device/virtualdevice.h"
 
@@ -140,7 +143,42 @@ void DecodeRecord(benchmark::State& state)
 }
 BENCHMARK(DecodeRecord)->Unit(benchmark::kMillisecond);
 
-/// As a running scanner does it.
+/// As a running scanner does it, whose images are bytes, and whose colours are coupled.
+void DecodeRawPairToRecord(benchmark::State& state)
+{
+    CCTImage reference = View(TheMolar().pair.reference);
+    CCTImage pattern = View(TheMolar().pair.pattern);
+    const int width = reference.GetWidth();
+    const int height = reference.GetHeight();
+    CCTImage rawReference(width, height, CCTImage::eIDT_BGRU8, true, nullptr);
+    CCTImage rawPattern(width, height, CCTImage::eIDT_BGRU8, true, nullptr);
+    reference.ConvertToBGRU8(&rawReference, false);
+    pattern.ConvertToBGRU8(&rawPattern, false);
+    LxCV::LxCFrameGrabberReqs requirements;
+    requirements.SetMirrorChannelsSettings(true, CCTImage::eMM_None, CCTImage::eMM_None, CCTImage::eMM_None);
+    LxCV::LxCImageData images;
+    images.Init(width, height, width, height, nullptr, CCTImage::eIDT_BGRU8);
+    decoder::DecoderConfig config;
+    config.useTable = true;
+    calibration::SetCoupling(device::OpticsParameters(), config.algorithm);
+    decoder::Decoder decoder(TheMolar().model, config);
+    decoder.Init(width, height);
+    for (auto _ : state) {
+        images.SetRawImages(&rawPattern, &rawReference);
+        requirements.ConvertImage(images.GetRawPatImg(), images.GetPatImg());
+        requirements.ConvertImage(images.GetRawRefImg(), images.GetRefImg());
+        decoder.ComputeSignal(*images.GetRefImg(), *images.GetPatImg());
+        decoder.FindEdges();
+        decoder.ReadCodeWords();
+        decoder.TraceEdges();
+        decoder.Triangulate();
+        decoder.Deliver(*images.GetRefImg());
+    }
+    state.counters["points"] = static_cast<double>(decoder.GetPoints().size());
+}
+BENCHMARK(DecodeRawPairToRecord)->Unit(benchmark::kMillisecond);
+
+/// The same from floats, with colours that are not coupled.
 void DecodePairToRecord(benchmark::State& state)
 {
     Decoding decoding(true);

@@ -12,6 +12,7 @@
 #include "scanner/app/measuringmodel.h"
 #include "scanner/app/processmemory.h"
 #include "scanner/app/scanoutput.h"
+#include "scanner/calibration/devicecoupling.h"
 #include "scanner/calibration/modelreading.h"
 
 #include <iomanip>
@@ -32,15 +33,17 @@ struct LiveSource
     std::unique_ptr<LxCV::LxAFrameGrabber> grabber;
     std::unique_ptr<LxCPinholeFramework> model;
     std::string modelName; ///< for messages
+    decoder::DecoderConfig config{};
 };
 
 LiveSource OpenVirtualSource(const LiveOptions& options)
 {
     std::unique_ptr<acquisition::VirtualFrameGrabber> grabber = OpenVirtual(options.pair);
     LiveSource source{nullptr, nullptr, "the virtual device"};
+    const device::VirtualDevice& device = *grabber->GetRendering()->device;
+    calibration::SetCoupling(device.Parameters().optics, source.config.algorithm);
     if (options.model.empty()) {
-        source.model =
-            calibration::ReadModel(grabber->GetRendering()->device->ParameterText(kModelRoot), kModelRoot);
+        source.model = calibration::ReadModel(device.ParameterText(kModelRoot), kModelRoot);
     }
     source.grabber = std::move(grabber);
     return source;
@@ -66,7 +69,7 @@ RawFormat FormatOf(const LiveOptions& options)
 
 LiveSource OpenSimulatedSource(const LiveOptions& options)
 {
-    return {OpenReplay(FormatOf(options), {options.reference, options.pattern}), nullptr, ""};
+    return {OpenReplay(FormatOf(options), {options.reference, options.pattern}), nullptr, "", {}};
 }
 
 LiveSource Open(const LiveOptions& options)
@@ -146,13 +149,12 @@ void PrintTotalsAsJson(const LiveOptions& options, const LiveTotals& totals, nlo
 void RunLiveScan(const LiveOptions& options, std::ostream& out)
 {
     RequireInputsStay(options);
-    const LiveSource source = Open(options);
+    LiveSource source = Open(options);
     const int width = source.grabber->GetWidth();
     const int height = source.grabber->GetHeight();
     RequireCalibrated(*source.model, source.modelName, width, height);
-    decoder::DecoderConfig config;
-    config.useTable = !options.exact;
-    decoder::Decoder decoder(*source.model, config);
+    source.config.useTable = !options.exact;
+    decoder::Decoder decoder(*source.model, source.config);
     decoder.Init(width, height);
 
     acquisition::ImagePair images;
