@@ -91,8 +91,7 @@ public:
 private:
     void Add(SurfaceTriangle triangle)
     {
-        const auto [nearest, farthest] =
-            std::ranges::minmax({triangle[0][2], triangle[1][2], triangle[2][2]});
+        const auto [nearest, farthest] = std::minmax({triangle[0][2], triangle[1][2], triangle[2][2]});
         const Vector normal = NormalOf(triangle);
         // Also false for points that are nowhere.
         if (!(farthest - nearest <= m_depthStep) || !(Dot(normal, normal) > 0.0)) {

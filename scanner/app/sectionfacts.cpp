@@ -24,7 +24,7 @@ namespace {
 using Sections = std::vector<calibration::ModelSection>;
 
 /// Longer texts are no section texts of this system, and would take much memory.
-constexpr std::size_t kLongestSections = std::size_t{16} << 20;
+constexpr std::size_t kLongestSections = std::size_t{2} << 20;
 
 /// The first line that is neither empty nor a comment.
 std::string_view FirstLine(std::string_view text)

@@ -33,8 +33,9 @@ int CountEdges(const LxCV::LxCPinholeFramework& model)
 } // namespace
 
 Decoder::Decoder(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config)
-    : m_model(model), m_config(config), m_writer(config), m_reader(model, config), m_tracer(model, config),
-      m_culling(m_config.algorithm), m_cleaning(m_config.algorithm),
+    : m_model(model), m_config(config), m_unmixing(UnmixingOf(config)), m_writer(config),
+      m_reader(model, config), m_tracer(model, config), m_culling(m_config.algorithm),
+      m_cleaning(m_config.algorithm),
       m_isReduced(LxCV::LxCLxCVLibSettings::IsReduced(ActivePreset(m_config).m_eReduceData))
 {}
 
@@ -112,7 +113,7 @@ void Decoder::FitWords(int width, int height)
 
 void Decoder::ComputeSignal(const CCTImage& reference, const CCTImage& pattern)
 {
-    m_signal.Compute(reference, pattern, m_config);
+    m_signal.Compute(reference, pattern, m_config, m_unmixing);
 }
 
 void Decoder::FindEdges()
@@ -199,6 +200,9 @@ void Decoder::FindPoints(const PointTable* table)
 
 void Decoder::Deliver(const CCTImage& reference)
 {
+    if (!reference.IsValid() || reference.GetDataType() != CCTImage::eIDT_FLOAT32_3) {
+        throw std::invalid_argument("colours are delivered from a float colour image");
+    }
     FitRecord(m_signal.GetWidth(), m_signal.GetHeight());
     const bool isSmoothed = ActivePreset(m_config).m_bSmoothReducedData;
     FillRecord(m_points, reference, isSmoothed, m_data.GetScanData());

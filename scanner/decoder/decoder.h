@@ -14,6 +14,7 @@
 #include "scanner/decoder/stripesignal.h"
 #include "scanner/decoder/tablelookup.h"
 
+#include <optional>
 #include <vector>
 
 namespace decoder {
@@ -59,7 +60,7 @@ public:
     /// normals, and their qualities, if the configuration asks for them. The active preset tells whether the record is
     /// reduced and smoothed; see `FillRecord` and `FillQualities`.
     /// @param reference the image that the signal was computed from
-    /// @throws std::bad_alloc
+    /// @throws std::invalid_argument for an image of another type or without pixels, std::bad_alloc
     void Deliver(const LxCV::CCTImage& reference);
 
     /// The part of the image in which points are measured: that of the active preset, see `MeasuredRegion`. A position
@@ -91,6 +92,7 @@ private:
 
     const LxCV::LxCPinholeFramework& m_model;
     DecoderConfig m_config;
+    std::optional<ColourMatrix> m_unmixing; ///< of the colours of the images
     StripeSignal m_signal;
     EdgeWordWriter m_writer;
     CodeWordReader m_reader;

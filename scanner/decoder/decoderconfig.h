@@ -22,7 +22,8 @@ inline LxCV::LxCCCLAlgoConfig AlgorithmDefaults()
 /// about 1 where the stripe carries the colour, near 0 where it does not.
 struct DecoderConfig
 {
-    /// A pixel whose reference image is darker than this in any channel is not decoded; grey levels of 255.
+    /// A pixel whose reference image is darker than this in a channel is not decoded there; grey levels of 255, where
+    /// colours are coupled those of the unmixed light.
     float minReference = 12.0F;
 
     /// An extremum must exceed this signal step from one row to the next; signal units.

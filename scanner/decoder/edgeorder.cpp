@@ -19,6 +19,7 @@ void EdgeOrder::Init(int width, int height, std::size_t edges)
 
 void EdgeOrder::Apply(int width, std::vector<EdgePixel>& edges)
 {
+    std::erase_if(edges, [width](const EdgePixel& edge) { return edge.column < 0 || edge.column >= width; });
     if (IsInOrder(width, edges)) {
         return;
     }

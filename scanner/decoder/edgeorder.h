@@ -21,7 +21,7 @@ public:
     /// Makes the working buffers for images of so many pixels, with so many pixels of edges.
     void Init(int width, int height, std::size_t edges);
 
-    /// @param edges by ascending row; the columns from 0 to below `width`. What stays keeps its order
+    /// @param edges by ascending row. What stays keeps its order; columns from `width` on and negative ones do not stay
     void Apply(int width, std::vector<EdgePixel>& edges);
 
 private:

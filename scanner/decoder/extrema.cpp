@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 
 namespace decoder {
@@ -43,6 +44,14 @@ void MarkPeaksBasic(const float* row, std::size_t stride, float least, std::size
 /// What keeps a flat top from dividing by 0; of the middle root, far below what noise makes of a curvature.
 constexpr float kLeastCurvature = 1e-6F;
 
+/// 0 of what is not above 0. Differences count as the largest float at most, so that vertices are finite.
+[[gnu::always_inline]] inline float EighthRoot(float value)
+{
+    constexpr float kMost = std::numeric_limits<float>::max();
+    const float positive = value > 0.0F ? value : 0.0F;
+    return std::sqrt(std::sqrt(std::sqrt(positive < kMost ? positive : kMost)));
+}
+
 /// The vertices of parabolas through the eighth roots of three differences each, in 1/64 rows below the row above the
 /// middle one; rounded.
 [[gnu::always_inline]] inline void FindVerticesOf(const float* aboves, const float* centres,
@@ -51,11 +60,9 @@ constexpr float kLeastCurvature = 1e-6F;
 {
     constexpr float kFactor = LxCEdgePosition::m_scfSubpixFactor;
     for (std::size_t i = 0; i < count; ++i) {
-        // The sums are twice a positive value and 0 for a negative one, without a branch, so that the loop runs on
-        // vectors.
-        const float above = std::sqrt(std::sqrt(std::sqrt((aboves[i] + std::abs(aboves[i])) * 0.5F)));
-        const float centre = std::sqrt(std::sqrt(std::sqrt((centres[i] + std::abs(centres[i])) * 0.5F)));
-        const float below = std::sqrt(std::sqrt(std::sqrt((belows[i] + std::abs(belows[i])) * 0.5F)));
+        const float above = EighthRoot(aboves[i]);
+        const float centre = EighthRoot(centres[i]);
+        const float below = EighthRoot(belows[i]);
         // Below 0 also where the roots round to one number. The vertex lies within half a row.
         const float curvature = above + below - (centre + centre) - kLeastCurvature * centre;
         const float vertex = (above - below) / curvature * 0.5F;

@@ -48,8 +48,7 @@ public:
     /// How many columns were searched.
     int GetNumColumns() const { return m_columns; }
 
-    /// The steps of all channels in a column, counted from the first one searched, by ascending position; of several
-    /// at one position blue before green before red.
+    /// The steps of all channels in a column, counted from the first one searched, by ascending position.
     /// @throws std::out_of_range for a column that was not searched
     std::span<const ChannelStep> StepsOf(int column) const;
 

@@ -14,7 +14,8 @@ namespace {
 
 constexpr int kReach = 3; ///< pixels; how far a near surface is felt beside it
 constexpr int kWindow = 2 * kReach + 1;
-constexpr int kMargin = 1; ///< places on each side of the grid without points
+constexpr int kMostEdges = 256; ///< numbers of 8 bits, which traced edges have
+constexpr int kMargin = 1;      ///< places on each side of the grid without points
 constexpr float kNoDepth = std::numeric_limits<float>::max();
 
 std::size_t AreaOf(int width, int height, int margin)
@@ -66,6 +67,7 @@ PointCleaning::PointCleaning(const LxCV::LxCCCLAlgoConfig& config)
 
 void PointCleaning::Init(int width, int height, int edges)
 {
+    edges = std::min(edges, kMostEdges);
     if (width == m_width && height == m_height && edges == m_edges) {
         return;
     }
@@ -95,6 +97,9 @@ std::size_t PointCleaning::PlaceOf(const EdgePixel& edge) const
 
 void PointCleaning::Clean(int width, int height, int edges, std::vector<MeasuredPoint>& points)
 {
+    if (points.empty()) {
+        return;
+    }
     Init(width, height, edges);
     std::size_t inside = 0;
     std::ranges::fill(m_grid.isThere, 0.0F);

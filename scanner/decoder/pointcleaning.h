@@ -37,7 +37,7 @@ public:
 
     /// Makes the working buffers. `Clean` does so for sizes that are not theirs.
     /// @param width, height pixels of the image, not negative
-    /// @param edges         numbers of stripe edges, from 0; not negative
+    /// @param edges         numbers of stripe edges, from 0; not negative. More than 256 count as so many
     void Init(int width, int height, int edges);
 
     /// @param points finite positions before the camera, by ascending whole row; their order stays. Those outside of the

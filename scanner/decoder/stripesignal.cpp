@@ -36,10 +36,8 @@ void FitSize(CCTImage& image, int width, int height)
     }
 }
 
-/// Rows and columns in the order of the pixels' channels: blue, green, red.
-using ColourMatrix = std::array<std::array<float, kChannels>, kChannels>;
+} // namespace
 
-/// What undoes the coupling of the colours; nothing where they are not coupled.
 std::optional<ColourMatrix> UnmixingOf(const DecoderConfig& config)
 {
     std::array<float, kChannels * kChannels>
@@ -59,6 +57,8 @@ std::optional<ColourMatrix> UnmixingOf(const DecoderConfig& config)
     }
     return matrix;
 }
+
+namespace {
 
 [[gnu::always_inline]] inline float RatioOf(float white, float striped, float least)
 {
@@ -124,6 +124,11 @@ constexpr auto DivideUnmixedWide = DivideUnmixedBasic;
 
 } // namespace
 
+void StripeSignal::Compute(const CCTImage& reference, const CCTImage& pattern, const DecoderConfig& config)
+{
+    Compute(reference, pattern, config, UnmixingOf(config));
+}
+
 void StripeSignal::Init(int width, int height)
 {
     m_width = 0;
@@ -132,7 +137,8 @@ void StripeSignal::Init(int width, int height)
     FitSize(m_smoothed, width, height);
 }
 
-void StripeSignal::Compute(const CCTImage& reference, const CCTImage& pattern, const DecoderConfig& config)
+void StripeSignal::Compute(const CCTImage& reference, const CCTImage& pattern, const DecoderConfig& config,
+                           const std::optional<ColourMatrix>& unmixing)
 {
     if (!reference.IsValid() || !pattern.IsValid() ||
         reference.GetDataType() != LxCV::CCTImage::eIDT_FLOAT32_3 ||
@@ -140,23 +146,23 @@ void StripeSignal::Compute(const CCTImage& reference, const CCTImage& pattern, c
         throw std::invalid_argument("the stripe signal needs two float colour images of one size");
     }
     Init(reference.GetWidth(), reference.GetHeight());
-    Divide(FloatsOf(reference), FloatsOf(pattern), config);
+    Divide(FloatsOf(reference), FloatsOf(pattern), config.minReference, unmixing);
     Smooth(config.Edges());
     m_width = reference.GetWidth();
     m_height = reference.GetHeight();
 }
 
 void StripeSignal::Divide(std::span<const float> reference, std::span<const float> pattern,
-                          const DecoderConfig& config)
+                          float minReference, const std::optional<ColourMatrix>& unmixing)
 {
     float* const ratios = static_cast<float*>(m_ratio.GetImageDataRaw());
     const bool isWide = LxCV::VectorUnits::AreWide();
-    if (const std::optional<ColourMatrix> unmix = UnmixingOf(config)) {
+    if (unmixing) {
         const auto divide = isWide ? DivideUnmixedWide : DivideUnmixedBasic;
-        divide(reference.data(), pattern.data(), reference.size(), *unmix, config.minReference, ratios);
+        divide(reference.data(), pattern.data(), reference.size(), *unmixing, minReference, ratios);
     } else {
         const auto divide = isWide ? DivideWide : DivideBasic;
-        divide(reference.data(), pattern.data(), reference.size(), config.minReference, ratios);
+        divide(reference.data(), pattern.data(), reference.size(), minReference, ratios);
     }
 }
 

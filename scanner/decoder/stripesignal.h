@@ -5,19 +5,28 @@
 #include "lxccolorvaluefloat.h"
 #include "scanner/decoder/decoderconfig.h"
 
+#include <array>
 #include <cstddef>
+#include <optional>
 #include <span>
 
 namespace decoder {
 
 inline constexpr std::size_t kChannels = 3;
 
+/// Rows and columns in the order of the pixels' channels: blue, green, red.
+using ColourMatrix = std::array<std::array<float, kChannels>, kChannels>;
+
+/// What undoes the configuration's coupling of projector and camera; nothing where it is the identity. A coupling
+/// without an inverse counts as the identity, and leaves a line in the log.
+std::optional<ColourMatrix> UnmixingOf(const DecoderConfig& config);
+
 /// The ratio of pattern to reference image per colour channel, smoothed by `LxCV::CCTImage::Smooth` with mode and
 /// kernel of the edge detection's configuration.
 ///
 /// Where the configuration's coupling of projector and camera is not the identity, both images are first taken through
 /// its inverse: what is divided then is the light of one colour of the slide, not what a colour of the sensor takes.
-/// The scale of the coupling does not matter to the ratio.
+/// The scale of the coupling does not matter to the ratio, but the least reference is one of unmixed light.
 ///
 /// Dark places read as undecodable, as do those
 /// whose ratio no image of grey levels can have, and all that the smoothing kernel mixes with one of them. So do the
@@ -35,6 +44,10 @@ public:
     ///         that the library does not know; the signal is empty then
     void Compute(const LxCV::CCTImage& reference, const LxCV::CCTImage& pattern, const DecoderConfig& config);
 
+    /// The same with what `UnmixingOf` gave for the configuration.
+    void Compute(const LxCV::CCTImage& reference, const LxCV::CCTImage& pattern, const DecoderConfig& config,
+                 const std::optional<ColourMatrix>& unmixing);
+
     int GetWidth() const { return m_width; }
     int GetHeight() const { return m_height; }
 
@@ -46,8 +59,8 @@ public:
     float At(LxCV::LxCColorValueFloat::EColor channel, int column, int row) const;
 
 private:
-    void Divide(std::span<const float> reference, std::span<const float> pattern,
-                const DecoderConfig& config);
+    void Divide(std::span<const float> reference, std::span<const float> pattern, float minReference,
+                const std::optional<ColourMatrix>& unmixing);
     void Smooth(const LxCV::LxCEdgeDetectionConfig& config);
     void BlankBorderRows(int rows);
 

@@ -12,11 +12,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <iterator>
 #include <limits>
+#include <map>
 #include <memory>
 #include <new>
 #include <random>
@@ -305,6 +307,45 @@ TEST_F(DecoderOnADevice, GivesQualitiesWhereTheConfigurationAsksForThem)
         ASSERT_GE(quality, config.minGradient) << "no edge is found by less";
         ASSERT_LE(quality, 1.0F);
     }
+}
+
+TEST_F(DecoderOnADevice, DeliversColoursOfFloatImagesOnly)
+{
+    Decoder decoder(*m_model);
+    Decode(decoder, Wrap(s_pair->reference), Wrap(s_pair->pattern));
+    const int width = s_pair->reference.width;
+    const int height = s_pair->reference.height;
+    const CCTImage bytes(width, height, CCTImage::eIDT_BGRU8, true, nullptr);
+    const CCTImage hollow(width, height, CCTImage::eIDT_FLOAT32_3, false, nullptr);
+    EXPECT_THROW(decoder.Deliver(bytes), std::invalid_argument);
+    EXPECT_THROW(decoder.Deliver(hollow), std::invalid_argument);
+}
+
+TEST_F(DecoderOnADevice, DropsEdgesOutOfOrderWhereThePresetWantsIt)
+{
+    // The lower part of the image stands above the upper one: the numbers fall once in each column.
+    device::ImageF reference = s_pair->reference;
+    device::ImageF pattern = s_pair->pattern;
+    for (device::ImageF* const image : {&reference, &pattern}) {
+        const std::ptrdiff_t rows = image->height / 3;
+        std::rotate(image->data.begin(), image->data.begin() + rows * image->width * 3, image->data.end());
+    }
+    std::array<std::size_t, 2> disordered{};
+    for (const bool isWanted : {false, true}) {
+        DecoderConfig config;
+        config.algorithm.GetActiveAlgorithmConfig().m_bOrderingConstraint = isWanted;
+        Decoder decoder(*m_model, config);
+        Decode(decoder, Wrap(reference), Wrap(pattern));
+        std::map<int, int> lowest;
+        for (const EdgePixel& edge : decoder.GetEdgePixels()) {
+            int& last = lowest[edge.column];
+            disordered[isWanted ? 1 : 0] += edge.stripeEdge <= last ? 1 : 0;
+            last = edge.stripeEdge;
+        }
+        EXPECT_GT(decoder.GetEdgePixels().size(), 1000U);
+    }
+    EXPECT_GT(disordered[0], 0U);
+    EXPECT_EQ(disordered[1], 0U);
 }
 
 TEST_F(DecoderOnADevice, DeliversEachPointInItsRecord)

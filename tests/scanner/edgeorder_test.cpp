@@ -75,6 +75,14 @@ TEST(EdgeOrder, LooksAtEachColumnAlone)
     EXPECT_TRUE(std::ranges::is_sorted(edges, {}, &EdgePixel::row));
 }
 
+TEST(EdgeOrder, KeepsNothingBesideTheImage)
+{
+    std::vector<EdgePixel> edges{{5, 0.0, 3}, {-1, 1.0, 2}, {0, 2.0, 9}, {0, 3.0, 8}};
+    EdgeOrder().Apply(1, edges);
+    EXPECT_EQ(edges.size(), 1U);
+    EXPECT_EQ(NumbersOf(edges), (std::vector<int>{8}));
+}
+
 /// The length of the longest rising choice among all choices.
 int LongestRise(const std::vector<int>& numbers)
 {

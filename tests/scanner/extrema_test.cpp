@@ -137,6 +137,16 @@ TEST(FindSteps, GivesNoStepNextToUndecodableRows)
     EXPECT_TRUE(StepsOf(signal).empty());
 }
 
+TEST(FindSteps, SurvivesInfiniteSignals)
+{
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    for (const float end : {kInfinity, -kInfinity}) {
+        for (const ChannelStep& step : StepsOf({0.0F, 0.0F, end, 0.0F, 0.0F, 1.0F, end, end, 0.0F, 0.0F})) {
+            EXPECT_LT(step.position.GetPixelAndSubpixelPos(), 10U * 64U);
+        }
+    }
+}
+
 TEST(FindSteps, TakesSignalsOfAnyLength)
 {
     for (std::size_t length = 0; length < 6; ++length) {
