@@ -14,9 +14,9 @@ LxCVLib = {
 
     -- Whether stripe edges must appear in the order of the slide.
     OrderingConstraint = true,
-    -- Whether a symbol is read from the neighbouring edges where its own pixel gives none.
+    -- Whether a code word names the other edges of its symbols, too, not only the last one.
     CheckOtherSymbols = true,
-    -- Symbols that must agree before an edge gets a number; count.
+    -- Successive code words of a column that must agree before they give edges a number; count.
     MinNumSymbols = 2,
     -- Whether gaps in traced edges are closed.
     RepairEdges = true,
@@ -50,7 +50,7 @@ LxCVLib = {
     Dump3DDataPath = "Dump3DData",
     -- Smallest cosine of the angle between a point's normal and its viewing ray; no unit [decoding stage].
     Clean3DDataDotProductThresh = 0.2,
-    -- Largest step in depth between neighbouring points of one surface; mm, camera frame [decoding stage].
+    -- Largest step in depth between points of one surface within 3 columns and rows; mm, camera frame [decoding stage].
     Clean3DDataZDistThresh = 0.5,
     -- Longest gap in a traced edge that is closed; pixels [LxCEdgeDetectionConfig].
     RepairEdgesMaxNumGaps = 2,
