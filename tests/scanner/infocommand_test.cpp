@@ -30,7 +30,9 @@ template <typename Number>
 std::string Bytes(const std::vector<Number>& numbers)
 {
     std::string bytes(numbers.size() * sizeof(Number), '\0');
-    std::memcpy(bytes.data(), numbers.data(), bytes.size());
+    if (!numbers.empty()) {
+        std::memcpy(bytes.data(), numbers.data(), bytes.size());
+    }
     return bytes;
 }
 
