@@ -37,6 +37,9 @@ public:
     ~AllocationLimit();
     AllocationLimit(const AllocationLimit&) = delete;
     AllocationLimit& operator=(const AllocationLimit&) = delete;
+
+    /// Whether allocations can be made to fail, as they can without the thread sanitizer.
+    static bool IsEffective();
 };
 
 } // namespace LxCV

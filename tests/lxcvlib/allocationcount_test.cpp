@@ -32,6 +32,11 @@ std::size_t LxCV::AllocationCount::GetTotal()
 LxCV::AllocationLimit::AllocationLimit(std::size_t, std::size_t) {}
 LxCV::AllocationLimit::~AllocationLimit() = default;
 
+bool LxCV::AllocationLimit::IsEffective()
+{
+    return false;
+}
+
 #else
 
 namespace {
@@ -185,6 +190,11 @@ AllocationLimit::AllocationLimit(std::size_t minBytes, std::size_t allowed)
 AllocationLimit::~AllocationLimit()
 {
     s_LimitedBytes = c_NoLimit;
+}
+
+bool AllocationLimit::IsEffective()
+{
+    return true;
 }
 
 namespace {

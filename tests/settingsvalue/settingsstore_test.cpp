@@ -125,15 +125,15 @@ TEST_F(LxCSettingsStoreTest, TextIsUtf8)
 TEST_F(LxCSettingsStoreTest, WrongTypeIsLoggedAndGivesTheDefault)
 {
     ASSERT_TRUE(
-        m_store.SetHostText("LxCVLib = { RepairEdges = 1, MinNumSymbols = 2.5, MaxCalibErrCam = '0.7', "
+        m_store.SetHostText("LxCVLib = { CheckOtherSymbols = 1, MinNumSymbols = 2.5, MaxCalibErrCam = '0.7', "
                             "DumpAddInfosFilename = false, NumShutterSteps = {} }"));
-    EXPECT_EQ(Find("RepairEdges", false), true);
+    EXPECT_EQ(Find("CheckOtherSymbols", false), true);
     EXPECT_EQ(Find("MinNumSymbols", -1), 2);
     EXPECT_EQ(Find("MaxCalibErrCam", -1.0F), 0.2F);
     EXPECT_EQ(Find(std::string("DumpAddInfosFilename"), std::wstring()), L"AddInfos.txt");
     EXPECT_EQ(Find("NumShutterSteps", -1), 8);
     const auto warning = Logging::ELevel::eWarning;
-    EXPECT_EQ(m_log.Count(warning, c_sChannel, L"setting LxCVLib.RepairEdges is no bool"), 1);
+    EXPECT_EQ(m_log.Count(warning, c_sChannel, L"setting LxCVLib.CheckOtherSymbols is no bool"), 1);
     EXPECT_EQ(m_log.Count(warning, c_sChannel, L"setting LxCVLib.MinNumSymbols is no int"), 1);
     EXPECT_EQ(m_log.Count(warning, c_sChannel, L"setting LxCVLib.MaxCalibErrCam is no float"), 1);
     EXPECT_EQ(m_log.Count(warning, c_sChannel, L"setting LxCVLib.DumpAddInfosFilename is no text"), 1);
