@@ -17,6 +17,7 @@ struct SurfaceSample
     Vec3 point;              ///< mm, camera frame
     Vec2 slide;              ///< slide units
     double irradiance = 0.0; ///< of the projector's white light, 1 at nominal strength; 0 where not lit
+    double mirrored = 0.0;   ///< of the projector's white light, into the camera; 0 where not lit
     Colour albedo{};
 };
 
@@ -51,8 +52,8 @@ public:
     double SlideUnitsPerPixel() const;
 
 private:
-    /// Fills lit and irradiance from point and slide.
-    void Illuminate(const Scene& scene, const Vec3& normal, SurfaceSample& sample) const;
+    /// Fills lit, irradiance and mirrored from point and slide.
+    void Illuminate(const Scene& scene, const Hit& hit, SurfaceSample& sample) const;
 
     DeviceParameters m_parameters;
     Lens m_camera;

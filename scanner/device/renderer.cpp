@@ -199,6 +199,8 @@ private:
                 const double dx = (i + 0.5) / n - 0.5;
                 local.irradiance = centre.irradiance + 0.5 * dx * (right.irradiance - left.irradiance) +
                                    0.5 * dy * (below.irradiance - above.irradiance);
+                local.mirrored = centre.mirrored + 0.5 * dx * (right.mirrored - left.mirrored) +
+                                 0.5 * dy * (below.mirrored - above.mirrored);
                 for (std::size_t channel = 0; channel < local.albedo.size(); ++channel) {
                     local.albedo[channel] = centre.albedo[channel] +
                                             0.5 * dx * (right.albedo[channel] - left.albedo[channel]) +
@@ -249,6 +251,9 @@ private:
             const double lit = optics.light[channel] * sample.irradiance;
             light.reference[channel] += share * (lit + optics.ambient[channel]);
             light.pattern[channel] += share * (lit * passed[channel] + optics.ambient[channel]);
+            const double mirrored = weight * optics.light[channel] * sample.mirrored;
+            light.reference[channel] += mirrored;
+            light.pattern[channel] += mirrored * passed[channel];
         }
     }
 

@@ -142,6 +142,7 @@ public:
         return albedo;
     }
 
+    Gloss GlossOf(const Hit& hit) const override { return m_scene->GlossOf(hit); }
     bool Hides(const Vec3& eye, const Vec3& point) const override { return m_scene->Hides(eye, point); }
 
 private:
@@ -202,6 +203,11 @@ private:
 };
 
 } // namespace
+
+Gloss Scene::GlossOf(const Hit&) const
+{
+    return {};
+}
 
 bool Scene::Hides(const Vec3& eye, const Vec3& point) const
 {

@@ -36,6 +36,16 @@ struct Hit
     std::array<double, 3> shares{}; ///< of the triangle's corners in the point; they add up to 1
 };
 
+/// How a surface mirrors the projector's light, after Blinn and Phong: of white light of strength 1 it sends
+/// strength cos(a)^exponent to the camera, beside what its albedo scatters, where a is the angle between the surface's
+/// normal and the direction halfway between projector and camera. What is mirrored has the light's own colour.
+struct Gloss
+{
+    double strength =
+        0.0; ///< of the highlight's centre, as a white surface in full light sends 1; 0: none, not negative
+    int exponent = 1; ///< at least 0; the highlight is the smaller, the larger it is
+};
+
 /// A scene in camera coordinates: mm, the camera at the origin, z along its axis away from it. Const operations may
 /// run on many threads at once.
 class Scene
@@ -48,6 +58,9 @@ public:
 
     /// The share of light that the surface reflects at a hit, 0..1.
     virtual Colour Albedo(const Hit& hit) const = 0;
+
+    /// What the surface mirrors at a hit. The default mirrors nothing.
+    virtual Gloss GlossOf(const Hit& hit) const;
 
     /// Whether the scene stands between `eye` and its own point `point`. The default asks `Intersect`.
     virtual bool Hides(const Vec3& eye, const Vec3& point) const;
@@ -76,6 +89,18 @@ std::unique_ptr<Scene> MakeBar(const Vec3& first, const Vec3& second, double rad
 /// details of 1 mm and half of it.
 /// @param texture 0 to 1
 std::unique_ptr<Scene> MakeTextured(std::shared_ptr<const Scene> scene, double texture);
+
+/// Another scene with a wet or polished surface, all of which mirrors.
+std::unique_ptr<Scene> MakeGlossy(std::shared_ptr<const Scene> scene, const Gloss& gloss);
+
+/// Several scenes in one, of which the nearest is seen and each can stand in the light of the others. None at all is a
+/// scene in which there is nothing. Surface s of part p of n has the number s n + p; s is -1
+/// beside the patches of a chart.
+std::unique_ptr<Scene> MakeGroup(std::vector<std::shared_ptr<const Scene>> parts);
+
+/// A rod with round ends: all points within `radius` (mm, above 0) of the line between two points. The camera and the
+/// projector are outside of it.
+std::unique_ptr<Scene> MakeRod(const Vec3& from, const Vec3& to, double radius, const Colour& albedo);
 
 /// Two planes z = `nearDepth` and z = `farDepth` (mm), joined by a wall that is parallel to the z axis. The near
 /// plane lies where across.x x + across.y y < offset. Surface 0 is the near plane, 1 the wall, 2 the far plane.

@@ -122,6 +122,30 @@ DeviceParameters::DeviceParameters()
       projectorFromCamera(PlacementAt({0.06, -7.0, 0.35}, 0.2105, 0.002, -0.003))
 {}
 
+namespace {
+
+/// Products only, which every machine rounds alike.
+double Power(double base, int exponent)
+{
+    double power = 1.0;
+    for (; exponent > 0; exponent /= 2, base *= base) {
+        power *= exponent % 2 != 0 ? base : 1.0;
+    }
+    return power;
+}
+
+/// The share of the light that a surface mirrors into the camera, which is at the origin.
+double Mirrored(const Gloss& gloss, const Hit& hit, const Vec3& toLight)
+{
+    if (!(gloss.strength > 0.0)) {
+        return 0.0;
+    }
+    const Vec3 halfway = Normalized(Normalized(toLight) + Normalized(-1.0 * hit.point));
+    return gloss.strength * Power(std::max(0.0, Dot(hit.normal, halfway)), gloss.exponent);
+}
+
+} // namespace
+
 DeviceModel::DeviceModel(const DeviceParameters& parameters)
     : m_parameters(Checked(parameters)), m_camera(parameters.camera), m_projector(parameters.projector),
       m_cameraFromWorld(parameters.cameraFromWorld), m_projectorFromCamera(parameters.projectorFromCamera),
@@ -184,11 +208,11 @@ SurfaceSample DeviceModel::Sample(const Scene& scene, const Vec2& image) const
     sample.point = hit->point;
     sample.albedo = scene.Albedo(*hit);
     sample.slide = SlideFromPoint(hit->point);
-    Illuminate(scene, hit->normal, sample);
+    Illuminate(scene, *hit, sample);
     return sample;
 }
 
-void DeviceModel::Illuminate(const Scene& scene, const Vec3& normal, SurfaceSample& sample) const
+void DeviceModel::Illuminate(const Scene& scene, const Hit& hit, SurfaceSample& sample) const
 {
     const Vec3 inProjector = m_projectorFromCamera.Forward(sample.point);
     const bool within = inProjector.z > 0.0 && sample.slide.x >= 0.0 &&
@@ -196,7 +220,7 @@ void DeviceModel::Illuminate(const Scene& scene, const Vec3& normal, SurfaceSamp
                         sample.slide.y <= m_parameters.projector.height;
     const Vec3 toProjector = m_projectorCentre - sample.point;
     const double distance = Length(toProjector);
-    const double cosine = Dot(normal, toProjector) / distance;
+    const double cosine = Dot(hit.normal, toProjector) / distance;
     if (!within || !(cosine > 0.0) || scene.Hides(m_projectorCentre, sample.point)) {
         return;
     }
@@ -204,8 +228,9 @@ void DeviceModel::Illuminate(const Scene& scene, const Vec3& normal, SurfaceSamp
     const double x = inProjector.x / inProjector.z, y = inProjector.y / inProjector.z;
     const double nearness = optics.referenceDistance / distance;
     sample.lit = true;
-    sample.irradiance =
-        cosine * nearness * nearness * std::max(0.0, 1.0 - optics.vignetting * (x * x + y * y));
+    const double vignette = std::max(0.0, 1.0 - optics.vignetting * (x * x + y * y));
+    sample.irradiance = cosine * nearness * nearness * vignette;
+    sample.mirrored = nearness * nearness * vignette * Mirrored(scene.GlossOf(hit), hit, toProjector);
 }
 
 double DeviceModel::SlideV(const Scene& scene, const Vec2& image) const
@@ -363,6 +388,16 @@ RenderedPair VirtualDevice::RenderPair(const Scene& scene, const RenderOptions& 
     const std::array<Exposure, 1> exposures{{{options.noise, options.seed}}};
     RenderEach(scene, exposures, options, [&](RenderedPair& pair) { rendered = std::move(pair); });
     return rendered;
+}
+
+RenderedPair VirtualDevice::RenderMotion(const Scene& atReference, const Scene& atPattern,
+                                         const RenderOptions& options) const
+{
+    RenderedPair pair = RenderPair(atPattern, options);
+    RenderOptions withoutTruth = options;
+    withoutTruth.truth = false;
+    pair.reference = RenderPair(atReference, withoutTruth).reference;
+    return pair;
 }
 
 void VirtualDevice::RenderEach(const Scene& scene, std::span<const Exposure> exposures,

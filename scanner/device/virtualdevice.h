@@ -217,6 +217,12 @@ public:
     /// @throws std::invalid_argument for options out of range
     RenderedPair RenderPair(const Scene& scene, const RenderOptions& options = RenderOptions()) const;
 
+    /// A pair during which the scene changes: the reference image sees one scene, the pattern image another. The truth is
+    /// that of the pattern image, which carries the measurement. Without a change it is what `RenderPair` gives.
+    /// @throws std::invalid_argument for options out of range
+    RenderedPair RenderMotion(const Scene& atReference, const Scene& atPattern,
+                              const RenderOptions& options = RenderOptions()) const;
+
     /// Renders a pair for each exposure, one after the other, and calls `take` with it, which may change it. The pairs are
     /// those of `RenderPair` with the exposure's noise and seed; but the scene is sampled only once.
     /// @throws std::invalid_argument for options out of range, before the first pair
