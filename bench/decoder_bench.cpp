@@ -49,6 +49,15 @@ CCTImage View(device::ImageF& image)
     return {image.width, image.height, CCTImage::eIDT_FLOAT32_3, false, image.data.data()};
 }
 
+void FindPoints(decoder::Decoder& decoder, const CCTImage& reference, const CCTImage& pattern)
+{
+    decoder.ComputeSignal(reference, pattern);
+    decoder.FindEdges();
+    decoder.ReadCodeWords();
+    decoder.TraceEdges();
+    decoder.Triangulate();
+}
+
 /// A decoder that has decoded the pair once.
 class Decoding
 {
@@ -58,12 +67,10 @@ public:
           m_decoder(TheMolar().model, Config(useTable))
     {
         m_decoder.Init(m_reference.GetWidth(), m_reference.GetHeight());
-        Signal();
-        Edges();
-        Names();
-        Trace();
-        Points();
+        AllPoints();
     }
+
+    void AllPoints() { FindPoints(m_decoder, m_reference, m_pattern); }
 
     void Signal() { m_decoder.ComputeSignal(m_reference, m_pattern); }
     void Edges() { m_decoder.FindEdges(); }
@@ -167,11 +174,7 @@ void DecodeRawPairToRecord(benchmark::State& state)
         images.SetRawImages(&rawPattern, &rawReference);
         requirements.ConvertImage(images.GetRawPatImg(), images.GetPatImg());
         requirements.ConvertImage(images.GetRawRefImg(), images.GetRefImg());
-        decoder.ComputeSignal(*images.GetRefImg(), *images.GetPatImg());
-        decoder.FindEdges();
-        decoder.ReadCodeWords();
-        decoder.TraceEdges();
-        decoder.Triangulate();
+        FindPoints(decoder, *images.GetRefImg(), *images.GetPatImg());
         decoder.Deliver(*images.GetRefImg());
     }
     state.counters["points"] = static_cast<double>(decoder.GetPoints().size());
@@ -183,11 +186,7 @@ void DecodePairToRecord(benchmark::State& state)
 {
     Decoding decoding(true);
     for (auto _ : state) {
-        decoding.Signal();
-        decoding.Edges();
-        decoding.Names();
-        decoding.Trace();
-        decoding.Points();
+        decoding.AllPoints();
         decoding.Record();
     }
     state.counters["points"] = static_cast<double>(decoding.CountPoints());
@@ -198,11 +197,7 @@ void DecodeAll(benchmark::State& state)
 {
     Decoding decoding;
     for (auto _ : state) {
-        decoding.Signal();
-        decoding.Edges();
-        decoding.Names();
-        decoding.Trace();
-        decoding.Points();
+        decoding.AllPoints();
     }
     state.counters["points"] = static_cast<double>(decoding.CountPoints());
 }

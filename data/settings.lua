@@ -18,15 +18,17 @@ LxCVLib = {
     CheckOtherSymbols = true,
     -- Successive code words of a column that must agree before they give edges a number; count.
     MinNumSymbols = 2,
-    -- Whether gaps in traced edges are closed.
-    RepairEdges = true,
+    -- Whether gaps in traced edges are closed. Off: gaps of few columns are rare, and to look for them takes some 3 % of
+    -- the decoding's time.
+    RepairEdges = false,
     -- Whether that is done only where it bridges no undercut.
     RepairEdgesUndercutFree = true,
     -- Whether outliers are removed from the point cloud.
     Clean3DData = true,
-    -- Whether the reference image is shifted onto the pattern image for the camera's motion between the two.
-    UseReferenceShift = true,
-    -- Border of the shifted reference image that is not used; pixels.
+    -- Whether the reference image is shifted onto the pattern image for the camera's motion between the two. Off: for a
+    -- camera that takes both within milliseconds; to estimate the motion takes some 6 % of the decoding's time.
+    UseReferenceShift = false,
+    -- Largest shift of the reference image along either axis, and border of the image that is not used to find it; pixels.
     BoundaryShiftedRefImg = 10,
     -- Whether points beyond DepthCulling_mm of the device's parameter set are dropped. Off, because a parameter
     -- set without that key has the limit 0.
@@ -52,7 +54,7 @@ LxCVLib = {
     Clean3DDataDotProductThresh = 0.2,
     -- Largest step in depth between points of one surface within 3 columns and rows; mm, camera frame [decoding stage].
     Clean3DDataZDistThresh = 0.5,
-    -- Longest gap in a traced edge that is closed; pixels [LxCEdgeDetectionConfig].
+    -- Longest gap in a traced edge that is closed; columns [LxCEdgeDetectionConfig].
     RepairEdgesMaxNumGaps = 2,
     -- Whether the base shift of a stripe edge is added to its calibrated slide position [LxCStripePattern].
     ReplaceEdgePositionRaw = true,

@@ -5,7 +5,6 @@
 #include "lxcextremum.h"
 #include "lxcpinholeframework.h"
 #include "lxcstripepattern.h"
-#include "scanner/decoder/flags.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -26,70 +25,43 @@ constexpr int kContradicted = -1;  ///< two code words disagree
 
 /// Whether a code word table is one for code words of four digits, which is what three edges make: its size is the
 /// largest code word, a number of as many digits, plus one.
-bool IsForFourDigits(const std::vector<int>& table)
+bool IsForFourDigits(std::span<const int> table)
 {
     constexpr std::size_t kLeast = 1000;
     constexpr std::size_t kMost = 10000;
     return table.size() > kLeast && table.size() <= kMost;
 }
 
-LxCExtremum WordAt(const CCTImage& words, int column, int row)
-{
-    return LxCExtremum(static_cast<std::uint32_t>(words.GetInt32PixelFast(column, row)));
-}
-
 } // namespace
 
 void CodeWordReader::Init(int height)
 {
-    m_edges.resize(kColumns * static_cast<std::size_t>(height));
     m_lastIds.reserve(static_cast<std::size_t>(height));
+    m_names.reserve(static_cast<std::size_t>(height));
 }
 
-void CodeWordReader::Read(CCTImage& words)
+void CodeWordReader::Read(const EdgeColumns& columns, CCTImage& words)
 {
-    if (words.IsValid() && words.GetDataType() != LxCV::CCTImage::eIDT_INT32) {
-        throw std::invalid_argument("code words are read from an image of edge words");
-    }
-    const LxCV::LxCStripePattern& pattern = *m_model.GetCLPattern();
-    m_cycle = pattern.GetNrOfUniqueStripeIds();
-    if (!words.IsValid() || m_cycle < 1 || !IsForFourDigits(pattern.GetCWToStripeEdgeNrLUT())) {
+    if (!words.IsValid()) {
         return;
     }
-    Init(words.GetHeight());
-    const auto width = static_cast<std::size_t>(words.GetWidth());
-    const auto height = static_cast<std::size_t>(words.GetHeight());
-    for (std::size_t first = 0; first < width; first += kColumns) {
-        const std::size_t columns = std::min(kColumns, width - first);
-        CollectColumns(words, first, columns);
-        for (std::size_t index = 0; index < columns; ++index) {
-            const Column column = Column(m_edges).subspan(index * height, m_counts[index]);
-            ReadCodeWords(column);
-            NameEdges(column);
-            WriteNames(column, static_cast<int>(first + index), words);
-        }
+    if (words.GetDataType() != LxCV::CCTImage::eIDT_INT32) {
+        throw std::invalid_argument("edge words are written to an image of integers");
     }
-}
-
-/// Puts the edges of some columns into their places, row by row, as the words lie in memory.
-void CodeWordReader::CollectColumns(const CCTImage& words, std::size_t first, std::size_t columns)
-{
-    const auto width = static_cast<std::size_t>(words.GetWidth());
-    const auto height = static_cast<std::size_t>(words.GetHeight());
-    const auto* line = static_cast<const std::uint32_t*>(words.GetImageDataRaw()) + first;
-    std::array<std::uint8_t, kColumns> isEdge{};
-    m_counts.fill(0);
-    for (std::size_t row = 0; row < height; ++row, line += width) {
-        for (std::size_t column = 0; column < columns; ++column) {
-            isEdge[column] = line[column] != 0 ? 1 : 0;
+    words.Clear();
+    const LxCV::LxCStripePattern& pattern = *m_model.GetCLPattern();
+    m_cycle = pattern.GetNrOfUniqueStripeIds();
+    m_table = pattern.GetCWToStripeEdgeNrLUT();
+    const bool isReadable = m_cycle >= 1 && IsForFourDigits(m_table);
+    const int width = std::min(words.GetWidth(), columns.CountColumns());
+    for (int index = 0; index < width; ++index) {
+        const Column column = columns.At(index);
+        m_lastIds.assign(column.size(), kUnnamed);
+        if (isReadable) {
+            ReadCodeWords(column);
         }
-        ForEachFlag(std::span<const std::uint8_t, kColumns>(isEdge), [&](std::size_t column) {
-            const LxCExtremum word(line[column]);
-            const int position =
-                (static_cast<int>(row) << LxCExtremum::m_sciNrSubpixBits) + word.GetSubpixelInt();
-            m_edges[column * height + m_counts[column]++] = {static_cast<int>(row), position,
-                                                             word.GetSymbolFromExt(), kUnnamed, 0};
-        });
+        NameEdges();
+        WriteWords(column, index, words);
     }
 }
 
@@ -104,14 +76,12 @@ int CodeWordReader::CodeWordAt(Column column, std::size_t last) const
     }
     const LxCSymbol symbols[kWindow] = {column[last].symbol, column[last - 1].symbol,
                                         column[last - 2].symbol};
-    const std::vector<int>& table = m_model.GetCLPattern()->GetCWToStripeEdgeNrLUT();
     const auto codeWord = static_cast<std::size_t>(LxCSymbol::DetCodeWord(symbols));
-    return codeWord < table.size() ? table[codeWord] : kUnnamed;
+    return codeWord < m_table.size() ? m_table[codeWord] : kUnnamed;
 }
 
 void CodeWordReader::ReadCodeWords(Column column)
 {
-    m_lastIds.assign(column.size(), kUnnamed);
     for (std::size_t last = kWindow - 1; last < column.size(); ++last) {
         m_lastIds[last] = CodeWordAt(column, last);
     }
@@ -121,16 +91,17 @@ void CodeWordReader::ReadCodeWords(Column column)
 std::size_t CodeWordReader::RunFrom(std::size_t first) const
 {
     std::size_t end = first + 1;
-    while (end < m_lastIds.size() && m_lastIds[end] == m_lastIds[end - 1] % m_cycle + 1) {
+    while (end < m_lastIds.size() && m_lastIds[end] == NextOf(m_lastIds[end - 1])) {
         ++end;
     }
     return end - first;
 }
 
-void CodeWordReader::NameEdges(Column column) const
+void CodeWordReader::NameEdges()
 {
+    m_names.assign(m_lastIds.size(), Name());
     std::size_t last = kWindow - 1;
-    while (last < column.size()) {
+    while (last < m_lastIds.size()) {
         if (m_lastIds[last] == kUnnamed) {
             ++last;
             continue;
@@ -139,36 +110,38 @@ void CodeWordReader::NameEdges(Column column) const
         const bool counts = std::cmp_greater_equal(end - last, m_minRun);
         for (; last < end; ++last) {
             if (counts) {
-                NameEdgesOf(last, column);
+                NameEdgesOf(last);
             }
         }
     }
 }
 
 /// Names the edges of the code word that ends at the edge `last`.
-void CodeWordReader::NameEdgesOf(std::size_t last, Column column) const
+void CodeWordReader::NameEdgesOf(std::size_t last)
 {
+    int id = m_lastIds[last];
     for (std::size_t back = 0; back < (m_namesOthers ? kWindow : 1); ++back) {
-        const int id = (m_lastIds[last] - static_cast<int>(back) + m_cycle - 1) % m_cycle + 1;
-        ColumnEdge& edge = column[last - back];
-        edge.cyclicId = edge.cyclicId == kUnnamed || edge.cyclicId == id ? id : kContradicted;
-        ++edge.codeWords;
+        Name& name = m_names[last - back];
+        name.cyclicId = name.cyclicId == kUnnamed || name.cyclicId == id ? id : kContradicted;
+        ++name.codeWords;
+        id = id > 1 ? id - 1 : m_cycle;
     }
 }
 
-void CodeWordReader::WriteNames(Column column, int index, CCTImage& words)
+void CodeWordReader::WriteWords(Column column, int index, CCTImage& words) const
 {
-    for (const ColumnEdge& edge : column) {
-        if (edge.cyclicId <= kUnnamed || edge.cyclicId > LxCExtremum::m_sciUint8Max) {
+    for (std::size_t i = 0; i < column.size(); ++i) {
+        const int row = EdgeColumns::RowOf(column[i]);
+        if (row < 0 || row >= words.GetHeight()) {
             continue;
         }
-        LxCExtremum word = WordAt(words, index, edge.row);
-        word.SetUntracedId(edge.cyclicId);
-        word.AddContFlag();
-        if (edge.codeWords == static_cast<int>(kWindow)) {
-            word.AddContFlag2();
-        }
-        words.GetInt32PixelFast(index, edge.row) = static_cast<int>(word.GetWord());
+        const auto [cyclicId, codeWords] = m_names[i];
+        const bool isNamed = cyclicId > kUnnamed && cyclicId <= LxCExtremum::m_sciUint8Max;
+        const bool isSure = isNamed && codeWords == static_cast<int>(kWindow);
+        LxCExtremum word(0);
+        word.EncodeExtremum(isNamed ? cyclicId : kUnnamed, isNamed, isSure, column[i].symbol,
+                            column[i].position & LxCExtremum::m_sciSubpixMask);
+        words.GetInt32PixelFast(index, row) = static_cast<int>(word.GetWord());
     }
 }
 

@@ -4,10 +4,11 @@
 #include "lxclxcvlibsettings.h"
 #include "lxcpinholeframework.h"
 #include "lxcstripepattern.h"
-#include "lxctriangulationlut.h"
 #include "scanner/decoder/recordquality.h"
 #include "scanner/decoder/scanrecord.h"
 
+#include <algorithm>
+#include <array>
 #include <new>
 #include <stdexcept>
 
@@ -27,16 +28,16 @@ const LxCV::LxCAlgorithmConfig& ActivePreset(const DecoderConfig& config)
 
 int CountEdges(const LxCV::LxCPinholeFramework& model)
 {
-    return model.GetCLPattern()->GetNrOfStripeEdges();
+    return std::max(model.GetCLPattern()->GetNrOfStripeEdges(), 0);
 }
 
 } // namespace
 
 Decoder::Decoder(const LxCV::LxCPinholeFramework& model, const DecoderConfig& config)
-    : m_model(model), m_config(config), m_unmixing(UnmixingOf(config)), m_writer(config),
-      m_reader(model, config), m_tracer(model, config), m_culling(m_config.algorithm),
-      m_cleaning(m_config.algorithm),
-      m_isReduced(LxCV::LxCLxCVLibSettings::IsReduced(ActivePreset(m_config).m_eReduceData))
+    : m_model(model), m_config(config), m_unmixing(UnmixingOf(config)), m_shift(m_config.algorithm),
+      m_greyScene(config, m_unmixing), m_finder(config), m_reader(model, config), m_tracer(model, config),
+      m_culling(m_config.algorithm), m_cleaning(m_config.algorithm),
+      m_isReduced(LxCV::LxCLxCVLibSettings::IsReduced(ActivePreset(m_config).m_eReduceData)), m_repair(config)
 {}
 
 void Decoder::Init(int width, int height)
@@ -45,19 +46,28 @@ void Decoder::Init(int width, int height)
         throw std::invalid_argument("there are no images of this size to decode");
     }
     m_signal.Init(width, height);
+    if (m_shift.IsWanted()) {
+        m_shift.Init(width, height);
+    }
+    if (m_greyScene.IsWanted()) {
+        m_greyScene.Init(width, height);
+    }
     FitWords(width, height);
-    m_writer.Init(height);
+    m_finder.Init(width, height);
+    m_columns.Reserve(width, ExpectedEdgePixels(width, height));
     m_reader.Init(height);
     m_tracer.Init(width, height);
     const std::size_t edges = ExpectedEdgePixels(width, height);
     m_edges.resize(edges); // so that their memory is not only reserved
     m_edges.clear();
+    if (m_repair.IsWanted()) {
+        m_repair.Init(width, height);
+    }
     m_order.Init(width, height, edges);
     m_points.resize(edges);
     m_points.clear();
-    if (m_config.useTable && !m_data.Init(width, height, width, height, width, CountEdges(m_model),
-                                          CCTImage::eIDT_BGRU8, &m_model, nullptr)) {
-        throw std::runtime_error("the model's points cannot be tabulated");
+    if (m_config.useTable) {
+        m_table.Init(m_model, width, height);
     }
     if (m_cleaning.IsWanted()) {
         m_cleaning.Init(width, height, CountEdges(m_model));
@@ -76,7 +86,7 @@ int Decoder::RecordWidth(int width) const
 
 bool Decoder::DoesRecordFit(int width, int height) const
 {
-    const LxCV::LxSScanDataCCT& record = m_data.GetScanData();
+    const LxCV::LxSScanDataCCT& record = m_record;
     const auto fits = [](const CCTImage* image, int columns, int rows) {
         return image != nullptr && image->GetWidth() == columns && image->GetHeight() == rows;
     };
@@ -92,7 +102,7 @@ void Decoder::FitRecord(int width, int height)
     if (DoesRecordFit(width, height)) {
         return;
     }
-    LxCV::LxSScanDataCCT& record = m_data.GetScanData();
+    LxCV::LxSScanDataCCT& record = m_record;
     const int edges = CountEdges(m_model);
     // The record reduces as the settings tell, which need not be what the preset tells.
     if (!record.Initialize(width, edges, width, height, m_config.withQualities) ||
@@ -113,24 +123,29 @@ void Decoder::FitWords(int width, int height)
 
 void Decoder::ComputeSignal(const CCTImage& reference, const CCTImage& pattern)
 {
-    m_signal.Compute(reference, pattern, m_config, m_unmixing);
+    const CCTImage& aligned = m_shift.IsWanted() ? m_shift.Align(reference, pattern) : reference;
+    const CCTImage& scene = m_greyScene.IsWanted() ? m_greyScene.Of(aligned) : aligned;
+    m_signal.Compute(scene, pattern, m_config, m_unmixing);
 }
 
 void Decoder::FindEdges()
 {
-    FitWords(m_signal.GetWidth(), m_signal.GetHeight());
-    m_writer.Write(m_signal, m_words);
+    m_finder.Find(m_signal, m_columns);
 }
 
 void Decoder::ReadCodeWords()
 {
-    m_reader.Read(m_words);
+    FitWords(m_signal.GetWidth(), m_signal.GetHeight());
+    m_reader.Read(m_columns, m_words);
 }
 
 void Decoder::TraceEdges()
 {
     m_edges.clear();
     m_tracer.Trace(m_words, m_edges);
+    if (m_repair.IsWanted()) {
+        m_repair.Repair(m_words, m_edges);
+    }
     if (m_config.algorithm.GetActiveAlgorithmConfig().m_bOrderingConstraint) {
         m_order.Apply(m_words.GetWidth(), m_edges);
     }
@@ -151,23 +166,17 @@ LxC3DCoordsCCT Decoder::ComputePoint(const EdgePixel& edge) const
 
 void Decoder::Triangulate()
 {
-    if (m_config.useTable && m_data.GetTriangulationLUT() == nullptr) {
+    if (m_config.useTable && !m_table.IsFilled()) {
         throw std::logic_error("there is no table of points to look up");
     }
-    if (m_config.useTable) {
-        const PointTable table(*m_data.GetTriangulationLUT());
-        FindPoints(&table);
-    } else {
-        FindPoints(nullptr);
-    }
+    FindPoints();
     if (m_cleaning.IsWanted()) {
         m_cleaning.Clean(m_words.GetWidth(), m_words.GetHeight(), CountEdges(m_model), m_points);
     }
 }
 
-void Decoder::FindPoints(const PointTable* table)
+void Decoder::FindPoints()
 {
-    constexpr std::size_t kAhead = 8; // edges; until then memory is near
     m_points.clear();
     m_points.reserve(m_edges.size());
     const LxCV::LxCRoi region = GetRegion();
@@ -177,17 +186,23 @@ void Decoder::FindPoints(const PointTable* table)
     const double endRow = region.GetEndRow();
     const double nearest = m_model.GetMinZc();
     const double farthest = m_model.GetMaxZc();
+    constexpr std::size_t kAhead = 8;           // edges; until then memory is near
+    std::array<PointTable::Cell, kAhead> cells; // of the next edges
+    for (std::size_t i = 0; m_config.useTable && i < std::min(kAhead, m_edges.size()); ++i) {
+        cells[i] = m_table.Find(m_edges[i]);
+    }
     for (std::size_t i = 0; i < m_edges.size(); ++i) {
-        if (table != nullptr && i + kAhead < m_edges.size()) {
-            table->Announce(m_edges[i + kAhead]);
-        }
         const EdgePixel& edge = m_edges[i];
+        const PointTable::Cell cell = cells[i % kAhead];
+        if (m_config.useTable && i + kAhead < m_edges.size()) {
+            cells[i % kAhead] = m_table.Find(m_edges[i + kAhead]);
+        }
         const double border = edge.row + kHalfPixel; // as a pixel's row reaches from one border to the next
         if (edge.column < firstColumn || edge.column >= endColumn || !(border >= topRow && border < endRow)) {
             continue;
         }
         LxC3DCoordsCCT position;
-        if (table == nullptr || !table->LookUp(edge, position)) {
+        if (!m_config.useTable || !m_table.LookUp(cell, position)) {
             position = ComputePoint(edge);
         }
         // Where there is no point the depth is 0, whatever the model's working range says.
@@ -205,9 +220,9 @@ void Decoder::Deliver(const CCTImage& reference)
     }
     FitRecord(m_signal.GetWidth(), m_signal.GetHeight());
     const bool isSmoothed = ActivePreset(m_config).m_bSmoothReducedData;
-    FillRecord(m_points, reference, isSmoothed, m_data.GetScanData());
+    FillRecord(m_points, m_shift.Aligned(reference), isSmoothed, m_record);
     if (m_config.withQualities) {
-        FillQualities(m_points, m_signal, isSmoothed, m_data.GetScanData());
+        FillQualities(m_points, m_signal, isSmoothed, m_record);
     }
 }
 

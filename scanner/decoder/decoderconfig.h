@@ -36,8 +36,8 @@ struct DecoderConfig
     /// How far an edge may go up or down from one column to the next; rows.
     int traceRadius = 2;
 
-    /// Whether points are looked up in the library's table of triangulated points, which `Decoder::Init` makes, instead
-    /// of being computed one by one. Those in cells without points, as beside the marks of a slide, are computed.
+    /// Whether points are looked up in a table of triangulated points, which `Decoder::Init` makes, instead of being
+    /// computed one by one. Those in cells with a corner without a point are computed; see `PointTable`.
     bool useTable = false;
 
     /// Whether the record has a quality for each point.

@@ -19,10 +19,10 @@ void EdgeOrder::Init(int width, int height, std::size_t edges)
 
 void EdgeOrder::Apply(int width, std::vector<EdgePixel>& edges)
 {
-    std::erase_if(edges, [width](const EdgePixel& edge) { return edge.column < 0 || edge.column >= width; });
     if (IsInOrder(width, edges)) {
         return;
     }
+    std::erase_if(edges, [width](const EdgePixel& edge) { return edge.column < 0 || edge.column >= width; });
     ListByColumn(width, edges);
     m_isKept.assign(edges.size(), false);
     std::size_t begin = 0;
@@ -44,6 +44,9 @@ bool EdgeOrder::IsInOrder(int width, const std::vector<EdgePixel>& edges)
     m_lastNumbers.assign(static_cast<std::size_t>(width), std::numeric_limits<int>::min());
     bool isInOrder = true;
     for (const EdgePixel& edge : edges) {
+        if (edge.column < 0 || edge.column >= width) {
+            return false;
+        }
         int& last = m_lastNumbers[static_cast<std::size_t>(edge.column)];
         isInOrder &= edge.stripeEdge > last;
         last = edge.stripeEdge;

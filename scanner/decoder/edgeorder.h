@@ -25,6 +25,7 @@ public:
     void Apply(int width, std::vector<EdgePixel>& edges);
 
 private:
+    /// Also whether all columns are below `width`.
     bool IsInOrder(int width, const std::vector<EdgePixel>& edges);
     void ListByColumn(int width, const std::vector<EdgePixel>& edges);
     void SortOut(std::span<const std::size_t> column, const std::vector<EdgePixel>& edges);

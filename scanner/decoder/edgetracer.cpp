@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstring>
 #include <new>
 #include <stdexcept>
 
@@ -67,13 +66,12 @@ void EdgeTracer::Trace(CCTImage& words, std::vector<EdgePixel>& edges)
     for (int row = 0; row < m_image.GetHeight(); ++row) {
         const std::span line(Pixels() + std::ptrdiff_t{row} * m_image.GetWidth() + kMargin,
                              static_cast<std::size_t>(width));
-        std::memcpy(&words.GetInt32PixelFast(0, row), line.data(), line.size_bytes());
-        ListTraced(line, row, edges);
+        TakeTraced(line, row, &words.GetInt32PixelFast(0, row), edges);
     }
 }
 
-/// Appends the pixels of traced edges in a row.
-void EdgeTracer::ListTraced(std::span<const LxCLightStripeEdgeSinglePixel> line, int row,
+/// Appends the pixels of traced edges in a row, and writes their words to the image that they were traced in.
+void EdgeTracer::TakeTraced(std::span<const LxCLightStripeEdgeSinglePixel> line, int row, int* words,
                             std::vector<EdgePixel>& edges)
 {
     constexpr std::size_t kBlock = 64;
@@ -84,6 +82,7 @@ void EdgeTracer::ListTraced(std::span<const LxCLightStripeEdgeSinglePixel> line,
             isTraced[i] = block[i].IsPartOfATracedLightStripeEdge() ? 1 : 0;
         }
         ForEachFlag(std::span<const std::uint8_t, kBlock>(isTraced), [&](std::size_t i) {
+            words[first + i] = static_cast<int>(block[i].GetWord());
             edges.push_back({static_cast<int>(first + i),
                              row + static_cast<double>(block[i].GetSubpixelFloat()),
                              block[i].GetLSEdgeIDTraced()});
@@ -125,18 +124,25 @@ void EdgeTracer::TraceFrom(int column, int row)
 int EdgeTracer::VoteOnNumber(const LxCLightStripeEdge& edge)
 {
     std::array<int, kLargestId + 1> votes{};
-    for (int i = 0; i < edge.GetLen(); ++i) {
+    std::uint32_t numberedRow = ~0U; // for which the model was asked last
+    int number = kNoEdge;
+    const int first = edge.First();
+    const int length = edge.GetLen();
+    for (int i = 0; i < length; ++i) {
         const LxCDataBufferEntry entry = edge.GetElement(i);
         if (entry.IsContorGap()) {
             continue;
         }
         const std::uint32_t row = entry.GetWord() >> LxCDataBufferEntry::m_sciNrSubpixBits;
         const LxCLightStripeEdgeSinglePixel pixel =
-            Pixels()[static_cast<std::ptrdiff_t>(row) * m_image.GetWidth() + edge.First() + i];
+            Pixels()[static_cast<std::ptrdiff_t>(row) * m_image.GetWidth() + first + i];
         if (pixel.GetLSEdgeIdUntraced() != edge.GetId()) {
             continue;
         }
-        const int number = m_model.UnwrapStripeId(edge.GetId(), row);
+        if (row != numberedRow) {
+            number = m_model.UnwrapStripeId(edge.GetId(), row);
+            numberedRow = row;
+        }
         if (number > kNoEdge && number <= kLargestId) {
             ++votes[static_cast<std::size_t>(number)];
         }

@@ -53,7 +53,7 @@ public:
 private:
     LxCV::LxCLightStripeEdgeSinglePixel* Pixels();
     void TraceFrom(int column, int row);
-    static void ListTraced(std::span<const LxCV::LxCLightStripeEdgeSinglePixel> line, int row,
+    static void TakeTraced(std::span<const LxCV::LxCLightStripeEdgeSinglePixel> line, int row, int* words,
                            std::vector<EdgePixel>& edges);
     int VoteOnNumber(const LxCV::LxCLightStripeEdge& edge);
 

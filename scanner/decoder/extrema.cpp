@@ -1,64 +1,64 @@
 // Extrema of the difference between rows with sub-pixel positions.
 #include "scanner/decoder/extrema.h"
 
+#include "lxcedgeposition.h"
 #include "scanner/decoder/flags.h"
 #include "vectorunits.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
-#include <limits>
-#include <stdexcept>
+#include <utility>
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 namespace decoder {
 
-using LxCV::LxCColorValueFloat;
-using LxCV::LxCEdgePosition;
-using LxCV::LxCSymbol;
-
 namespace {
 
-/// Marks where the difference between the middle two of four rows is an extremum. The signs of the difference, the values
-/// and the limits are joined without branches: each is as good as random along a striped column, and so the loop runs
-/// on vectors.
-[[gnu::always_inline]] inline void MarkPeaksIn(const float* row, std::size_t stride, float least,
-                                               std::size_t lanes, std::uint8_t* isPeak)
+constexpr std::size_t kLanes = kChannels * static_cast<std::size_t>(StepFinder::kColumns);
+constexpr std::size_t kMostRows = std::size_t{1} << 24; ///< whose 64ths an integer holds
+
+/// Differences count as this at most, so that what is computed from them is finite.
+constexpr float kLargestDifference = 1e30F;
+
+/// 0 for what is not above 0.
+float Limited(float difference)
 {
-    for (std::size_t i = 0; i < lanes; ++i) {
-        const float centre = row[2 * stride + i] - row[stride + i];
-        const float sign = std::copysign(1.0F, centre);
-        const float height = sign * centre;
-        const float above = sign * (row[stride + i] - row[i]);
-        const float below = sign * (row[3 * stride + i] - row[2 * stride + i]);
-        isPeak[i] = static_cast<std::uint8_t>(static_cast<std::int32_t>(height > least) &
-                                              static_cast<std::int32_t>(height >= above) &
-                                              static_cast<std::int32_t>(height > below));
-    }
+    const float positive = difference > 0.0F ? difference : 0.0F;
+    return positive < kLargestDifference ? positive : kLargestDifference;
 }
 
-void MarkPeaksBasic(const float* row, std::size_t stride, float least, std::size_t lanes,
-                    std::uint8_t* isPeak)
+/// Four rows, of which the difference between the middle two is searched.
+struct Rows
 {
-    MarkPeaksIn(row, stride, least, lanes, isPeak);
+    const float* first;
+    std::size_t stride;
+    std::size_t lanes;   ///< values of each
+    std::int32_t number; ///< of the third row
+    float least;         ///< signal units; what an extremum exceeds
+};
+
+/// Square root of the square root of the square root.
+[[gnu::always_inline]] inline float EighthRoot(float value)
+{
+    return std::sqrt(std::sqrt(std::sqrt(value)));
 }
 
 /// What keeps a flat top from dividing by 0; of the middle root, far below what noise makes of a curvature.
 constexpr float kLeastCurvature = 1e-6F;
 
-/// 0 of what is not above 0. Differences count as the largest float at most, so that vertices are finite.
-[[gnu::always_inline]] inline float EighthRoot(float value)
-{
-    constexpr float kMost = std::numeric_limits<float>::max();
-    const float positive = value > 0.0F ? value : 0.0F;
-    return std::sqrt(std::sqrt(std::sqrt(positive < kMost ? positive : kMost)));
-}
-
-/// The vertices of parabolas through the eighth roots of three differences each, in 1/64 rows below the row above the
-/// middle one; rounded.
+/// The vertices of parabolas through the eighth roots of three differences each, in 1/64 rows; rounded. A difference
+/// belongs to the middle between its row and the one above it.
 [[gnu::always_inline]] inline void FindVerticesOf(const float* aboves, const float* centres,
-                                                  const float* belows, std::size_t count,
-                                                  std::int32_t* vertices)
+                                                  const float* belows, const std::int32_t* rows,
+                                                  std::size_t count, std::int32_t* vertices)
 {
-    constexpr float kFactor = LxCEdgePosition::m_scfSubpixFactor;
+    constexpr float kFactor = LxCV::LxCEdgePosition::m_scfSubpixFactor;
+    constexpr std::int32_t kRow = 1 << LxCV::LxCEdgePosition::m_sciNrSubpixBits;
+    constexpr std::int32_t kOneAndAHalf = kRow + kRow / 2;
     for (std::size_t i = 0; i < count; ++i) {
         const float above = EighthRoot(aboves[i]);
         const float centre = EighthRoot(centres[i]);
@@ -66,153 +66,262 @@ constexpr float kLeastCurvature = 1e-6F;
         // Below 0 also where the roots round to one number. The vertex lies within half a row.
         const float curvature = above + below - (centre + centre) - kLeastCurvature * centre;
         const float vertex = (above - below) / curvature * 0.5F;
-        vertices[i] = static_cast<std::int32_t>(vertex * kFactor + (kFactor + 0.5F));
+        vertices[i] =
+            rows[i] * kRow + static_cast<std::int32_t>(vertex * kFactor + (kFactor + 0.5F)) - kOneAndAHalf;
     }
 }
 
-void FindVerticesBasic(const float* above, const float* centre, const float* below, std::size_t count,
-                       std::int32_t* vertices)
+void FindVerticesBasic(const float* above, const float* centre, const float* below, const std::int32_t* rows,
+                       std::size_t count, std::int32_t* vertices)
 {
-    FindVerticesOf(above, centre, below, count, vertices);
+    FindVerticesOf(above, centre, below, rows, count, vertices);
 }
+
+/// The columns of the lanes and the bits of their symbols where they fall.
+struct FallingPlaces : std::array<std::uint32_t, kLanes>
+{
+    constexpr explicit FallingPlaces(unsigned int directionBits) : std::array<std::uint32_t, kLanes>()
+    {
+        for (std::uint32_t lane = 0; lane < kLanes; ++lane) {
+            const auto channels = static_cast<std::uint32_t>(kChannels);
+            (*this)[lane] = lane / channels << directionBits | 2 * (lane % channels);
+        }
+    }
+};
 
 #if defined(__x86_64__)
-[[gnu::target("avx2")]] void MarkPeaksWide(const float* row, std::size_t stride, float least,
-                                           std::size_t lanes, std::uint8_t* isPeak)
-{
-    MarkPeaksIn(row, stride, least, lanes, isPeak);
-}
+constexpr std::size_t kVector = 8;
 
-[[gnu::target("avx2")]] void FindVerticesWide(const float* above, const float* centre, const float* below,
-                                              std::size_t count, std::int32_t* vertices)
+/// For each set of flags the indices of those that are set, and behind them any.
+struct Packing : std::array<std::array<std::uint8_t, kVector>, 1 << kVector>
 {
-    FindVerticesOf(above, centre, below, count, vertices);
+    constexpr Packing() : std::array<std::array<std::uint8_t, kVector>, 1 << kVector>()
+    {
+        for (std::size_t flags = 0; flags < size(); ++flags) {
+            std::size_t count = 0;
+            for (std::uint8_t flag = 0; flag < kVector; ++flag) {
+                if ((flags >> flag & 1) != 0) {
+                    (*this)[flags][count++] = flag;
+                }
+            }
+        }
+    }
+};
+
+constexpr Packing s_Packing{};
+
+/// Writes those of some differences that come first in an order.
+[[gnu::target("avx2")]] inline void Pack(__m256 differences, __m256i order, float* to)
+{
+    const __m256 positive = _mm256_max_ps(differences, _mm256_setzero_ps());
+    const __m256 limited = _mm256_min_ps(positive, _mm256_set1_ps(kLargestDifference));
+    _mm256_storeu_ps(to, _mm256_permutevar8x32_ps(limited, order));
+}
+#endif
+
+} // namespace
+
+/// Puts the extrema of a row behind those of a batch.
+struct PeakTaking
+{
+    static constexpr FallingPlaces s_Places{StepBatch::kDirectionBits};
+
+    /// @param first lanes before it are left out
+    static void TakeBasic(const Rows& rows, std::size_t first, StepBatch& steps)
+    {
+        for (std::size_t lane = first; lane < rows.lanes; ++lane) {
+            const float* const value = rows.first + lane;
+            const float difference = value[2 * rows.stride] - value[rows.stride];
+            const float sign = std::copysign(1.0F, difference);
+            const float height = sign * difference;
+            const float above = sign * (value[rows.stride] - value[0]);
+            const float below = sign * (value[3 * rows.stride] - value[2 * rows.stride]);
+            if (height > rows.least && height >= above && height > below) {
+                const std::size_t i = steps.m_count++;
+                steps.m_above[i] = Limited(above);
+                steps.m_centre[i] = Limited(height);
+                steps.m_below[i] = Limited(below);
+                steps.m_row[i] = rows.number;
+                steps.m_place[i] = s_Places[lane] | (difference > 0.0F ? 1U : 0U);
+            }
+        }
+    }
+
+#if defined(__x86_64__)
+    /// The signs of the difference, the values and the limits are joined without branches, and what is an extremum is
+    /// packed by a table: each is as good as random along a striped column.
+    [[gnu::target("avx2")]] static void TakeWide(const Rows& rows, StepBatch& steps)
+    {
+        const __m256 signBit = _mm256_set1_ps(-0.0F);
+        const __m256 least = _mm256_set1_ps(rows.least);
+        const __m256i number = _mm256_set1_epi32(rows.number);
+        std::size_t count = steps.m_count;
+        std::size_t lane = 0;
+        for (; lane + kVector <= rows.lanes; lane += kVector) {
+            const float* const value = rows.first + lane;
+            const __m256 upper = _mm256_loadu_ps(value + rows.stride);
+            const __m256 lower = _mm256_loadu_ps(value + 2 * rows.stride);
+            const __m256 difference = _mm256_sub_ps(lower, upper);
+            const __m256 sign = _mm256_and_ps(difference, signBit);
+            const __m256 height = _mm256_xor_ps(difference, sign);
+            const __m256 above = _mm256_xor_ps(_mm256_sub_ps(upper, _mm256_loadu_ps(value)), sign);
+            const __m256 below =
+                _mm256_xor_ps(_mm256_sub_ps(_mm256_loadu_ps(value + 3 * rows.stride), lower), sign);
+            const __m256 isPeak = _mm256_and_ps(_mm256_cmp_ps(height, least, _CMP_GT_OQ),
+                                                _mm256_and_ps(_mm256_cmp_ps(height, above, _CMP_GE_OQ),
+                                                              _mm256_cmp_ps(height, below, _CMP_GT_OQ)));
+            const auto flags = static_cast<unsigned int>(_mm256_movemask_ps(isPeak));
+            const __m256i order = _mm256_cvtepu8_epi32(
+                _mm_loadl_epi64(reinterpret_cast<const __m128i*>(s_Packing[flags].data())));
+            Pack(above, order, &steps.m_above[count]);
+            Pack(height, order, &steps.m_centre[count]);
+            Pack(below, order, &steps.m_below[count]);
+            const __m256i falling = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(&s_Places[lane]));
+            const __m256i rises =
+                _mm256_add_epi32(_mm256_set1_epi32(1), _mm256_srai_epi32(_mm256_castps_si256(sign), 31));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(&steps.m_place[count]),
+                                _mm256_permutevar8x32_epi32(_mm256_or_si256(falling, rises), order));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(&steps.m_row[count]), number);
+            count += static_cast<std::size_t>(std::popcount(flags));
+        }
+        steps.m_count = count;
+        TakeBasic(rows, lane, steps);
+    }
+#endif
+};
+
+namespace {
+
+#if defined(__x86_64__)
+[[gnu::target("avx2")]] void FindVerticesWide(const float* above, const float* centre, const float* below,
+                                              const std::int32_t* rows, std::size_t count,
+                                              std::int32_t* vertices)
+{
+    FindVerticesOf(above, centre, below, rows, count, vertices);
 }
 #else
-constexpr auto MarkPeaksWide = MarkPeaksBasic;
 constexpr auto FindVerticesWide = FindVerticesBasic;
 #endif
+
+void TakePeaks(const Rows& rows, StepBatch& steps)
+{
+#if defined(__x86_64__)
+    if (LxCV::VectorUnits::AreWide()) {
+        PeakTaking::TakeWide(rows, steps);
+        return;
+    }
+#endif
+    PeakTaking::TakeBasic(rows, 0, steps);
+}
+
+/// Has a row brought near.
+void Announce(const float* row, std::size_t lanes)
+{
+    constexpr std::size_t kLineFloats = 16;
+    for (std::size_t lane = 0; lane < lanes; lane += kLineFloats) {
+        __builtin_prefetch(row + lane);
+    }
+}
 
 /// How much larger the difference at an end of the signal may be than the one on the other side of an extremum. Up to
 /// this the positions beside the border are as exact as elsewhere.
 constexpr float kLargestEndRatio = 1.2F;
 
-/// Whether an extremum is not next to an end of the column, or leans away from it.
-bool LeansInwards(float above, float below, std::uint32_t row, std::uint32_t height)
-{
-    return (row != 2 || std::abs(above) <= kLargestEndRatio * std::abs(below)) &&
-           (row + 2 != height || std::abs(below) <= kLargestEndRatio * std::abs(above));
-}
-
-/// A vertex about a row's difference, which belongs to the middle between the row and the one above it.
-LxCEdgePosition PositionOf(std::uint32_t row, std::int32_t vertex)
-{
-    constexpr std::int64_t kOneAndAHalf = 3 << (LxCEdgePosition::m_sciNrSubpixBits - 1);
-    return LxCEdgePosition(static_cast<std::uint32_t>(
-        (std::int64_t{row} << LxCEdgePosition::m_sciNrSubpixBits) + vertex - kOneAndAHalf));
-}
-
-LxCSymbol SymbolOf(std::size_t channel, bool isRising)
-{
-    LxCSymbol symbol(0);
-    symbol.Encode(static_cast<LxCColorValueFloat::EColor>(channel), isRising);
-    return symbol;
-}
-
 } // namespace
 
-void StepFinder::Init(int height)
+void StepFinder::Start(std::span<const float> pixels, int width, int first, int blankRows, float minGradient)
 {
-    // Each difference of each channel may be an extremum, of one sign after the other.
-    m_room = kChannels * static_cast<std::size_t>(std::max(height, 0));
-    m_steps.resize(std::max(m_steps.size(), m_room * kColumns));
+    m_columns = static_cast<std::size_t>(
+        std::clamp(std::max(width, 0) - std::max(first, 0), 0, first < 0 ? 0 : kColumns));
+    m_stride = kChannels * static_cast<std::size_t>(std::max(width, 0));
+    m_height = m_columns == 0 ? 0 : static_cast<std::uint32_t>(std::min(pixels.size() / m_stride, kMostRows));
+    m_pixels = m_height == 0 ? nullptr : &pixels[kChannels * static_cast<std::size_t>(first)];
+    m_blankRows = static_cast<std::uint32_t>(std::max(blankRows, 0));
+    m_least = std::max(minGradient, 0.0F); // a step has a height, which later is a weight
+    m_row = 2;
+    m_steps.m_count = 0;
 }
 
-void StepFinder::Find(std::span<const float> pixels, int width, int first, float minGradient)
+bool StepFinder::Next()
 {
-    m_columns = std::clamp(width - std::max(first, 0), 0, first < 0 ? 0 : kColumns);
-    m_counts.fill(0);
-    if (m_columns == 0) {
-        return;
+    constexpr std::size_t kAhead = 6; // rows; until then memory is near
+    m_steps.m_count = 0;
+    if (m_row + 1 >= m_height) {
+        return false;
     }
-    const std::size_t stride = kChannels * static_cast<std::size_t>(width);
-    const auto height = static_cast<std::uint32_t>(pixels.size() / stride);
-    Init(static_cast<int>(height));
-    const float least = std::max(minGradient, 0.0F); // a step has a height, which later is a weight
-    const bool isWide = LxCV::VectorUnits::AreWide();
-    const auto markPeaks = isWide ? MarkPeaksWide : MarkPeaksBasic;
-    std::array<std::uint8_t, kLanes> isPeak{};
-    for (std::uint32_t row = 2; row + 1 < height; ++row) {
-        const float* const from = &pixels[(row - 2) * stride + kChannels * static_cast<std::size_t>(first)];
-        markPeaks(from, stride, least, kChannels * static_cast<std::size_t>(m_columns), isPeak.data());
-        TakePeaks(from + stride, stride, row, height, isPeak);
+    const std::size_t lanes = kChannels * m_columns;
+    for (; m_row + 1 < m_height && m_steps.m_count + kLanes <= StepBatch::kSize; ++m_row) {
+        const float* const row = m_pixels + (m_row - 2) * m_stride;
+        if (m_row - 2 + kAhead < m_height) {
+            Announce(row + kAhead * m_stride, lanes);
+        }
+        const std::size_t before = m_steps.m_count;
+        TakePeaks({row, m_stride, lanes, static_cast<std::int32_t>(m_row), m_least}, m_steps);
+        if (m_row == m_blankRows + 2 || m_row + m_blankRows + 2 == m_height) {
+            RemoveLeaningOutwards(before);
+        }
     }
-    Flush();
-}
-
-/// Adds the extrema of a row to the batch.
-void StepFinder::TakePeaks(const float* rowAbove, std::size_t stride, std::uint32_t row, std::uint32_t height,
-                           std::span<const std::uint8_t, kLanes> isPeak)
-{
-    if (m_batch.count + kLanes > kBatch) {
-        Flush();
-    }
-    const bool isAtEnd = row == 2 || row + 2 == height;
-    std::size_t count = m_batch.count;
-    ForEachFlag(isPeak, [&](std::size_t lane) {
-        const float* const value = rowAbove + lane;
-        const float difference = value[stride] - value[0];
-        const float sign = std::copysign(1.0F, difference);
-        const float above = sign * (value[0] - *(value - stride));
-        const float below = sign * (value[2 * stride] - value[stride]);
-        m_batch.above[count] = above;
-        m_batch.centre[count] = sign * difference;
-        m_batch.below[count] = below;
-        m_batch.row[count] = row;
-        m_batch.lane[count] = static_cast<std::uint16_t>(lane);
-        m_batch.isRising[count] = difference > 0.0F;
-        count += !isAtEnd || LeansInwards(above, below, row, height) ? 1 : 0;
-    });
-    m_batch.count = count;
-}
-
-/// Makes steps of the batch.
-void StepFinder::Flush()
-{
-    std::array<std::int32_t, kBatch> vertices;
     const auto findVertices = LxCV::VectorUnits::AreWide() ? FindVerticesWide : FindVerticesBasic;
-    findVertices(m_batch.above.data(), m_batch.centre.data(), m_batch.below.data(), m_batch.count,
-                 vertices.data());
-    static const std::array<std::array<LxCSymbol, 2>, kChannels> symbols{
-        {{SymbolOf(0, false), SymbolOf(0, true)},
-         {SymbolOf(1, false), SymbolOf(1, true)},
-         {SymbolOf(2, false), SymbolOf(2, true)}}};
-    for (std::size_t i = 0; i < m_batch.count; ++i) {
-        const std::size_t lane = m_batch.lane[i];
-        Append(lane / kChannels, {PositionOf(m_batch.row[i], vertices[i]), m_batch.centre[i],
-                                  symbols[lane % kChannels][m_batch.isRising[i] ? 1 : 0]});
-    }
-    m_batch.count = 0;
+    findVertices(m_steps.m_above.data(), m_steps.m_centre.data(), m_steps.m_below.data(),
+                 m_steps.m_row.data(), m_steps.m_count, m_steps.m_position.data());
+    Order();
+    return true;
 }
 
-/// Steps come by ascending row; those of one row, which lie within one row's height, are brought into order.
-void StepFinder::Append(std::size_t column, const ChannelStep& step)
+/// Removes those extrema of the row, which is next to an end of the signal or to both, that lean towards an end.
+/// @param first index of the row's first extremum
+void StepFinder::RemoveLeaningOutwards(std::size_t first)
 {
-    ChannelStep* const begin = &m_steps[column * m_room];
-    std::size_t at = m_counts[column]++;
-    for (; at > 0 && step.position.IsSmallerThan(begin[at - 1].position); --at) {
-        begin[at] = begin[at - 1];
+    const bool isUpperEnd = m_row == m_blankRows + 2;
+    const bool isLowerEnd = m_row + m_blankRows + 2 == m_height;
+    std::size_t kept = first;
+    for (std::size_t i = first; i < m_steps.m_count; ++i) {
+        const float above = m_steps.m_above[i];
+        const float below = m_steps.m_below[i];
+        m_steps.m_above[kept] = above;
+        m_steps.m_centre[kept] = m_steps.m_centre[i];
+        m_steps.m_below[kept] = below;
+        m_steps.m_place[kept] = m_steps.m_place[i];
+        const bool leansOut = (isUpperEnd && above > kLargestEndRatio * below) ||
+                              (isLowerEnd && below > kLargestEndRatio * above);
+        kept += leansOut ? 0 : 1;
     }
-    begin[at] = step;
+    m_steps.m_count = kept;
 }
 
-std::span<const ChannelStep> StepFinder::StepsOf(int column) const
+/// Extrema come row by row, and so by ascending position but for those of one row: they lie within one row's height,
+/// and are brought into order. Whether one comes before its neighbour is as good as random, so all of them are asked
+/// without branches first.
+void StepFinder::Order()
 {
-    if (column < 0 || column >= m_columns) {
-        throw std::out_of_range("no steps were searched in this column");
+    constexpr std::size_t kFlags = StepBatch::kSize;
+    std::array<std::uint8_t, kFlags> isBefore{};
+    for (std::size_t i = 1; i < m_steps.m_count; ++i) {
+        isBefore[i] = m_steps.IsBeforeNeighbour(i) ? 1 : 0;
     }
-    const auto index = static_cast<std::size_t>(column);
-    return std::span(m_steps).subspan(index * m_room, m_counts[index]);
+    ForEachFlag(std::span<const std::uint8_t, kFlags>(isBefore), [&](std::size_t i) {
+        m_steps.MoveUp(i);
+        if (i + 1 < m_steps.m_count) {
+            m_steps.MoveUp(i + 1); // its neighbour is another one now
+        }
+    });
+}
+
+bool StepBatch::IsBeforeNeighbour(std::size_t i) const
+{
+    // Numbers of one column differ in the bits below it only.
+    return (static_cast<std::uint32_t>((m_place[i] ^ m_place[i - 1]) <= kDirectionMask) &
+            static_cast<std::uint32_t>(m_position[i] < m_position[i - 1])) != 0;
+}
+
+/// Exchanges a step with those before it that it should come before.
+void StepBatch::MoveUp(std::size_t i)
+{
+    for (; i > 0 && IsBeforeNeighbour(i); --i) {
+        std::swap(m_position[i - 1], m_position[i]);
+        std::swap(m_centre[i - 1], m_centre[i]);
+        std::swap(m_place[i - 1], m_place[i]);
+    }
 }
 
 } // namespace decoder

@@ -73,9 +73,7 @@ void PointCleaning::Init(int width, int height, int edges)
     }
     m_least.resize(static_cast<std::size_t>(width + 2 * kReach));
     m_lines.assign(m_least.size() * kWindow, kNoDepth);
-    for (std::vector<float>* const values : {&m_grid.x, &m_grid.y, &m_grid.z, &m_grid.isThere}) {
-        values->assign(AreaOf(width, edges, kMargin), 0.0F);
-    }
+    m_grid.resize(AreaOf(width, edges, kMargin));
     m_isClear.resize(AreaOf(width, edges, kMargin));
     m_width = width;
     m_height = height;
@@ -102,7 +100,7 @@ void PointCleaning::Clean(int width, int height, int edges, std::vector<Measured
     }
     Init(width, height, edges);
     std::size_t inside = 0;
-    std::ranges::fill(m_grid.isThere, 0.0F);
+    std::ranges::fill(m_grid, GridPoint{});
     for (std::size_t i = 0; i < points.size(); ++i) {
         if (Has(points[i].edge)) {
             Place(points[i]);
@@ -116,14 +114,12 @@ void PointCleaning::Clean(int width, int height, int edges, std::vector<Measured
 
 void PointCleaning::Place(const MeasuredPoint& point)
 {
-    const std::size_t place = PlaceOf(point.edge);
-    m_grid.x[place] = static_cast<float>(point.position.x);
-    m_grid.y[place] = static_cast<float>(point.position.y);
-    m_grid.z[place] = static_cast<float>(point.position.z);
-    m_grid.isThere[place] = 1.0F;
+    m_grid[PlaceOf(point.edge)] = {static_cast<float>(point.position.x), static_cast<float>(point.position.y),
+                                   static_cast<float>(point.position.z), 1.0F};
 }
 
-/// Goes down the image with the depths of as many rows at hand as a window has, and closes the gaps of what it leaves out.
+/// Goes down the image with the depths of as many rows at hand as a window has, and closes the gaps of what it leaves
+/// out.
 void PointCleaning::RemoveUnclear(std::vector<MeasuredPoint>& points)
 {
     std::ranges::fill(m_lines, kNoDepth);
@@ -167,14 +163,13 @@ std::span<float> PointCleaning::Line(int row)
 
 void PointCleaning::FindLeastOfColumns()
 {
+    static_assert(kWindow == 7);
     const std::size_t size = m_least.size();
-    float* const least = m_least.data();
-    std::copy_n(m_lines.data(), size, least);
-    for (std::size_t line = 1; line < kWindow; ++line) {
-        const float* const depths = &m_lines[line * size];
-        for (std::size_t i = 0; i < size; ++i) {
-            least[i] = std::min(least[i], depths[i]);
-        }
+    const float* const lines = m_lines.data();
+    for (std::size_t i = 0; i < size; ++i) {
+        const float* const depth = lines + i;
+        m_least[i] = std::min({depth[0], depth[size], depth[2 * size], depth[3 * size], depth[4 * size],
+                               depth[5 * size], depth[6 * size]});
     }
 }
 
@@ -185,19 +180,17 @@ void PointCleaning::JudgeNormals()
     const float squaredCosine = m_minCosine > 0.0F ? m_minCosine * m_minCosine : 0.0F;
     for (int edge = kMargin; edge < m_edges + kMargin; ++edge) {
         const std::ptrdiff_t first = edge * stride + kMargin;
-        const float* const x = m_grid.x.data() + first;
-        const float* const y = m_grid.y.data() + first;
-        const float* const z = m_grid.z.data() + first;
-        const float* const isThere = m_grid.isThere.data() + first;
+        const GridPoint* const points = m_grid.data() + first;
         std::int32_t* const __restrict isClear = m_isClear.data() + first;
         // From the point itself to a neighbour, which is nowhere where it is missing.
-        const auto to = [=](std::ptrdiff_t i, std::ptrdiff_t neighbour) {
-            const float weight = isThere[i + neighbour];
-            return Vector{weight * (x[i + neighbour] - x[i]), weight * (y[i + neighbour] - y[i]),
-                          weight * (z[i + neighbour] - z[i])};
+        const auto to = [points](std::ptrdiff_t i, std::ptrdiff_t neighbour) {
+            const GridPoint& from = points[i];
+            const GridPoint& end = points[i + neighbour];
+            return Vector{end.isThere * (end.x - from.x), end.isThere * (end.y - from.y),
+                          end.isThere * (end.z - from.z)};
         };
         for (std::ptrdiff_t i = 0; i < width; ++i) {
-            const Vector point{x[i], y[i], z[i]};
+            const Vector point{points[i].x, points[i].y, points[i].z};
             const Vector normal = Cross(to(i, 1) - to(i, -1), to(i, stride) - to(i, -stride));
             const float along = Dot(normal, point);
             const float squaredLength = Dot(normal, normal);

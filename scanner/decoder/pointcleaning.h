@@ -19,10 +19,10 @@ namespace decoder {
 /// - Beside a jump: within 3 columns and 3 rows of its pixel, that of its whole row, lies a point that is nearer to the
 ///   camera by more than `Clean3DDataZDistThresh`. Blur and smoothing carry the light of the near surface that far over
 ///   its border, where it shifts the edges of the far one or hides them. Points on the near side of a jump stay.
-/// - Seen too flat: the cosine between the normal and the viewing ray is below `Clean3DDataDotProductThresh`. The normal
-///   is at right angles to the difference of the points in the columns before and behind on the same stripe edge, and
-///   to that of the stripe edges before and behind in the same column. Where one of a pair is missing, the point itself
-///   stands for it.
+/// - Seen too flat: the cosine between the normal and the viewing ray is below `Clean3DDataDotProductThresh`. The
+///   normal is at right angles to the difference of the points in the columns before and behind on the same stripe
+///   edge, and to that of the stripe edges before and behind in the same column. Where one of a pair is missing, the
+///   point itself stands for it.
 /// - Isolated: one of the pairs is missing as a whole, so that there is no normal.
 ///
 /// All points are judged before any is removed. Positions count as floats.
@@ -40,19 +40,19 @@ public:
     /// @param edges         numbers of stripe edges, from 0; not negative. More than 256 count as so many
     void Init(int width, int height, int edges);
 
-    /// @param points finite positions before the camera, by ascending whole row; their order stays. Those outside of the
-    ///        image, or of a stripe edge that there is not, are removed. Of two points of one column and stripe edge
-    ///        the later one stands for both in all normals
+    /// @param points finite positions before the camera, by ascending whole row; their order stays. Those outside of
+    ///        the image, or of a stripe edge that there is not, are removed. Of two points of one column and stripe
+    ///        edge the later one stands for both in all normals
     void Clean(int width, int height, int edges, std::vector<MeasuredPoint>& points);
 
 private:
-    /// Points by stripe edge and column, with a margin of one on every side. mm, camera frame.
-    struct Grid
+    /// A point of the grid. mm, camera frame.
+    struct GridPoint
     {
-        std::vector<float> x;
-        std::vector<float> y;
-        std::vector<float> z;
-        std::vector<float> isThere; ///< 1 where there is a point, else 0
+        float x;
+        float y;
+        float z;
+        float isThere; ///< 1 where there is a point, else 0
     };
 
     bool Has(const EdgePixel& edge) const;
@@ -70,7 +70,7 @@ private:
     int m_width = 0;
     int m_height = 0;
     int m_edges = 0;
-    Grid m_grid;
+    std::vector<GridPoint> m_grid;       ///< by stripe edge and column, with a margin of one on every side
     std::vector<std::int32_t> m_isClear; ///< by place in the grid: whether the surface there is seen well
     std::vector<float> m_lines; ///< mm; depths of a window's rows, the largest float where there are none
     std::vector<float> m_least; ///< mm; the least depth of each column of them

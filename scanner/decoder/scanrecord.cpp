@@ -27,7 +27,8 @@ using Bgr = std::array<std::uint8_t, 3>;
 std::uint8_t ToByte(float level)
 {
     constexpr float kLargest = 255.0F;
-    return level > 0.0F ? static_cast<std::uint8_t>(std::min(level, kLargest) + 0.5F) : std::uint8_t{0};
+    const float positive = level > 0.0F ? level : 0.0F; // also for what is not a number
+    return static_cast<std::uint8_t>(static_cast<int>((positive < kLargest ? positive : kLargest) + 0.5F));
 }
 
 /// Index of the pixel of an edge: halves of rows up, as far as the image reaches.

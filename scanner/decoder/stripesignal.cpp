@@ -173,9 +173,8 @@ void StripeSignal::Smooth(const LxCV::LxCEdgeDetectionConfig& config)
         LxCV::CCTImage::eRC_OK) {
         throw std::invalid_argument("the stripe signal cannot be smoothed like this");
     }
-    if (mode != LxCV::CCTImage::eSM_None) {
-        BlankBorderRows(config.m_iKernelSizeY / 2 - 1);
-    }
+    m_blankRows = mode == LxCV::CCTImage::eSM_None ? 0 : std::max(config.m_iKernelSizeY / 2 - 1, 0);
+    BlankBorderRows(m_blankRows);
 }
 
 /// Makes so many rows at the upper and at the lower border undecodable.

@@ -51,6 +51,9 @@ public:
     int GetWidth() const { return m_width; }
     int GetHeight() const { return m_height; }
 
+    /// How many rows at the upper and at the lower border the smoothing leaves undecodable.
+    int GetNumBlankRows() const { return m_blankRows; }
+
     /// The pixels row by row, each of three values in the order of `LxCV::LxCColorValueFloat::EColor`. Where a pixel is
     /// undecodable its value is not a number, elsewhere it is finite. Empty without a signal.
     std::span<const float> Values() const;
@@ -66,6 +69,7 @@ private:
 
     int m_width = 0;
     int m_height = 0;
+    int m_blankRows = 0;
     LxCV::CCTImage m_ratio;    ///< FLOAT32_3
     LxCV::CCTImage m_smoothed; ///< FLOAT32_3
 };

@@ -1,91 +1,124 @@
-// Weights and quotients of the corners of a cell.
+// Filling of a table, and weights of the corners of a cell.
 #include "scanner/decoder/tablelookup.h"
 
-#include "lxctriangulationlut.h"
+#include "lxcpinholeframework.h"
+#include "lxcstripepattern.h"
 
+#include <algorithm>
 #include <array>
+#include <limits>
+#include <stdexcept>
 
 namespace decoder {
 
-using LxCV::LxCTriangulationLUT;
+using LxCV::LxC3DCoordsCCT;
 
 namespace {
 
-constexpr std::size_t kCorners = 4;
-constexpr std::size_t kFloats = 3; ///< of a point
+/// How many corners lie along so many pixels, the last one behind the last pixel.
+int CountCorners(int pixels, int step)
+{
+    return pixels / step + 2;
+}
 
 } // namespace
 
-PointTable::PointTable(const LxCTriangulationLUT& table)
-    : m_points(table.GetBlock()), m_edges(table.GetNrEntries())
+void PointTable::Init(const LxCV::LxCPinholeFramework& model, int width, int height)
 {
-    if (m_edges > 0) {
-        m_width = table.GetLUTEntry(0)->GetWidth();
-        m_height = table.GetLUTEntry(0)->GetHeight();
+    constexpr int kMostEdges = 256; // numbers of 8 bits, which traced edges have
+    const int edges = std::clamp(model.GetCLPattern()->GetNrOfStripeEdges(), 0, kMostEdges);
+    const bool fits = width > 0 && height > 0 && CountCorners(width, kStepX) == m_columns &&
+                      CountCorners(height, kStepY) == m_rows && edges == m_edges;
+    if (IsFilled() && fits) {
+        return;
     }
+    Fill(edges, width, height, [&model](int column, int row, std::span<LxC3DCoordsCCT> points) {
+        model.ComputeEdgesXYZ(column, row, 0, true, points, false);
+    });
 }
 
-bool PointTable::FindCell(const EdgePixel& edge, Cell& cell) const
+void PointTable::Fill(int edges, int width, int height, const PointSource& pointsAt)
 {
+    m_isFilled = false;
+    m_edges = 0;
+    m_corners.clear();
+    if (edges < 0 || width < 1 || height < 1) {
+        throw std::invalid_argument("there are no images of this size to tabulate points for");
+    }
+    const int columns = CountCorners(width, kStepX);
+    const int rows = CountCorners(height, kStepY);
+    const std::size_t perEdge = static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows);
+    std::vector<LxC3DCoordsCCT> points(static_cast<std::size_t>(edges));
+    std::vector<Corner> corners(perEdge * points.size());
+    for (std::size_t place = 0; place < perEdge && !points.empty(); ++place) {
+        pointsAt(static_cast<int>(place) % columns * kStepX, static_cast<int>(place) / columns * kStepY,
+                 points);
+        for (std::size_t edge = 0; edge < points.size(); ++edge) {
+            corners[edge * perEdge + place] = CornerOf(points[edge]);
+        }
+    }
+    m_corners = std::move(corners);
+    m_columns = columns;
+    m_rows = rows;
+    m_edges = edges;
+    m_isFilled = true;
+}
+
+PointTable::Corner PointTable::CornerOf(const LxC3DCoordsCCT& point)
+{
+    constexpr float kNone = std::numeric_limits<float>::quiet_NaN();
+    const Corner corner{static_cast<float>(point.x / point.z), static_cast<float>(point.y / point.z),
+                        static_cast<float>(1.0 / point.z)};
+    // So that sums over corners are finite as well.
+    constexpr float kMost = 1e30F;
+    const bool isThere = point.z > 0.0 && corner.overZ > 0.0F && corner.overZ < kMost &&
+                         std::abs(corner.xOverZ) < kMost && std::abs(corner.yOverZ) < kMost;
+    return isThere ? corner : Corner{kNone, kNone, kNone};
+}
+
+PointTable::Cell PointTable::Find(const EdgePixel& edge) const
+{
+    Cell cell;
     if (edge.stripeEdge < 0 || edge.stripeEdge >= m_edges || edge.column < 0 || !(edge.row >= 0.0)) {
-        return false;
+        return cell;
     }
-    const int x = edge.column / LxCTriangulationLUT::sc_iGridStepX;
-    const double y = edge.row / LxCTriangulationLUT::sc_iGridStepY;
-    if (x + 1 >= m_width || !(y + 1.0 < m_height)) {
-        return false;
+    const int x = edge.column / kStepX;
+    const double y = edge.row / kStepY;
+    if (x + 1 >= m_columns || !(y + 1.0 < m_rows)) {
+        return cell;
     }
-    const auto line = static_cast<std::size_t>(y);
-    const std::size_t lines =
-        static_cast<std::size_t>(edge.stripeEdge) * static_cast<std::size_t>(m_height) + line;
-    cell.corner =
-        m_points + kFloats * (lines * static_cast<std::size_t>(m_width) + static_cast<std::size_t>(x));
-    cell.a = static_cast<float>(edge.column % LxCTriangulationLUT::sc_iGridStepX) /
-             static_cast<float>(LxCTriangulationLUT::sc_iGridStepX);
-    cell.b = static_cast<float>(y - static_cast<double>(line));
-    return true;
+    const int line = static_cast<int>(y);
+    const std::size_t row = static_cast<std::size_t>(edge.stripeEdge) * static_cast<std::size_t>(m_rows) +
+                            static_cast<std::size_t>(line);
+    cell.upperLeft = &m_corners[row * static_cast<std::size_t>(m_columns) + static_cast<std::size_t>(x)];
+    cell.a = static_cast<float>(edge.column % kStepX) / static_cast<float>(kStepX);
+    cell.b = static_cast<float>(y - line);
+    __builtin_prefetch(cell.upperLeft);
+    __builtin_prefetch(cell.upperLeft + m_columns);
+    return cell;
 }
 
-void PointTable::Announce(const EdgePixel& edge) const
+bool PointTable::LookUp(const Cell& cell, LxC3DCoordsCCT& position) const
 {
-    Cell cell{};
-    if (FindCell(edge, cell)) {
-        __builtin_prefetch(cell.corner);
-        __builtin_prefetch(cell.corner + kFloats * static_cast<std::size_t>(m_width));
-    }
-}
-
-bool PointTable::LookUp(const EdgePixel& edge, LxCV::LxC3DCoordsCCT& position) const
-{
-    Cell cell{};
-    if (!FindCell(edge, cell)) {
+    const Corner* const upper = cell.upperLeft;
+    if (upper == nullptr) {
         return false;
     }
-    const auto& [corner, a, b] = cell;
-    const float* const below = corner + kFloats * static_cast<std::size_t>(m_width);
-    const std::array<const float*, kCorners> corners{corner, corner + kFloats, below, below + kFloats};
-    const std::array<float, kCorners> weights{(1.0F - a) * (1.0F - b), a * (1.0F - b), (1.0F - a) * b, a * b};
-    std::array<float, kCorners> overDepth;
-    bool isWhole = true;
-    for (std::size_t i = 0; i < kCorners; ++i) {
-        const float depth = corners[i][2];
-        isWhole &= depth > 0.0F;
-        overDepth[i] = weights[i] / depth;
-    }
-    if (!isWhole) {
+    const Corner* const lower = upper + m_columns;
+    const float a = cell.a;
+    const float b = cell.b;
+    const std::array<float, 4> weights{(1.0F - a) * (1.0F - b), a * (1.0F - b), (1.0F - a) * b, a * b};
+    const auto meanOf = [&](float Corner::*value) {
+        return weights[0] * upper[0].*value + weights[1] * upper[1].*value + weights[2] * lower[0].*value +
+               weights[3] * lower[1].*value;
+    };
+    const float overZ = meanOf(&Corner::overZ);
+    if (!(overZ > 0.0F)) {
         return false;
     }
-    float sum = 0.0F;
-    float sumX = 0.0F;
-    float sumY = 0.0F;
-    for (std::size_t i = 0; i < kCorners; ++i) {
-        sum += overDepth[i];
-        sumX += overDepth[i] * corners[i][0];
-        sumY += overDepth[i] * corners[i][1];
-    }
-    const float depth = 1.0F / sum;
-    position.x = sumX * depth;
-    position.y = sumY * depth;
+    const float depth = 1.0F / overZ;
+    position.x = meanOf(&Corner::xOverZ) * depth;
+    position.y = meanOf(&Corner::yOverZ) * depth;
     position.z = depth;
     return true;
 }

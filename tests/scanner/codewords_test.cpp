@@ -96,10 +96,24 @@ protected:
         return words;
     }
 
-    /// Reads the words and gives the cyclic number found at each whole row.
+    /// The edges of words.
+    static EdgeColumns ColumnsOf(const CCTImage& words)
+    {
+        EdgeColumns columns;
+        columns.BeginColumn();
+        for (int row = 0; row < kHeight; ++row) {
+            const LxCExtremum word = WordAt(words, row);
+            if (word.HasEntry()) {
+                columns.Add({64 * row + word.GetSubpixelInt(), word.GetSymbolFromExt()});
+            }
+        }
+        return columns;
+    }
+
+    /// Reads the edges of the words, and gives the cyclic number found at each whole row.
     static std::map<int, int> Read(CCTImage& words, const DecoderConfig& config = {})
     {
-        CodeWordReader(*s_model, config).Read(words);
+        CodeWordReader(*s_model, config).Read(ColumnsOf(words), words);
         std::map<int, int> named;
         for (int row = 0; row < kHeight; ++row) {
             if (WordAt(words, row).GetLSEdgeIdUntraced() != 0) {
@@ -109,7 +123,7 @@ protected:
         return named;
     }
 
-    static LxCExtremum WordAt(CCTImage& words, int row)
+    static LxCExtremum WordAt(const CCTImage& words, int row)
     {
         return LxCExtremum(static_cast<unsigned int>(words.GetInt32PixelFast(kColumn, row)));
     }
@@ -246,16 +260,46 @@ TEST_F(CodeWords, AreSilentOnAnEmptyImage)
     CCTImage words = EmptyWords();
     EXPECT_TRUE(Read(words).empty());
     CCTImage none;
-    CodeWordReader(*s_model, DecoderConfig()).Read(none);
+    const CCTImage one = WordsOf(20, 3);
+    CodeWordReader(*s_model, DecoderConfig()).Read(ColumnsOf(one), none);
+    EXPECT_FALSE(none.IsValid());
     CCTImage hollow(kWidth, kHeight, LxCV::CCTImage::eIDT_INT32, false, nullptr);
-    CodeWordReader(*s_model, DecoderConfig()).Read(hollow);
+    CodeWordReader(*s_model, DecoderConfig()).Read(ColumnsOf(one), hollow);
     EXPECT_FALSE(hollow.IsValid());
 }
 
-TEST_F(CodeWords, AreReadFromEdgeWordsOnly)
+TEST_F(CodeWords, AreWrittenToEdgeWordsOnly)
 {
     CCTImage bytes(kWidth, kHeight, LxCV::CCTImage::eIDT_UINT8, true, nullptr);
-    EXPECT_THROW(CodeWordReader(*s_model, DecoderConfig()).Read(bytes), std::invalid_argument);
+    EXPECT_THROW(CodeWordReader(*s_model, DecoderConfig()).Read(EdgeColumns(), bytes), std::invalid_argument);
+}
+
+TEST_F(CodeWords, ReplaceAllWordsOfTheImage)
+{
+    CCTImage words(kWidth, kHeight, LxCV::CCTImage::eIDT_INT32, 7.0F);
+    const CCTImage expected = WordsOf(20, 4);
+    CCTImage read(expected);
+    Read(read);
+    CodeWordReader(*s_model, DecoderConfig()).Read(ColumnsOf(expected), words);
+    for (int row = 0; row < kHeight; ++row) {
+        ASSERT_EQ(words.GetInt32PixelFast(kColumn, row), read.GetInt32PixelFast(kColumn, row)) << row;
+    }
+}
+
+TEST_F(CodeWords, AreNotWrittenBesideTheImage)
+{
+    EdgeColumns columns;
+    for (int column = 0; column < kWidth + 2; ++column) {
+        columns.BeginColumn();
+        for (const int position : {-1, 64 * kHeight - 1, 64 * kHeight, std::numeric_limits<int>::max()}) {
+            columns.Add({position, LxCSymbol(5)});
+        }
+    }
+    CCTImage words = EmptyWords();
+    CodeWordReader(*s_model, DecoderConfig()).Read(columns, words);
+    for (int row = 0; row < kHeight; ++row) {
+        ASSERT_EQ(WordAt(words, row).HasEntry(), row == kHeight - 1) << row;
+    }
 }
 
 TEST_F(CodeWords, OfAnyBitsNameEdgesOfTheSlide)
@@ -290,7 +334,7 @@ TEST_F(CodeWords, SurviveWordsOfAllBits)
         DecoderConfig config;
         config.Edges().m_iMaxCodeLetterDist = distance;
         CCTImage copy(words);
-        CodeWordReader(*s_model, config).Read(copy);
+        CodeWordReader(*s_model, config).Read(ColumnsOf(words), copy);
         EXPECT_EQ(copy.GetInt32PixelFast(kColumn, 0) & 0xFFF, words.GetInt32PixelFast(kColumn, 0) & 0xFFF);
     }
 }

@@ -1,5 +1,7 @@
 #include "scanner/decoder/edgeorder.h"
 
+#include "tests/lxcvlib/allocationcount.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -116,6 +118,32 @@ TEST(EdgeOrder, KeepsALongestRisingChoiceOfAnyColumn)
         ASSERT_EQ(static_cast<int>(kept.size()), LongestRise(numbers)) << trial;
         ASSERT_TRUE(std::ranges::adjacent_find(kept, std::greater_equal<>()) == kept.end()) << trial;
         ASSERT_TRUE(std::ranges::is_sorted(edges, {}, &EdgePixel::row));
+    }
+}
+
+TEST(EdgeOrder, SortsOutWithoutTakingMemory)
+{
+    constexpr int kWidth = 40;
+    constexpr int kHeight = 90;
+    std::mt19937 random(11);
+    EdgeOrder order;
+    order.Init(kWidth, kHeight, std::size_t{kWidth} * kHeight);
+    for (int trial = 0; trial < 20; ++trial) {
+        // Row by row, most pixels an edge of any number, so that no column rises.
+        std::vector<EdgePixel> edges;
+        for (int row = 0; row < kHeight; ++row) {
+            for (int column = 0; column < kWidth; ++column) {
+                if (trial == 0 || random() % 4 != 0) {
+                    edges.push_back({column, double(row), static_cast<int>(random() % 122)});
+                }
+            }
+        }
+        const std::size_t before = edges.size();
+        const LxCV::AllocationCount allocations;
+        order.Apply(kWidth, edges);
+        ASSERT_EQ(allocations.Get(), 0U) << trial;
+        ASSERT_LT(edges.size(), before / 2);
+        ASSERT_GT(edges.size(), std::size_t{kWidth});
     }
 }
 
