@@ -131,6 +131,8 @@ Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Sce
     std::vector<double> allErrors;
     std::vector<double> pointErrors;
     pointErrors.reserve(points.size());
+    std::vector<bool> isRight;
+    isRight.reserve(points.size());
     for (const decoder::MeasuredPoint& point : points) {
         const int column = point.edge.column;
         const auto& crossings = truth.crossings.at(static_cast<std::size_t>(column));
@@ -138,6 +140,7 @@ Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Sce
         const auto truePoint = device.TruePointAt(scene, {static_cast<double>(column), point.edge.row});
         if (!truePoint) {
             pointErrors.push_back(std::numeric_limits<double>::quiet_NaN());
+            isRight.push_back(false);
             continue;
         }
         const bool right = nearest && crossings[*nearest].edge == point.edge.stripeEdge;
@@ -146,6 +149,7 @@ Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Sce
         }
         allErrors.push_back(Distance(point.position, *truePoint));
         pointErrors.push_back(allErrors.back());
+        isRight.push_back(right);
         if (right) {
             rightErrors.push_back(allErrors.back());
         }
@@ -160,6 +164,7 @@ Accuracy CompareWithTruth(const device::VirtualDevice& device, const device::Sce
     accuracy.rmsRightCodeMm = RootMeanSquare(rightErrors);
     accuracy.p95Mm = Percentile95(std::move(allErrors));
     accuracy.errorsMm = std::move(pointErrors);
+    accuracy.isRight = std::move(isRight);
     return accuracy;
 }
 

@@ -34,6 +34,7 @@ struct Accuracy
     double p95Mm = 0.0;           ///< 95 percent of the errors lie at or below it
     double rmsRightCodeMm = 0.0;  ///< over the points with the right edge number
     std::vector<double> errorsMm; ///< of each point, in order; not a number where the camera sees no surface
+    std::vector<bool> isRight;    ///< of each point, in order: whether its edge number is
 };
 
 /// @param truth  of the pair that was measured, with its crossings

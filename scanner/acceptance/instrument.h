@@ -48,9 +48,15 @@ public:
     void Observe(const device::Scene& scene, std::span<const device::Exposure> exposures, bool isCompared,
                  const std::function<void(const Reading&)>& take);
 
-private:
+    /// What a pair of the device gives.
+    /// @param scene of the pair's truth
+    /// @param pair  with its truth where it is compared
     Reading Measure(const device::Scene& scene, device::RenderedPair& pair, bool isCompared);
 
+    /// With all steps of the last measurement.
+    const decoder::Decoder& GetDecoder() const { return m_decoder; }
+
+private:
     device::VirtualDevice m_device;
     std::unique_ptr<const LxCV::LxCPinholeFramework> m_model;
     decoder::Decoder m_decoder;

@@ -99,6 +99,7 @@ TEST_F(AccuracyFigures, CallACodeWrongWhereTheNearestEdgeIsAnotherOrFar)
     const Accuracy accuracy =
         Compare({PointAt(0, 100.0, 51, 2.0), PointAt(0, 200.0, 50, 1.0), PointAt(0, 105.0, 51, 0.01)});
     EXPECT_NEAR(accuracy.wrongCodeFraction, 2.0 / 3.0, 1e-12);
+    EXPECT_EQ(accuracy.isRight, (std::vector<bool>{false, false, true}));
 }
 
 TEST_F(AccuracyFigures, CoverPointsWithWrongCodesToo)
@@ -139,6 +140,7 @@ TEST_F(AccuracyFigures, CallAPointWrongWhereThereIsNoSurface)
     const Accuracy accuracy =
         CompareWithTruth(m_device, *behind, m_truth, LxCV::LxCRoi(0, 0, 2, 494), points);
     EXPECT_EQ(accuracy.wrongCodeFraction, 1.0);
+    EXPECT_EQ(accuracy.isRight, std::vector<bool>{false});
     EXPECT_EQ(accuracy.coverage, 0.0);
     EXPECT_EQ(accuracy.rmsMm, 0.0);
 }
