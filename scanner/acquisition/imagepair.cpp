@@ -3,7 +3,6 @@
 #include "lxaframegrabber.h"
 #include "lxcframegrabberreqs.h"
 
-#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -15,36 +14,36 @@ using LxCV::LxAFrameGrabber;
 
 namespace {
 
+/// Without a temporary image, and in the memory that the image has where it fits: touching fresh memory is what an
+/// acquisition costs.
+/// @return false where there is not enough memory
+bool Convert(LxAFrameGrabber& grabber, const CCTImage& raw, CCTImage& image)
+{
+    if (!image.DoDimMatchWith(raw) || image.GetDataType() != CCTImage::eIDT_FLOAT32_3) {
+        image.Resize(raw.GetWidth(), raw.GetHeight(), CCTImage::eIDT_FLOAT32_3);
+    }
+    if (!image.IsValid()) {
+        return false;
+    }
+    grabber.GetReqs()->ConvertImage(&raw, &image);
+    return true;
+}
+
 /// `raw` is the raw image, whose memory serves for the next one.
 void Acquire(LxAFrameGrabber& grabber, LxAFrameGrabber::ELedType kind, CCTImage& raw, CCTImage& image)
 {
-    const bool acquired = grabber.AcquireSingleImage(kind, raw);
-    // Made without a temporary image: touching fresh memory is what an acquisition costs.
-    image.Resize(grabber.GetWidth(), grabber.GetHeight(), CCTImage::eIDT_FLOAT32_3);
-    if (!acquired || !image.IsValid() || !image.DoDimMatchWith(raw)) {
+    if (!grabber.AcquireSingleImage(kind, raw) || !Convert(grabber, raw, image)) {
         const std::string name = kind == LxAFrameGrabber::eLT_Ref ? "reference" : "pattern";
         throw std::runtime_error(grabber.GetDriverName() + " delivers no " + name + " image");
     }
-    grabber.GetReqs()->ConvertImage(&raw, &image);
 }
 
 /// Gives the raw image back in any case.
 bool Take(LxAFrameGrabber& grabber, LxAFrameGrabber::ELedType kind, CCTImage& image)
 {
-    CCTImage* const raw = grabber.AcquireImageRaw(kind);
-    if (raw == nullptr) {
-        return false;
-    }
-    const std::unique_ptr<CCTImage, std::function<void(CCTImage*)>> lent(
-        raw, [&grabber](CCTImage* taken) { grabber.ReEnqueueRawBuffers(taken); });
-    if (!image.DoDimMatchWith(*raw) || image.GetDataType() != CCTImage::eIDT_FLOAT32_3) {
-        image.Resize(raw->GetWidth(), raw->GetHeight(), CCTImage::eIDT_FLOAT32_3);
-    }
-    if (!image.IsValid()) {
-        return false;
-    }
-    grabber.GetReqs()->ConvertImage(raw, &image);
-    return true;
+    const auto giveBack = [&grabber](CCTImage* taken) { grabber.ReEnqueueRawBuffers(taken); };
+    const std::unique_ptr<CCTImage, decltype(giveBack)> raw(grabber.AcquireImageRaw(kind), giveBack);
+    return raw != nullptr && Convert(grabber, *raw, image);
 }
 
 } // namespace

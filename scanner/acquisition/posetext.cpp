@@ -46,7 +46,7 @@ std::string PoseText(const device::MeshPose& pose)
 std::string NumberText(double number)
 {
     std::array<char, 32> text{};
-    const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), number);
+    const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), number + 0.0); // no -0
     return {text.data(), end};
 }
 

@@ -3,7 +3,11 @@
 #include "scanner/acquisition/posetext.h"
 
 #include <algorithm>
+#include <iomanip>
+#include <locale>
+#include <sstream>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace acquisition {
@@ -18,14 +22,29 @@ void RenderPair(Rendering& rendering)
     rendering.pair = rendering.device->RenderPair(*rendering.scene, options);
 }
 
+/// Width, height and depth as they stand before the camera, to three digits.
+std::string SizeText(const device::MeshScene& mesh)
+{
+    const device::Vec3 size = mesh.GetHighest() - mesh.GetLowest();
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << std::setprecision(3) << size.x << " by " << size.y << " by " << size.z << " mm";
+    return text.str();
+}
+
 void CheckMeshIsSeen(const Rendering& rendering)
 {
-    if (std::ranges::none_of(rendering.pair.truth.pixels, &device::PixelTruth::hit)) {
-        throw std::runtime_error("the camera sees nothing of the mesh " +
-                                 rendering.options.mesh->file.string() + " in the pose " +
-                                 PoseText(rendering.mesh->GetPose()) +
-                                 "; without a translation it stands in the middle of the view");
+    if (std::ranges::any_of(rendering.pair.truth.pixels, &device::PixelTruth::hit)) {
+        return;
     }
+    // What stands in the middle of the view and is not seen falls between the pixels.
+    const char* const remedy =
+        rendering.options.mesh->pose.translation
+            ? "; without a translation it stands in the middle of the view"
+            : "; of a file that is not in mm give the scale, 1000 for metres and 25.4 for inches";
+    throw std::runtime_error("the camera sees nothing of the mesh " + rendering.options.mesh->file.string() +
+                             ", " + SizeText(*rendering.mesh) + ", in the pose " +
+                             PoseText(rendering.options.mesh->pose) + remedy);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "scanner/app/commandtree.h"
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/errormaps.h"
+#include "scanner/app/hardreport.h"
 #include "scanner/app/imagefiles.h"
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/measurement.h"
@@ -36,6 +37,7 @@ constexpr double c_mapScale = 0.02; // mm
 struct AccuracyOptions : AccuracySettings
 {
     std::filesystem::path out = "out/accuracy";
+    bool hard = false; ///< whether hard scenes are measured instead of artefacts
     bool json = false;
 };
 
@@ -86,12 +88,39 @@ AcceptanceResult RunTest(const AccuracyOptions& options)
     return result;
 }
 
-void MeasureAccuracy(AccuracyOptions options, bool hasSeeds, std::ostream& out)
+std::vector<HardResult> RunHardScenes(const AccuracyOptions& options)
 {
-    if (options.quick && !hasSeeds) {
-        options.repetitions.seeds = 1;
+    std::vector<device::Exposure> exposures;
+    for (std::size_t index = 0; index < options.repetitions.seeds; ++index) {
+        exposures.push_back({options.repetitions.noise, options.repetitions.firstSeed + index});
     }
-    CreateFolder(options.out);
+    const std::vector<acceptance::HardScene> scenes = acceptance::HardScenes();
+    Progress progress(static_cast<int>(scenes.size()));
+    std::vector<HardResult> results;
+    for (const acceptance::HardScene& scene : scenes) {
+        progress.Run(scene.name, [&] {
+            results.push_back({scene.name, MeasureHardScene(scene, {}, exposures, ConfigOf(options))});
+        });
+    }
+    return results;
+}
+
+void MeasureHardScenes(const AccuracyOptions& options, std::ostream& out)
+{
+    const std::vector<HardResult> results = RunHardScenes(options);
+    std::ostringstream text;
+    PrintJson(text, ToJson(options, results));
+    WriteText(options.out / "hard.json", text.str());
+    if (options.json) {
+        out << text.str();
+    } else {
+        PrintHardReport(options, results, out);
+        out << "Wrote hard.json to " << options.out.string() << "\n";
+    }
+}
+
+void MeasureArtefacts(const AccuracyOptions& options, std::ostream& out)
+{
     const AcceptanceResult result = RunTest(options);
     const device::LensParameters camera = device::DeviceParameters().camera;
     const std::filesystem::path picture = options.out / "flatness.png";
@@ -106,6 +135,19 @@ void MeasureAccuracy(AccuracyOptions options, bool hasSeeds, std::ostream& out)
     } else {
         PrintAccuracyReport(options, result, out);
         out << "Wrote flatness.png and accuracy.json to " << options.out.string() << "\n";
+    }
+}
+
+void MeasureAccuracy(AccuracyOptions options, bool hasSeeds, std::ostream& out)
+{
+    if (options.quick && !hasSeeds) {
+        options.repetitions.seeds = 1;
+    }
+    CreateFolder(options.out);
+    if (options.hard) {
+        MeasureHardScenes(options, out);
+    } else {
+        MeasureArtefacts(options, out);
     }
 }
 
@@ -127,6 +169,10 @@ TargetCommand AddAccuracyCommand(CLI::App& program)
     parser->add_flag(
         "--quick", options->quick,
         "One seed if --seeds does not tell another number, and codes under the default conditions alone");
+    parser->add_flag(
+        "--hard", options->hard,
+        "Measure scenes with occlusion, grazing sight, highlights, too much light, motion or no object "
+        "instead");
     parser->add_flag("--table", options->table, "Look points up in a table instead of computing each");
     parser
         ->add_option("--out", options->out,

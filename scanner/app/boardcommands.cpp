@@ -9,7 +9,6 @@
 #include "scanner/app/numberoption.h"
 #include "scanner/calibration/boardexperiment.h"
 #include "scanner/calibration/boardlocator.h"
-#include "scanner/calibration/cornerid.h"
 
 #include <CLI/CLI.hpp>
 
@@ -20,6 +19,7 @@
 #include <ostream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace app {
@@ -28,10 +28,8 @@ namespace {
 
 using calibration::BoardLocator;
 using calibration::BoardMark;
-using calibration::CornerName;
 using calibration::LocatedBoard;
 using calibration::Refinement;
-using calibration::SquareOf;
 using LxCV::CCTImage;
 
 constexpr const char* c_noRefinement = "none";
@@ -85,15 +83,12 @@ nlohmann::ordered_json ToJson(const LocateOptions& options, const std::string& t
     json["times_ms"] = TimesToJson(board.times);
     json["marks"] = nlohmann::ordered_json::array();
     for (const BoardMark& mark : board.marks) {
-        json["marks"].push_back({{"id", mark.id},
-                                 {"square", SquareOf(mark.id)},
-                                 {"corner", CornerName(mark.id)},
-                                 {"x", mark.image.x},
-                                 {"y", mark.image.y},
-                                 {"quality", mark.quality},
-                                 {"usable", mark.usable},
-                                 {"computed", mark.computed},
-                                 {"world_mm", {mark.world.x, mark.world.y, mark.world.z}}});
+        nlohmann::ordered_json told = MarkToJson(mark.id, mark.image);
+        told["quality"] = mark.quality;
+        told["usable"] = mark.usable;
+        told["computed"] = mark.computed;
+        told["world_mm"] = {mark.world.x, mark.world.y, mark.world.z};
+        json["marks"].push_back(std::move(told));
     }
     return json;
 }
@@ -103,14 +98,11 @@ void PrintMarks(const std::string& target, const LocatedBoard& board, std::ostre
     out << board.marks.size() << " corners of the " << (target == "nominal" ? "nominal" : target)
         << " target, turned by " << board.orientation << " quarters"
         << (board.isTurned ? " in the image turned by 45 degrees" : "") << "\n"
-        << "   id  square  corner            x        y  quality    X mm    Y mm    Z mm\n"
-        << std::fixed;
+        << kMarkHeading << "  quality    X mm    Y mm    Z mm\n";
     for (const BoardMark& mark : board.marks) {
-        out << std::setw(5) << mark.id << std::setw(8) << SquareOf(mark.id) << "  " << std::left
-            << std::setw(11) << CornerName(mark.id) << std::right << std::setprecision(3) << std::setw(8)
-            << mark.image.x << " " << std::setw(8) << mark.image.y << std::setw(9) << mark.quality
-            << std::setw(8) << mark.world.x << std::setw(8) << mark.world.y << std::setw(8) << mark.world.z
-            << (mark.usable ? "" : "  not for calibration") << "\n";
+        PrintMark(out, mark.id, mark.image)
+            << std::setw(9) << mark.quality << std::setw(8) << mark.world.x << std::setw(8) << mark.world.y
+            << std::setw(8) << mark.world.z << UsableNote(mark.usable) << "\n";
     }
     PrintTimes(board.times, out);
 }

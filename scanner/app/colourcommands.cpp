@@ -310,7 +310,8 @@ struct ApplyOptions
 
 bool IsTiff(const std::filesystem::path& file)
 {
-    return file.extension() == ".tif" || file.extension() == ".tiff";
+    const std::string suffix = LowerSuffix(file);
+    return suffix == ".tif" || suffix == ".tiff";
 }
 
 void WriteCorrected(const CCTImage& image, const std::filesystem::path& file)
@@ -423,7 +424,7 @@ CLI::Validator IsPngOrTiff()
 {
     return {[](std::string& text) {
                 const std::filesystem::path file(text);
-                return file.extension() == ".png" || IsTiff(file)
+                return LowerSuffix(file) == ".png" || IsTiff(file)
                            ? std::string()
                            : "'" + text +
                                  "' is no name of an image to write: it ends with .png, .tif or .tiff";

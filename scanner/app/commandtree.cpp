@@ -92,7 +92,9 @@ CommandArgument ReadArgument(const CLI::Option& option)
     argument.range = isChoice ? "" : type.checks;
     argument.label = option.nonpositional() ? LabelOf(type.type) : option.get_name(true);
     argument.usual = option.get_default_str();
-    argument.repeats = option.get_items_expected_max() > 1;
+    argument.repeats = option.nonpositional()
+                           ? option.get_multi_option_policy() == CLI::MultiOptionPolicy::TakeAll
+                           : option.get_items_expected_max() > 1;
     return argument;
 }
 

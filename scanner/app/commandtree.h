@@ -35,7 +35,7 @@ struct CommandArgument
     EValue value = EValue::eNone;
     std::vector<std::string> choices; ///< of `EValue::eChoice`
     bool isRequired = false;
-    bool repeats = false;              ///< takes any number of values
+    bool repeats = false;              ///< may be given any number of times
     std::vector<std::string> needs;    ///< names of options that must be given, too; sorted
     std::vector<std::string> excludes; ///< names of options that must not; sorted
 };

@@ -15,9 +15,6 @@ namespace {
 
 using acquisition::DeviceMemory;
 
-constexpr char kPlain = '\x01';
-constexpr char kEncrypted = '\x02';
-
 std::uint32_t Word(std::string_view content, std::size_t place)
 {
     std::uint32_t word = 0;
@@ -39,10 +36,10 @@ std::optional<Header> ReadHeader(std::string_view content)
 {
     constexpr std::size_t plainLength = 9;
     constexpr std::size_t encryptedLength = 13;
-    if (content.front() == kPlain && content.size() > plainLength && content[plainLength] == 'x') {
+    if (content.front() == kPlainContainer && content.size() > plainLength && content[plainLength] == 'x') {
         return Header{false, Word(content, 1), plainLength + std::size_t{Word(content, 5)}};
     }
-    if (content.front() == kEncrypted && content.size() > encryptedLength) {
+    if (content.front() == kEncryptedContainer && content.size() > encryptedLength) {
         return Header{true, Word(content, 1), encryptedLength + std::size_t{Word(content, 9)}};
     }
     return std::nullopt;

@@ -2,6 +2,7 @@
 
 #include "scanner/acquisition/rendering.h"
 #include "scanner/app/numberoption.h"
+#include "scanner/calibration/cornerid.h"
 
 #include <CLI/CLI.hpp>
 
@@ -47,6 +48,22 @@ void AddErrors(const calibration::BoardAccuracy& accuracy, nlohmann::ordered_jso
     json["p99_px"] = accuracy.p99;
     json["max_px"] = accuracy.largest;
     json["bias_px"] = {accuracy.bias.x, accuracy.bias.y};
+}
+
+nlohmann::ordered_json MarkToJson(int id, const device::Vec2& image)
+{
+    return {{"id", id},
+            {"square", calibration::SquareOf(id)},
+            {"corner", calibration::CornerName(id)},
+            {"x", image.x},
+            {"y", image.y}};
+}
+
+std::ostream& PrintMark(std::ostream& out, int id, const device::Vec2& image)
+{
+    return out << std::fixed << std::setw(5) << id << std::setw(8) << calibration::SquareOf(id) << "  "
+               << std::left << std::setw(11) << calibration::CornerName(id) << std::right
+               << std::setprecision(3) << std::setw(8) << image.x << " " << std::setw(8) << image.y;
 }
 
 std::ostream& Label(std::ostream& out, const char* text)

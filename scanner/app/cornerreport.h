@@ -3,6 +3,7 @@
 
 #include "scanner/calibration/boardaccuracy.h"
 #include "scanner/calibration/stagetimes.h"
+#include "scanner/device/geometry.h"
 
 #include <nlohmann/json.hpp>
 
@@ -27,6 +28,20 @@ void AddCounts(const calibration::BoardAccuracy& accuracy, nlohmann::ordered_jso
 
 /// Errors in pixels: mean_px, p95_px, p99_px, max_px, bias_px.
 void AddErrors(const calibration::BoardAccuracy& accuracy, nlohmann::ordered_json& json);
+
+/// What is told of every corner of a mark: id, square, corner, x, y.
+/// @param image pixels, distorted image
+nlohmann::ordered_json MarkToJson(int id, const device::Vec2& image);
+
+/// The same as the first columns of a table, and their heading.
+std::ostream& PrintMark(std::ostream& out, int id, const device::Vec2& image);
+inline constexpr const char* kMarkHeading = "   id  square  corner            x        y";
+
+/// What stands behind the last column of a mark.
+inline const char* UsableNote(bool usable)
+{
+    return usable ? "" : "  not for calibration";
+}
 
 /// Begins a line of a report.
 std::ostream& Label(std::ostream& out, const char* text);

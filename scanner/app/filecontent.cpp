@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
 #include <span>
 #include <system_error>
@@ -68,11 +69,27 @@ std::ifstream OpenForReading(const std::filesystem::path& file)
     return stream;
 }
 
+namespace {
+
+[[noreturn]] void RefuseLength(const std::filesystem::path& file, std::size_t limit,
+                               const std::string& holder)
+{
+    throw std::runtime_error("'" + file.string() + "' is longer than the " + std::to_string(limit) +
+                             " bytes that " + holder + " holds");
+}
+
+} // namespace
+
+/// What the system tells of the size saves the reading of a file that is too long; pipes and devices have none.
 std::string ReadContent(const std::filesystem::path& file, std::size_t limit, const std::string& holder)
 {
     constexpr std::size_t step = 64 * 1024;
     const std::size_t tooLong = limit + 1;
     std::ifstream stream = OpenForReading(file);
+    std::error_code unknown;
+    if (const std::uintmax_t size = std::filesystem::file_size(file, unknown); !unknown && size > limit) {
+        RefuseLength(file, limit, holder);
+    }
     std::string content;
     while (stream.good() && content.size() < tooLong) {
         const std::size_t begin = content.size();
@@ -84,8 +101,7 @@ std::string ReadContent(const std::filesystem::path& file, std::size_t limit, co
         throw std::runtime_error("cannot read '" + file.string() + "'");
     }
     if (content.size() == tooLong) {
-        throw std::runtime_error("'" + file.string() + "' is longer than the " + std::to_string(limit) +
-                                 " bytes that " + holder + " holds");
+        RefuseLength(file, limit, holder);
     }
     return content;
 }
@@ -101,10 +117,30 @@ void WriteContent(const std::filesystem::path& file, std::string_view content)
     }
 }
 
+std::string LowerSuffix(const std::filesystem::path& file)
+{
+    std::string suffix = file.extension().string();
+    std::ranges::transform(suffix, suffix.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    });
+    return suffix;
+}
+
+void RequireNoBackslash(const char* what, const std::filesystem::path& file)
+{
+    if (file.native().find('\\') != std::string::npos) {
+        throw std::runtime_error(std::string(what) + " '" + file.string() +
+                                 "': there is a backslash in its path; take another folder");
+    }
+}
+
 void RequireTwoFiles(const std::filesystem::path& one, const std::filesystem::path& other)
 {
     std::error_code ignored;
-    if (std::filesystem::equivalent(one, other, ignored)) {
+    const bool isSamePath =
+        std::filesystem::weakly_canonical(one, ignored) ==
+        std::filesystem::weakly_canonical(other, ignored); // also of files that are not there
+    if (isSamePath || std::filesystem::equivalent(one, other, ignored)) {
         throw std::runtime_error("'" + one.string() + "' and '" + other.string() + "' are one file");
     }
 }

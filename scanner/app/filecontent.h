@@ -25,6 +25,15 @@ std::string ReadContent(const std::filesystem::path& file, std::size_t limit, co
 /// @throws std::runtime_error naming the file that cannot be written
 void WriteContent(const std::filesystem::path& file, std::string_view content);
 
+/// The suffix of the name in lower case, with its dot; empty for none.
+std::string LowerSuffix(const std::filesystem::path& file);
+
+/// Refuses a path with a backslash, which the library would take for a separator of folders, and so the file for another
+/// one.
+/// @param what cannot be done with the file, for the message, such as "cannot replay"
+/// @throws std::runtime_error naming the file
+void RequireNoBackslash(const char* what, const std::filesystem::path& file);
+
 /// @throws std::runtime_error where both paths lead to one file
 void RequireTwoFiles(const std::filesystem::path& one, const std::filesystem::path& other);
 

@@ -20,6 +20,7 @@ struct FileFacts
     std::string kind;
     nlohmann::ordered_json facts =
         nlohmann::ordered_json::object(); ///< texts, numbers, bools and lists of these
+    std::size_t bytes = 0;                ///< of the file; 0 for a content that comes from none
 };
 
 /// A file that was read.
@@ -36,9 +37,10 @@ struct FileView
 /// @throws std::runtime_error telling what is wrong with it, without the file's name
 FileFacts TellContent(const FileView& file);
 
-/// The same of a file on the disk, of which no more than `kLongestFile` is read.
+/// The same of a file on the disk.
+/// @param limit bytes; a longer file is refused, and no more of it is read
 /// @throws std::runtime_error naming the file and what is wrong with it
-FileFacts TellFile(const std::filesystem::path& file);
+FileFacts TellFile(const std::filesystem::path& file, std::size_t limit = kLongestFile);
 
 // What follows tells files of its kinds, and gives nothing for others. All throw std::runtime_error for a file that is
 // of the kind but damaged.
@@ -64,18 +66,22 @@ std::optional<FileFacts> TellSections(const FileView& file);
 /// Marks of calibrations and other texts of numbers, JSON, HTML, XML, settings.
 std::optional<FileFacts> TellText(const FileView& file);
 
-/// Least and greatest coordinates of points, as facts.
+/// Points as facts: their least and greatest coordinates, and how many are nowhere.
 class Extent
 {
 public:
-    /// Points that are nowhere do not count.
     void Add(const std::array<double, 3>& point);
 
-    /// Adds `least_mm` and `greatest_mm` where there was a point.
+    /// Points whose coordinates are all finite.
+    std::size_t GetPoints() const { return m_points; }
+
+    /// Adds `least_mm` and `greatest_mm` of the points that are finite, where there are any, and `not_finite`, the count
+    /// of the others, where there are any.
     void AddTo(nlohmann::ordered_json& facts) const;
 
 private:
-    bool m_isEmpty = true;
+    std::size_t m_points = 0;
+    std::size_t m_notFinite = 0;
     std::array<double, 3> m_least{};
     std::array<double, 3> m_greatest{};
 };

@@ -152,7 +152,7 @@ FileFacts TellPicture(const FileView& file)
     const EImageFileResult result =
         platform::ReadImage(std::as_bytes(std::span(file.content)), pixels, description);
     if (result == EImageFileResult::eUnsupported) {
-        throw std::runtime_error("it is an image of a kind that is not read: " + description);
+        throw std::runtime_error("it is an image that is not read: " + description);
     }
     if (result != EImageFileResult::eOk) {
         throw std::runtime_error("it is a damaged image: " + description);

@@ -4,6 +4,7 @@
 #include "cctimage.h"
 
 #include <filesystem>
+#include <string>
 
 namespace app {
 
@@ -14,6 +15,10 @@ LxCV::CCTImage LoadImage(const std::filesystem::path& file);
 /// divided by 257, and other numbers stand as they are.
 /// @throws std::runtime_error naming the file that is missing or cannot be read, and why
 LxCV::CCTImage LoadLevels(const std::filesystem::path& file);
+
+/// A size for messages, such as "640 by 480 pixels".
+std::string SizeText(int width, int height);
+std::string SizeText(const LxCV::CCTImage& image);
 
 /// Writes a PNG. Not through `CCTImage::SavePNG`: in a path text a backslash separates folders, here it may be part of a
 /// name.

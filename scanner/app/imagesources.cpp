@@ -62,12 +62,7 @@ std::unique_ptr<LxCV::LxCSimFrameGrabber> OpenReplay(const RawFormat& format,
                                    *grabber->GetReqs());
     std::vector<std::string> paths;
     for (const std::filesystem::path& file : files) {
-        // The library would take the backslash for a separator, and so the file for another one.
-        if (file.native().find('\\') != std::string::npos) {
-            throw std::runtime_error("cannot replay '" + file.string() +
-                                     "': there is a backslash in its path; take another folder by --out, or "
-                                     "--source virtual");
-        }
+        RequireNoBackslash("cannot replay", file);
         paths.push_back(file.native());
     }
     const auto result = grabber->Init(paths);

@@ -9,11 +9,14 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
 #include <memory>
 #include <ostream>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -52,14 +55,28 @@ nlohmann::ordered_json ToJson(const Told& told)
         json["error"] = told.error;
         return json;
     }
-    std::error_code ignored;
-    json["bytes"] = std::filesystem::file_size(told.file, ignored);
+    json["bytes"] = told.facts.bytes;
     json["kind"] = told.facts.kind;
     json.update(told.facts.facts);
     return json;
 }
 
-/// A value as words: texts without quotes and control characters, lists without brackets.
+/// The shortest decimal number that is this one: of what a file holds as a float, the float's.
+std::string NumberWords(double number)
+{
+    const bool fits = std::abs(number) <= std::numeric_limits<float>::max();
+    const float single = fits ? static_cast<float>(number) : 0.0F;
+    if (static_cast<double>(single) != number) {
+        return nlohmann::ordered_json(number).dump();
+    }
+    std::array<char, 64> letters{};
+    const auto [end, error] = std::to_chars(letters.data(), letters.data() + letters.size(), single);
+    const std::string text(letters.data(), end);
+    return text.find_first_of(".e") == std::string::npos ? text + ".0" : text;
+}
+
+/// A value as words: texts without quotes and control characters, lists without brackets. A number that is not finite,
+/// which JSON has no word for, is called so.
 std::string Words(const nlohmann::ordered_json& value)
 {
     if (value.is_array()) {
@@ -71,6 +88,12 @@ std::string Words(const nlohmann::ordered_json& value)
     }
     if (value.is_boolean()) {
         return value.get<bool>() ? "yes" : "no";
+    }
+    if (value.is_number_float() && !std::isfinite(value.get<double>())) {
+        return "not finite";
+    }
+    if (value.is_number_float()) {
+        return NumberWords(value.get<double>());
     }
     if (!value.is_string()) {
         return value.dump();

@@ -3,6 +3,7 @@
 
 #include "lxaframegrabber.h"
 #include "lxcpinholeframework.h"
+#include "scanner/app/algorithmfile.h"
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/imagefiles.h"
 #include "scanner/app/imagesources.h"
@@ -77,8 +78,11 @@ LiveSource Open(const LiveOptions& options)
     LiveSource source =
         options.grabber == kVirtualSource ? OpenVirtualSource(options) : OpenSimulatedSource(options);
     if (!options.model.empty()) {
-        source.model = LoadMeasuringModel(options.model);
-        source.modelName = "the model '" + options.model.string() + "'";
+        source.model = LoadMeasuringModel(options.model, &source.config.algorithm);
+        source.modelName = ModelName(options.model);
+    }
+    if (!options.algorithm.empty()) {
+        LoadAlgorithm(options.algorithm, source.config.algorithm);
     }
     return source;
 }

@@ -45,6 +45,7 @@ using acquisition::Rendering;
 struct SceneOptions : acquisition::PairOptions
 {
     std::filesystem::path out = "out/demo";
+    bool json = false;
 };
 
 using StageTimes = std::vector<std::pair<std::string, double>>;
@@ -89,22 +90,18 @@ nlohmann::ordered_json ToJson(const SceneOptions& options, const Rendering& rend
     return json;
 }
 
-void PrintReport(std::ostream& out, const SceneOptions& options, const std::string& source,
-                 const Measurement& measurement, const StageTimes& times)
+std::ostream& BeginLine(std::ostream& out, const std::string& text)
+{
+    constexpr int kLabelWidth = 18;
+    return out << "  " << std::left << std::setw(kLabelWidth) << text << std::right;
+}
+
+/// How far the points, of which there are some, are from the truth and from computed ones.
+void PrintDeviations(std::ostream& out, const Measurement& measurement)
 {
     const Accuracy& accuracy = measurement.accuracy;
-    constexpr int kLabelWidth = 18;
-    const auto label = [&out](const std::string& text) -> std::ostream& {
-        return out << "  " << std::left << std::setw(kLabelWidth) << text << std::right;
-    };
-    const auto percent = [](double share) { return 100.0 * share; };
-    out << std::fixed << "Scene " << options.scene << ", seed " << options.seed << ", noise "
-        << std::setprecision(2) << options.noise << "\n";
-    label("source") << source << "\n";
-    label("points") << accuracy.points << "\n";
-    label("coverage") << std::setprecision(1) << percent(accuracy.coverage) << " % of "
-                      << accuracy.seenCrossings << " edge crossings\n";
-    label("wrong codes") << std::setprecision(3) << percent(accuracy.wrongCodeFraction)
+    const auto label = [&out](const std::string& text) -> std::ostream& { return BeginLine(out, text); };
+    label("wrong codes") << std::setprecision(3) << 100.0 * accuracy.wrongCodeFraction
                          << " % of the points\n";
     out << std::setprecision(4);
     label("error, mean") << accuracy.meanMm << " mm\n";
@@ -116,6 +113,25 @@ void PrintReport(std::ostream& out, const SceneOptions& options, const std::stri
         label("table") << std::setprecision(5) << "at most " << table.largestMm
                        << " mm from computed points, RMS " << table.rmsMm << " mm\n";
     }
+}
+
+void PrintReport(std::ostream& out, const SceneOptions& options, const std::string& source,
+                 const Measurement& measurement, const StageTimes& times)
+{
+    const Accuracy& accuracy = measurement.accuracy;
+    const auto label = [&out](const std::string& text) -> std::ostream& { return BeginLine(out, text); };
+    out << std::fixed << "Scene " << options.scene << ", seed " << options.seed << ", noise "
+        << std::setprecision(2) << options.noise << "\n";
+    label("source") << source << "\n";
+    label("points") << accuracy.points << "\n";
+    label("coverage") << std::setprecision(1) << 100.0 * accuracy.coverage << " % of "
+                      << accuracy.seenCrossings << " edge crossings\n";
+    if (accuracy.points > 0) {
+        PrintDeviations(out, measurement);
+    } else {
+        out << "There are no points, so no errors can be told; see that the object stands within the working "
+               "range of the device, and that the noise is not too large\n";
+    }
     out << "Stages\n" << std::setprecision(1);
     for (const auto& [stage, milliseconds] : times) {
         label(stage) << std::setw(8) << milliseconds << " ms\n";
@@ -123,7 +139,7 @@ void PrintReport(std::ostream& out, const SceneOptions& options, const std::stri
     out << "Files are in " << options.out.string() << "\n";
 }
 
-void RunRender(const SceneOptions& options, bool json, std::ostream& out)
+void RunRender(const SceneOptions& options, std::ostream& out)
 {
     CreateFolder(options.out);
     std::optional<Rendering> rendering;
@@ -134,7 +150,7 @@ void RunRender(const SceneOptions& options, bool json, std::ostream& out)
         progress.Run("write images", [&] { WriteRendering(*rendering, options.out); });
         progress.Run("write truth", [&] { WriteTruth(*rendering, options.out); });
     }
-    if (json) {
+    if (options.json) {
         nlohmann::ordered_json report = SceneToJson(*rendering);
         report["crossings"] = rendering->pair.truth.CountSeenCrossings();
         report["out"] = options.out.string();
@@ -188,14 +204,14 @@ Acquisition AcquireFromFiles(const SceneOptions& options, Progress& progress)
 }
 
 /// How the demo measures and what it writes.
-struct DemoOptions
+struct DemoOptions : SceneOptions
 {
     std::string source = kVirtualSource;
     bool exact = false;
     bool noPage = false;
 };
 
-void RunDemo(const SceneOptions& options, const DemoOptions& demo, bool json, std::ostream& out)
+void RunDemo(const DemoOptions& options, std::ostream& out)
 {
     CreateFolder(options.out);
     StageTimes times;
@@ -203,27 +219,28 @@ void RunDemo(const SceneOptions& options, const DemoOptions& demo, bool json, st
     Acquisition acquired;
     {
         Progress progress(kDemoStages);
-        const auto acquire = demo.source == kSimulatedSource ? AcquireFromFiles : AcquireFromDevice;
+        const auto acquire = options.source == kSimulatedSource ? AcquireFromFiles : AcquireFromDevice;
         acquired = acquire(options, progress);
         const Rendering& rendering = *acquired.rendering;
-        const ETriangulation triangulation = demo.exact ? ETriangulation::eComputed : ETriangulation::eTable;
+        const ETriangulation triangulation =
+            options.exact ? ETriangulation::eComputed : ETriangulation::eTable;
         measurement = Measure(acquired.images, rendering, options.out / "model.txt", triangulation, progress);
         progress.Run("write results", [&] { WriteMeasurement(rendering, measurement, options.out); });
-        if (!demo.noPage) {
+        if (!options.noPage) {
             progress.Run("write report", [&] {
-                WriteHtmlReport(DemoReport(rendering, demo.source, measurement, progress.GetTimes()),
+                WriteHtmlReport(DemoReport(rendering, options.source, measurement, progress.GetTimes()),
                                 options.out / "report.html");
             });
         }
         times = progress.GetTimes();
     }
-    if (json) {
-        PrintJson(out, ToJson(options, *acquired.rendering, demo.source, measurement, times));
+    if (options.json) {
+        PrintJson(out, ToJson(options, *acquired.rendering, options.source, measurement, times));
     } else {
         if (acquired.rendering->mesh != nullptr) {
             PrintMesh(out, *acquired.rendering);
         }
-        PrintReport(out, options, demo.source, measurement, times);
+        PrintReport(out, options, options.source, measurement, times);
     }
 }
 
@@ -233,7 +250,7 @@ CLI::Validator IsNotEmpty()
 }
 
 /// Of an option that is given twice the last one counts, so that scripts can set defaults before their arguments.
-void AddSceneOptions(CLI::App& command, SceneOptions& options, bool& json)
+void AddSceneOptions(CLI::App& command, SceneOptions& options)
 {
     command.option_defaults()->take_last();
     AddPairOptions(command, options);
@@ -241,7 +258,74 @@ void AddSceneOptions(CLI::App& command, SceneOptions& options, bool& json)
         ->type_name(kFolderType)
         ->check(IsNotEmpty())
         ->capture_default_str();
-    command.add_flag("--json", json, "Print the figures as JSON");
+    command.add_flag("--json", options.json, "Print the figures as JSON");
+}
+
+TargetCommand AddDemoCommand(CLI::App& program)
+{
+    struct Arguments
+    {
+        DemoOptions options;
+        MeshOptions mesh;
+    };
+    const auto demo = std::make_shared<Arguments>();
+    CLI::App* const parser =
+        program.add_subcommand("demo", "Render an image pair, measure it, compare with the truth");
+    AddSceneOptions(*parser, demo->options);
+    AddMeshOptions(*parser, demo->mesh);
+    AddMeshScale(*parser, demo->mesh);
+    parser
+        ->add_option("--source", demo->options.source,
+                     "Where the images come from: the virtual device, or its files replayed")
+        ->check(CLI::IsMember({kVirtualSource, kSimulatedSource}))
+        ->capture_default_str();
+    parser->add_flag("--exact", demo->options.exact,
+                     "Compute each point instead of looking it up in a table");
+    parser->add_flag("--no-report", demo->options.noPage, "Write no report.html");
+    return [parser, demo](std::ostream& out) {
+        if (parser->parsed()) {
+            Apply(demo->mesh, demo->options);
+            RunDemo(demo->options, out);
+        }
+    };
+}
+
+TargetCommand AddRenderCommand(CLI::App& program)
+{
+    struct Arguments
+    {
+        SceneOptions options;
+        MeshOptions mesh;
+        TargetOptions target;
+    };
+    const auto render = std::make_shared<Arguments>();
+    CLI::App* const parser =
+        program.add_subcommand("render", "Render an image pair and write the device's model");
+    AddSceneOptions(*parser, render->options);
+    AddMeshOptions(*parser, render->mesh);
+    AddTargetOptions(*parser, render->target);
+    return [parser, render](std::ostream& out) {
+        if (!parser->parsed()) {
+            return;
+        }
+        auto& [options, mesh, target] = *render;
+        mesh.scale = target.scale;
+        Apply(mesh, options);
+        if (target.target.empty()) {
+            RunRender(options, out);
+        } else {
+            RenderTarget(target, {options.seed, options.noise, options.out, options.json}, out);
+        }
+    };
+}
+
+/// @return what runs each command where it was told
+std::vector<TargetCommand> AddCommands(CLI::App& program)
+{
+    return {AddDemoCommand(program),           AddRenderCommand(program),   AddColourCommands(program),
+            AddTargetCommands(program),        AddModelCommands(program),   AddMtfCommand(program),
+            AddCalibrateCheckCommand(program), AddAccuracyCommand(program), AddScanCommand(program),
+            AddInfoCommand(program),           AddPageCommands(program)};
 }
 
 } // namespace
@@ -251,61 +335,15 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
     CLI::App program("Single-shot 3D measurement with colour-coded stripes", "lumorad");
     program.require_subcommand(1);
     program.failure_message(UsageMessage);
-    SceneOptions options;
-    bool json = false;
-    CLI::App* demo =
-        program.add_subcommand("demo", "Render an image pair, measure it, compare with the truth");
-    CLI::App* render = program.add_subcommand("render", "Render an image pair and write the device's model");
-    AddSceneOptions(*demo, options, json);
-    MeshOptions mesh;
-    AddMeshOptions(*demo, mesh);
-    AddMeshScale(*demo, mesh);
-    DemoOptions demoOptions;
-    demo->add_option("--source", demoOptions.source,
-                     "Where the images come from: the virtual device, or its files replayed")
-        ->check(CLI::IsMember({kVirtualSource, kSimulatedSource}))
-        ->capture_default_str();
-    demo->add_flag("--exact", demoOptions.exact, "Compute each point instead of looking it up in a table");
-    demo->add_flag("--no-report", demoOptions.noPage, "Write no report.html");
-    AddSceneOptions(*render, options, json);
-    AddMeshOptions(*render, mesh);
-    TargetOptions target;
-    AddTargetOptions(*render, target);
-    const TargetCommand runColour = AddColourCommands(program);
-    const TargetCommand runTarget = AddTargetCommands(program);
-    const TargetCommand runModel = AddModelCommands(program);
-    const TargetCommand runMtf = AddMtfCommand(program);
-    const TargetCommand runCalibrateCheck = AddCalibrateCheckCommand(program);
-    const TargetCommand runAccuracy = AddAccuracyCommand(program);
-    const TargetCommand runScan = AddScanCommand(program);
-    const TargetCommand runInfo = AddInfoCommand(program);
-    const TargetCommand runPages = AddPageCommands(program);
+    const std::vector<TargetCommand> commands = AddCommands(program);
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
         return program.exit(error, out, err) == 0 ? kExitDone : kExitUsage;
     }
     try {
-        if (render->parsed()) {
-            mesh.scale = target.scale;
-        }
-        Apply(mesh, options);
-        if (demo->parsed()) {
-            RunDemo(options, demoOptions, json, out);
-        } else if (render->parsed() && !target.target.empty()) {
-            RenderTarget(target, {options.seed, options.noise, options.out, json}, out);
-        } else if (render->parsed()) {
-            RunRender(options, json, out);
-        } else {
-            runColour(out);
-            runTarget(out);
-            runModel(out);
-            runMtf(out);
-            runCalibrateCheck(out);
-            runAccuracy(out);
-            runScan(out);
-            runInfo(out);
-            runPages(out);
+        for (const TargetCommand& run : commands) {
+            run(out);
         }
         if (!out.flush()) {
             throw std::runtime_error("cannot write the report");

@@ -2,11 +2,11 @@
 #include "scanner/app/measurement.h"
 
 #include "cctimage.h"
-#include "lxccctserializer.h"
 #include "lxcpinholeframework.h"
 #include "lxsscandatacct.h"
 #include "scanner/app/decoding.h"
 #include "scanner/app/filecontent.h"
+#include "scanner/app/measuringmodel.h"
 #include "scanner/app/scanfiles.h"
 #include "scanner/calibration/devicecoupling.h"
 #include "scanner/decoder/decoder.h"
@@ -15,7 +15,6 @@
 #include <cmath>
 #include <cstddef>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -59,34 +58,6 @@ void WriteText(const std::filesystem::path& file, const std::string& text)
     }
 }
 
-/// The library's path texts take a backslash for a separator, which is a letter in a path of this system; so the
-/// file is opened here.
-void LoadModel(const std::filesystem::path& file, LxCV::LxCPinholeFramework& model)
-{
-    std::stringstream text;
-    text << OpenForReading(file).rdbuf();
-    LxCV::LxCCCTSerializer serializer;
-    serializer.ReadFromStringStream(text);
-    if (!serializer.Init(false, false)) {
-        throw std::runtime_error("cannot read the model '" + file.string() + "': it is empty, or no text");
-    }
-    try {
-        model.Serialize(serializer, kModelRoot);
-    } catch (const std::exception& error) {
-        throw std::runtime_error("the model '" + file.string() + "' is damaged: " + error.what());
-    }
-}
-
-void RequireModelFor(const std::filesystem::path& file, LxCV::LxCPinholeFramework& model, int width,
-                     int height)
-{
-    if (model.GetStatus(width, height) != LxCV::LxCPinholeFramework::eOk) {
-        throw std::runtime_error("'" + file.string() + "' is no calibrated model for images of " +
-                                 std::to_string(width) + " by " + std::to_string(height) +
-                                 " pixels; 'lumorad model check' tells what it lacks");
-    }
-}
-
 void WriteRendering(const acquisition::Rendering& rendering, const std::filesystem::path& out)
 {
     Picture(rendering.pair.reference).WritePng(out / "reference.png");
@@ -99,9 +70,9 @@ Measurement Measure(const acquisition::ImagePair& images, const acquisition::Ren
 {
     const int width = images.pattern.GetWidth();
     const int height = images.pattern.GetHeight();
-    const auto model = std::make_shared<LxCV::LxCPinholeFramework>();
-    progress.Run("load model", [&] { LoadModel(modelFile, *model); });
-    RequireModelFor(modelFile, *model, width, height);
+    std::shared_ptr<LxCV::LxCPinholeFramework> model;
+    progress.Run("load model", [&] { model = LoadMeasuringModel(modelFile); });
+    RequireCalibrated(*model, ModelName(modelFile), width, height);
     decoder::DecoderConfig config;
     config.useTable = triangulation == ETriangulation::eTable;
     calibration::SetCoupling(rendering.device->Parameters().optics, config.algorithm);

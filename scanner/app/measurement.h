@@ -36,14 +36,6 @@ void WriteText(const std::filesystem::path& file, const std::string& text);
 /// @throws std::runtime_error naming the file that cannot be written
 void WriteRendering(const acquisition::Rendering& rendering, const std::filesystem::path& out);
 
-/// Loads a device's parameter set.
-/// @throws std::runtime_error naming the file that cannot be read or is damaged
-void LoadModel(const std::filesystem::path& file, LxCV::LxCPinholeFramework& model);
-
-/// @throws std::runtime_error naming the model's file unless the model is calibrated for images of this size, pixels
-void RequireModelFor(const std::filesystem::path& file, LxCV::LxCPinholeFramework& model, int width,
-                     int height);
-
 /// What came of measuring one pair.
 struct Measurement
 {

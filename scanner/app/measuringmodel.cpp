@@ -4,35 +4,37 @@
 #include "lxcintrinsicparams.h"
 #include "lxcpinholecamera.h"
 #include "lxcpinholeframework.h"
+#include "scanner/app/algorithmfile.h"
+#include "scanner/app/imagefiles.h"
 #include "scanner/app/modelfile.h"
 #include "scanner/calibration/modelreading.h"
 #include "scanner/calibration/modeltext.h"
 
-#include <cmath>
 #include <stdexcept>
 
 namespace app {
 
-namespace {
-
 using LxCV::LxCPinholeFramework;
 
-std::string SizeText(double width, double height)
-{
-    return std::to_string(std::lround(width)) + " by " + std::to_string(std::lround(height)) + " pixels";
-}
-
-} // namespace
-
-std::unique_ptr<LxCPinholeFramework> LoadMeasuringModel(const std::filesystem::path& file)
+std::unique_ptr<LxCPinholeFramework> LoadMeasuringModel(const std::filesystem::path& file,
+                                                        LxCV::LxCCCLAlgoConfig* algorithm)
 {
     const ModelFile source = ReadModelFile(file);
-    const std::string root = RequireModelRoot(file, calibration::SplitModelText(source.text));
+    const std::vector<calibration::ModelSection> sections = calibration::SplitModelText(source.text);
+    const std::string root = RequireModelRoot(file, sections);
     try {
+        if (algorithm != nullptr) {
+            TakeAlgorithm(source.text, sections, *algorithm);
+        }
         return calibration::ReadModel(source.text, root);
-    } catch (const calibration::ModelError& error) {
+    } catch (const std::runtime_error& error) {
         throw std::runtime_error("'" + file.string() + "': " + error.what());
     }
+}
+
+std::string ModelName(const std::filesystem::path& file)
+{
+    return "the model '" + file.string() + "'";
 }
 
 void RequireCalibrated(const LxCPinholeFramework& model, const std::string& name, int width, int height)
@@ -50,7 +52,7 @@ void RequireCalibrated(const LxCPinholeFramework& model, const std::string& name
     }
     const LxCV::LxCIntrinsicParams& intrinsics = *model.GetCamera()->GetIntrinsicParams();
     throw std::runtime_error(name + " was calibrated with images of " +
-                             SizeText(intrinsics.GetExactImageWidth(), intrinsics.GetExactImageHeight()) +
+                             SizeText(intrinsics.GetImageWidth(), intrinsics.GetImageHeight()) +
                              ", and these have " + SizeText(width, height) +
                              ": take the model of the camera that took them, or images as that camera took "
                              "them");

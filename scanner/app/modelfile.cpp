@@ -7,6 +7,7 @@
 #include "scanner/app/filecontent.h"
 #include "scanner/calibration/modeltext.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <sstream>
@@ -23,8 +24,7 @@ using LxCV::LxCCCTEncryptionUtils;
 
 /// The longest text that a container holds: deflating makes one of 65523 bytes at most 1032 times shorter.
 constexpr std::size_t kLargestText = std::size_t{65523} * 1032;
-constexpr char kUnencrypted = '\x01';
-constexpr char kEncrypted = '\x02';
+constexpr std::ptrdiff_t kMostLines = 1'000'000;
 
 std::runtime_error Problem(const std::filesystem::path& file, const std::string& text)
 {
@@ -67,7 +67,7 @@ std::string PackContainer(const std::filesystem::path& file, const std::string& 
 
 std::string UnpackContainer(std::string_view content)
 {
-    const bool isEncrypted = content.starts_with(kEncrypted);
+    const bool isEncrypted = content.starts_with(kEncryptedContainer);
     if (isEncrypted) {
         RequireKeyFile();
     }
@@ -85,7 +85,18 @@ std::string UnpackContainer(std::string_view content)
     return unpacked;
 }
 
-ModelFile ReadModelFile(const std::filesystem::path& file)
+namespace {
+
+/// Each line is kept with its number, key and value, some hundred bytes, so that a text of short ones would grow
+/// beyond all memory.
+void RequireFewLines(const std::filesystem::path& file, const std::string& text)
+{
+    if (std::ranges::count(text, '\n') > kMostLines) {
+        throw Problem(file, "is no model: it has more than " + std::to_string(kMostLines) + " lines");
+    }
+}
+
+ModelFile ReadAnyModelFile(const std::filesystem::path& file)
 {
     const std::string content = ReadContent(file, kLargestText, "a model");
     if (content.empty()) {
@@ -95,7 +106,7 @@ ModelFile ReadModelFile(const std::filesystem::path& file)
     if (isMemory && content.front() == DeviceMemory::kErased) {
         throw Problem(file, "is the memory of a device that keeps no model");
     }
-    if (content.front() == kUnencrypted || content.front() == kEncrypted) {
+    if (content.front() == kPlainContainer || content.front() == kEncryptedContainer) {
         try {
             return {isMemory ? ModelForm::eMemory : ModelForm::eContainer, content.front(),
                     UnpackContainer(content)};
@@ -104,6 +115,15 @@ ModelFile ReadModelFile(const std::filesystem::path& file)
         }
     }
     return {ModelForm::eText, 0, content};
+}
+
+} // namespace
+
+ModelFile ReadModelFile(const std::filesystem::path& file)
+{
+    ModelFile read = ReadAnyModelFile(file);
+    RequireFewLines(file, read.text);
+    return read;
 }
 
 std::string RequireModelRoot(const std::filesystem::path& file,

@@ -12,6 +12,10 @@ struct ModelSection;
 
 namespace app {
 
+/// The first byte of a container: without encryption, as older versions and archives of targets are, and with it.
+inline constexpr char kPlainContainer = '\x01';
+inline constexpr char kEncryptedContainer = '\x02';
+
 /// The forms of a model file.
 enum class ModelForm
 {

@@ -57,18 +57,16 @@ FileFacts TellGrid(std::string_view content)
                                  std::to_string(height) + " points do");
     }
     Extent extent;
-    std::size_t points = 0;
     for (std::size_t i = 0; i < count; ++i) {
         const auto point = At<Point>(content, kGridHeader + sizeof(Point) * i);
         if (point != Point{}) {
-            ++points;
             extent.Add({point[0], point[1], point[2]});
         }
     }
     FileFacts told{"3D file"};
     told.facts["width"] = width;
     told.facts["height"] = height;
-    told.facts["points"] = points;
+    told.facts["points"] = extent.GetPoints();
     extent.AddTo(told.facts);
     return told;
 }
@@ -104,17 +102,18 @@ std::optional<FileFacts> TellSurface(std::string_view content)
         return std::nullopt;
     }
     Extent extent;
-    std::size_t points = 0;
     for (std::size_t i = 0; i < reader.GetNumPixels(); ++i) {
         const auto [p, q, s] = At<Point>(content, static_cast<std::size_t>(place) + sizeof(Point) * i);
-        points += std::isnan(p) || std::isnan(q) || std::isnan(s) ? 0U : 1U;
-        extent.Add({q, p, -s});
+        const bool isNone = std::isnan(p) || std::isnan(q) || std::isnan(s);
+        if (!isNone) {
+            extent.Add({q, p, -s});
+        }
     }
     FileFacts told{"surface file"};
     told.facts["version"] = version;
     told.facts["width"] = reader.GetNumColumns();
     told.facts["height"] = reader.GetNumRows();
-    told.facts["points"] = points;
+    told.facts["points"] = extent.GetPoints();
     extent.AddTo(told.facts);
     return told;
 }

@@ -56,13 +56,12 @@ public:
         return {red, green, blue};
     }
 
-    /// A reduced record has normals for every third column; the points between take the same.
+    /// A reduced record has one normal for several columns; their points take the same.
     PointNormal NormalAt(std::size_t place) const
     {
-        constexpr std::size_t step = 3;
         const std::size_t column = place % m_width;
         const std::size_t reduced =
-            m_reducedWidth == m_width ? column : std::min(column / step, m_reducedWidth - 1);
+            m_reducedWidth == m_width ? column : std::min(column / decoder::kReduction, m_reducedWidth - 1);
         const std::size_t normal = place / m_width * m_reducedWidth + reduced;
         if (m_reducedWidth == 0 || normal >= m_normals.size() || m_hasNormal[normal] == 0) {
             return {};

@@ -2,6 +2,7 @@
 #include "scanner/app/scancommand.h"
 
 #include "lxcpinholeframework.h"
+#include "scanner/app/algorithmfile.h"
 #include "scanner/app/commandtree.h"
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/decoding.h"
@@ -44,11 +45,6 @@ struct Scan
     StageTimes times;
 };
 
-std::string SizeText(const LxCV::CCTImage& image)
-{
-    return std::to_string(image.GetWidth()) + " by " + std::to_string(image.GetHeight()) + " pixels";
-}
-
 acquisition::ImagePair LoadPair(const ScanOptions& options)
 {
     acquisition::ImagePair images{LoadLevels(options.reference), LoadLevels(options.pattern)};
@@ -69,9 +65,12 @@ Scan Measure(const ScanOptions& options)
     const int width = scan.images.pattern.GetWidth();
     const int height = scan.images.pattern.GetHeight();
     std::unique_ptr<LxCV::LxCPinholeFramework> model;
-    run("load model", [&] { model = LoadMeasuringModel(options.model); });
-    RequireCalibrated(*model, "the model '" + options.model.string() + "'", width, height);
     decoder::DecoderConfig config;
+    run("load model", [&] { model = LoadMeasuringModel(options.model, &config.algorithm); });
+    RequireCalibrated(*model, ModelName(options.model), width, height);
+    if (!options.algorithm.empty()) {
+        LoadAlgorithm(options.algorithm, config.algorithm);
+    }
     config.useTable = !options.exact;
     decoder::Decoder decoder(*model, config);
     run("prepare", [&] { decoder.Init(width, height); });
@@ -98,6 +97,9 @@ void PrintScanAsJson(const ScanOptions& options, const Scan& scan, std::ostream&
     json["reference"] = options.reference.string();
     json["pattern"] = options.pattern.string();
     json["model"] = options.model.string();
+    if (!options.algorithm.empty()) {
+        json["algorithm"] = options.algorithm.string();
+    }
     json["width"] = scan.images.pattern.GetWidth();
     json["height"] = scan.images.pattern.GetHeight();
     json["exact"] = options.exact;
@@ -163,6 +165,10 @@ void AddFileOptions(CLI::App& parser, ScanOptions& options)
         ->type_name(kFileType);
     parser.option_defaults()->take_last();
     parser.add_option("--model", options.model, "The model of the camera, in any form")->type_name(kFileType);
+    parser
+        .add_option("--algorithm", options.algorithm,
+                    "Text with coupling of the colours, culling depth and exit window; else the model's")
+        ->type_name(kFileType);
     parser
         .add_option("-o,--out", options.out,
                     "File to write, in the format of its suffix: .ply, .3d, .stl or .xyz; may be given "

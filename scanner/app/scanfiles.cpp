@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
@@ -38,9 +37,7 @@ constexpr std::array<ScanFormat, 4> kFormats{{
 
 const ScanFormat* FormatOf(const std::filesystem::path& file)
 {
-    std::string suffix = file.extension().string();
-    std::ranges::transform(suffix, suffix.begin(), [](unsigned char letter) { return std::tolower(letter); });
-    const auto* const format = std::ranges::find(kFormats, suffix, &ScanFormat::suffix);
+    const auto* const format = std::ranges::find(kFormats, LowerSuffix(file), &ScanFormat::suffix);
     return format == kFormats.end() ? nullptr : format;
 }
 
@@ -50,9 +47,11 @@ class WorkFolder
 public:
     WorkFolder()
     {
-        std::string name = (std::filesystem::temp_directory_path() / "lumorad.XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) {
-            throw std::runtime_error("cannot make a folder such as '" + name + "'");
+        std::error_code none; // where TMPDIR leads to no folder; the path is empty then
+        std::string name = (std::filesystem::temp_directory_path(none) / "lumorad.XXXXXX").string();
+        if (none || mkdtemp(name.data()) == nullptr) {
+            throw std::runtime_error("cannot make a folder for files on their way; let TMPDIR name a folder "
+                                     "that can be written to");
         }
         m_path = name;
     }

@@ -38,8 +38,16 @@ const char* const kNoPoints = "no points: the images show no stripes on an objec
 void RequireInputsStay(const ScanOptions& options)
 {
     for (const std::filesystem::path& written : WrittenFiles(options)) {
-        for (const std::filesystem::path& read : {options.reference, options.pattern, options.model}) {
-            RequireTwoFiles(read, written);
+        for (const std::filesystem::path& read :
+             {options.reference, options.pattern, options.model, options.algorithm}) {
+            if (!read.empty()) {
+                RequireTwoFiles(read, written);
+            }
+        }
+    }
+    for (const std::filesystem::path& file : options.out) {
+        if (!options.report.empty()) {
+            RequireTwoFiles(file, options.report);
         }
     }
 }

@@ -11,7 +11,7 @@
 
 namespace app {
 
-/// Refuses what would be written over what is read.
+/// Refuses what would be written over what is read, and the report over another file.
 /// @throws std::runtime_error naming both paths
 void RequireInputsStay(const ScanOptions& options);
 

@@ -162,7 +162,7 @@ std::optional<FileFacts> TellSections(const FileView& file)
         return targets;
     }
     if (file.content.size() > kLongestSections) {
-        throw std::runtime_error("it is a section text of more than 16 MiB, which is not read");
+        throw std::runtime_error("it is a section text of more than 2 MiB, which is not read");
     }
     const Sections sections = calibration::SplitModelText(file.content);
     if (calibration::FindSection(sections, "::Coords") != nullptr) {

@@ -8,7 +8,7 @@
 #include "scanner/app/cornerreport.h"
 #include "scanner/app/imagefiles.h"
 #include "scanner/app/jsonreport.h"
-#include "scanner/app/measurement.h"
+#include "scanner/app/measuringmodel.h"
 #include "scanner/calibration/cornerid.h"
 #include "scanner/calibration/slideexperiment.h"
 #include "scanner/calibration/slidelocator.h"
@@ -23,12 +23,12 @@
 #include <ostream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace app {
 
 namespace {
 
-using calibration::CornerName;
 using calibration::LocatedSlide;
 using calibration::MarkedSlide;
 using calibration::RowSource;
@@ -73,14 +73,11 @@ nlohmann::ordered_json ToJson(const LocateOptions& options, const LocatedSlide& 
     json["times_ms"] = TimesToJson(slide.times);
     json["marks"] = nlohmann::ordered_json::array();
     for (const SlideMark& mark : slide.marks) {
-        json["marks"].push_back({{"id", mark.id},
-                                 {"square", SquareOf(mark.id)},
-                                 {"corner", CornerName(mark.id)},
-                                 {"x", mark.image.x},
-                                 {"y", mark.image.y},
-                                 {"usable", mark.usable},
-                                 {"slide_u", mark.slide.x},
-                                 {"slide_v", mark.slide.y}});
+        nlohmann::ordered_json told = MarkToJson(mark.id, mark.image);
+        told["usable"] = mark.usable;
+        told["slide_u"] = mark.slide.x;
+        told["slide_v"] = mark.slide.y;
+        json["marks"].push_back(std::move(told));
     }
     return json;
 }
@@ -88,14 +85,11 @@ nlohmann::ordered_json ToJson(const LocateOptions& options, const LocatedSlide& 
 void PrintMarks(const LocateOptions& options, const LocatedSlide& slide, std::ostream& out)
 {
     out << slide.marks.size() << " corners of marks of the slide " << options.slide << "\n"
-        << "   id  square  corner            x        y  slide u  slide v\n"
-        << std::fixed;
+        << kMarkHeading << "  slide u  slide v\n";
     for (const SlideMark& mark : slide.marks) {
-        out << std::setw(5) << mark.id << std::setw(8) << SquareOf(mark.id) << "  " << std::left
-            << std::setw(11) << CornerName(mark.id) << std::right << std::setprecision(3) << std::setw(8)
-            << mark.image.x << " " << std::setw(8) << mark.image.y << std::setprecision(0) << std::setw(9)
-            << mark.slide.x << std::setw(9) << mark.slide.y << (mark.usable ? "" : "  not for calibration")
-            << "\n";
+        PrintMark(out, mark.id, mark.image)
+            << std::setprecision(0) << std::setw(9) << mark.slide.x << std::setw(9) << mark.slide.y
+            << UsableNote(mark.usable) << "\n";
     }
     PrintTimes(slide.times, out);
 }
@@ -146,15 +140,14 @@ void WriteMarks(const LocatedSlide& slide, const CCTImage& pattern, const std::f
 
 void Locate(const LocateOptions& options, std::ostream& out)
 {
-    LxCV::LxCPinholeFramework model;
-    LoadModel(options.model, model);
+    const std::unique_ptr<LxCV::LxCPinholeFramework> model = LoadMeasuringModel(options.model);
     const CCTImage reference = LoadColours(options.reference), pattern = LoadColours(options.pattern);
     if (!pattern.DoTypeAndDimMatchWith(reference)) {
         throw std::runtime_error("'" + options.reference.string() + "' and '" + options.pattern.string() +
                                  "' differ in size");
     }
-    RequireModelFor(options.model, model, pattern.GetWidth(), pattern.GetHeight());
-    calibration::SlideLocator locator(SlideOf(options.slide), model);
+    RequireCalibrated(*model, ModelName(options.model), pattern.GetWidth(), pattern.GetHeight());
+    calibration::SlideLocator locator(SlideOf(options.slide), *model);
     locator.SetRowSource(c_rowSources.at(options.rows));
     const LocatedSlide slide = locator.Locate(reference, pattern);
     if (!options.out.empty()) {

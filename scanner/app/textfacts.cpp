@@ -28,37 +28,52 @@ std::string_view NextWord(std::string_view& line)
     return word;
 }
 
-/// Lines of as many numbers each, with the range of each column.
+/// Lines of as many numbers each, with the range of each column over the lines whose numbers are all finite.
 struct NumberLines
 {
     std::size_t lines = 0;
-    std::vector<double> least;
+    std::size_t notFinite = 0; ///< lines with a number that is not finite
+    std::size_t numbers = 0;   ///< of each line
+    std::vector<double> least; ///< empty where no line is finite
     std::vector<double> greatest;
 
     /// @return false for a line that is none of as many numbers as those before
     bool Add(std::string_view line)
     {
-        std::vector<double> numbers;
+        std::vector<double> read;
         for (std::string_view word = NextWord(line); !word.empty(); word = NextWord(line)) {
             double number = 0.0;
-            if (numbers.size() == kMostNumbers || !acquisition::ReadNumber(word, number)) {
+            if (read.size() == kMostNumbers || !acquisition::ReadNumber(word, number)) {
                 return false;
             }
-            numbers.push_back(number);
+            read.push_back(number);
         }
         if (lines == 0) {
-            least = numbers;
-            greatest = numbers;
+            numbers = read.size();
         }
-        if (numbers.empty() || numbers.size() != least.size()) {
+        if (read.empty() || read.size() != numbers) {
             return false;
         }
-        for (std::size_t i = 0; i < numbers.size(); ++i) {
-            least[i] = std::min(least[i], numbers[i]);
-            greatest[i] = std::max(greatest[i], numbers[i]);
-        }
         ++lines;
+        Widen(read);
         return true;
+    }
+
+private:
+    void Widen(const std::vector<double>& line)
+    {
+        if (!std::ranges::all_of(line, [](double number) { return std::isfinite(number); })) {
+            ++notFinite;
+            return;
+        }
+        if (least.empty()) {
+            least = line;
+            greatest = line;
+        }
+        for (std::size_t i = 0; i < line.size(); ++i) {
+            least[i] = std::min(least[i], line[i]);
+            greatest[i] = std::max(greatest[i], line[i]);
+        }
     }
 };
 
@@ -114,14 +129,19 @@ std::optional<FileFacts> TellNumbers(const FileView& file)
         }
         return std::nullopt;
     }
-    FileFacts told{KindOfNumbers(file, read->least.size())};
+    FileFacts told{KindOfNumbers(file, read->numbers)};
     told.facts["lines"] = read->lines;
-    told.facts["numbers_a_line"] = read->least.size();
+    told.facts["numbers_a_line"] = read->numbers;
     if (told.kind.starts_with("marks")) {
-        told.facts["numbers"] = MeaningOfMarks(read->least.size());
+        told.facts["numbers"] = MeaningOfMarks(read->numbers);
     }
-    told.facts["least"] = read->least;
-    told.facts["greatest"] = read->greatest;
+    if (!read->least.empty()) {
+        told.facts["least"] = read->least;
+        told.facts["greatest"] = read->greatest;
+    }
+    if (read->notFinite > 0) {
+        told.facts["not_finite"] = read->notFinite;
+    }
     return told;
 }
 

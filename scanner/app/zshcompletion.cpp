@@ -43,11 +43,13 @@ std::string ActionOf(const CommandArgument& argument)
     return "";
 }
 
-/// The option under one of its names, which excludes the other ones.
+/// The option under one of its names, which excludes the other ones unless it may be given again.
 void WriteOption(const CommandArgument& option, const std::string& name, std::ostream& out)
 {
     out << " \\\n        '";
-    if (option.names.size() > 1) {
+    if (option.repeats) {
+        out << "*";
+    } else if (option.names.size() > 1) {
         out << "(" << JoinWords(option.names) << ")";
     }
     // A value stands behind the name, or after a sign of equality.

@@ -11,6 +11,22 @@
 
 namespace app {
 
+/// What a run of the program leaves.
+struct Outcome
+{
+    int exitCode;
+    std::string out;
+    std::string err;
+};
+
+inline Outcome RunProgram(const std::vector<std::string>& arguments)
+{
+    std::ostringstream out;
+    std::ostringstream err;
+    const int exitCode = RunLumorad(arguments, out, err);
+    return {exitCode, out.str(), err.str()};
+}
+
 /// Whether a failing command still prints what it found out.
 enum class EFailingReport
 {
@@ -22,17 +38,15 @@ enum class EFailingReport
 inline std::string RunCommand(const std::vector<std::string>& arguments,
                               EFailingReport report = EFailingReport::eNone)
 {
-    std::ostringstream out;
-    std::ostringstream err;
-    const int exitCode = RunLumorad(arguments, out, err);
+    const auto [exitCode, out, err] = RunProgram(arguments);
     if (exitCode == kExitDone) {
-        EXPECT_EQ(err.str(), "");
-        return out.str();
+        EXPECT_EQ(err, "");
+        return out;
     }
     if (report == EFailingReport::eNone) {
-        EXPECT_EQ(out.str(), "");
+        EXPECT_EQ(out, "");
     }
-    return out.str() + "[" + std::to_string(exitCode) + " " + err.str() + "]";
+    return out + "[" + std::to_string(exitCode) + " " + err + "]";
 }
 
 /// What `RunCommand` gives of a command that fails with this message.

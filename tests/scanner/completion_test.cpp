@@ -326,6 +326,19 @@ TEST_F(Completion, ZshTellsItsOwnFunctionsEachCommandOptionAndValue)
                             "-C", "1:command:->command", "*::argument:->argument"));
 }
 
+/// An option that is given twice is offered again where `_arguments` finds an asterisk and no names that it excludes.
+TEST_F(Completion, ZshOffersAgainWhatMayBeGivenAgain)
+{
+    const std::string script = RunCommand({"completion", "zsh"});
+    const std::size_t begin = script.find("\n_lumorad_scan() {\n");
+    ASSERT_NE(begin, std::string::npos);
+    const std::string scan = script.substr(begin, script.find("\n}\n", begin) - begin);
+    EXPECT_THAT(scan, HasSubstr("\n        '*-o[File to write, "));
+    EXPECT_THAT(scan, HasSubstr("\n        '*--out=[File to write, "));
+    EXPECT_THAT(scan, HasSubstr("\n        '--report=["));
+    EXPECT_THAT(scan, HasSubstr("\n        '(-h --help)-h["));
+}
+
 TEST_F(Completion, ZshScriptHasAFunctionForEachCommand)
 {
     const std::string script = RunCommand({"completion", "zsh"});

@@ -36,5 +36,16 @@ TEST(WriteFailure, LeavesEverythingAsItIs)
     EXPECT_FALSE(std::filesystem::exists(folder / "new"));
 }
 
+TEST(LowerSuffix, IsTheLastOneInLowerCase)
+{
+    EXPECT_EQ(LowerSuffix("A/Scan.PLY"), ".ply");
+    EXPECT_EQ(LowerSuffix("a.tar.Gz"), ".gz");
+    EXPECT_EQ(LowerSuffix("a.3D"), ".3d");
+    EXPECT_EQ(LowerSuffix("a.\xC4"), ".\xC4");
+    EXPECT_EQ(LowerSuffix("a.B/c"), "");
+    EXPECT_EQ(LowerSuffix(".PLY"), "");
+    EXPECT_EQ(LowerSuffix(""), "");
+}
+
 } // namespace
 } // namespace app

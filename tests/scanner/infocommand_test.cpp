@@ -7,6 +7,7 @@
 #include "scanner/app/filefacts.h"
 #include "scanner/app/modelfile.h"
 #include "scanner/device/virtualdevice.h"
+#include "tests/lxcvlib/allocationcount.h"
 #include "tests/scanner/commandrun.h"
 #include "tests/support/temporaryfolder.h"
 
@@ -19,6 +20,8 @@
 #include <limits>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
+#include <thread>
 #include <vector>
 
 namespace app {
@@ -79,8 +82,15 @@ TEST(TellImage, NumbersThatAreNotFiniteAreCounted)
 
 TEST(TellImage, ADamagedImageIsOne)
 {
-    EXPECT_TRUE(Complaint("P5 3 2 255\nab").starts_with("it is a damaged image: "));
-    EXPECT_TRUE(Complaint("\xFF\xD8\xFF").starts_with("it is "));
+    EXPECT_EQ(Complaint("P5 3 2 255\nab"),
+              "it is a damaged image: PGM cut short: 13 bytes, needs at least 17");
+    EXPECT_EQ(Complaint("\xFF\xD8\xFF"), "it is a damaged image: JPEG: Premature end of JPEG file");
+}
+
+TEST(TellImage, AnImageThatIsNotReadIsNamedByItsKind)
+{
+    EXPECT_EQ(Complaint("P5 16777217 1 255\nabc"),
+              "it is an image that is not read: PGM of 16777217 by 1 pixels, which is too large");
 }
 
 TEST(TellImage, ImagesAsTextAreTold)
@@ -179,6 +189,22 @@ TEST(TellRecord, PointsOf3DFilesAreCounted)
     EXPECT_EQ(Facts(Grid(0, 0, 3, {})).at("points"), 0);
 }
 
+TEST(TellRecord, PointsThatAreNowhereDoNotSpoilTheExtent)
+{
+    constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const Json facts = Facts(Grid(5, 1, 3, {1, 2, 30, kNan, 2, 30, 0, 0, 0, -1, kInfinity, 31, 4, 5, -6}));
+    EXPECT_EQ(facts, (Json{{"kind", "3D file"},
+                           {"width", 5},
+                           {"height", 1},
+                           {"points", 2},
+                           {"least_mm", {1, 2, -6}},
+                           {"greatest_mm", {4, 5, 30}},
+                           {"not_finite", 2}}));
+    EXPECT_EQ(Facts(Grid(1, 1, 3, {kNan, kNan, kNan})),
+              (Json{{"kind", "3D file"}, {"width", 1}, {"height", 1}, {"points", 0}, {"not_finite", 1}}));
+}
+
 TEST(TellRecord, Damaged3DFilesAreNamed)
 {
     EXPECT_EQ(Complaint(Grid(2, 1, 3, {1, 2, 3})), "it is a 3D file that ends before its 2 by 1 points do");
@@ -207,6 +233,11 @@ TEST(TellRecord, SurfaceFilesAreTold)
                            {"least_mm", {1, 2, 30}},
                            {"greatest_mm", {1, 2, 30}}}));
     EXPECT_TRUE(Complaint(header + Bytes(std::vector<float>{2, 1, -30})).starts_with("it is of no kind"));
+    const float infinity = std::numeric_limits<float>::infinity();
+    const Json infinite = Facts(header + Bytes(std::vector<float>{2, 1, -30, 1, infinity, 1}));
+    EXPECT_EQ(infinite.at("points"), 1);
+    EXPECT_EQ(infinite.at("not_finite"), 1);
+    EXPECT_EQ(infinite.at("greatest_mm"), (Json{1, 2, 30}));
 }
 
 /// The data file of a colour calibration.
@@ -267,8 +298,8 @@ TEST(TellSections, TargetsShadingAndOthersAreToldApart)
     EXPECT_EQ(Facts("::123456\n0 0 1\t1 1 1\n"),
               (Json{{"kind", "text of an archive of targets"}, {"targets", 1}, {"points", 2}}));
     EXPECT_TRUE(Complaint("::123456\nabc\n").starts_with("it is a text of targets that is wrong in line"));
-    EXPECT_EQ(Complaint("::S\n" + std::string(std::size_t{16} << 20, '#')),
-              "it is a section text of more than 16 MiB, which is not read");
+    EXPECT_EQ(Complaint("::S\n" + std::string(std::size_t{2} << 20, '#')),
+              "it is a section text of more than 2 MiB, which is not read");
 }
 
 class InfoCommand : public testing::Test
@@ -285,6 +316,17 @@ protected:
 
     TestSupport::CTemporaryFolder m_folder;
 };
+
+TEST_F(InfoCommand, BytesAreThoseThatWereRead)
+{
+    // The size of a pipe is not on the disk.
+    const std::string pipe = m_folder / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::thread writer([&pipe] { TestSupport::WriteFile(pipe, "::S\na=1\n"); });
+    const Json told = Json::parse(RunCommand({"info", "--json", pipe}));
+    writer.join();
+    EXPECT_EQ(told.at(0).at("bytes"), 8);
+}
 
 TEST_F(InfoCommand, ContainersAndMemoriesTellTheirText)
 {
@@ -336,6 +378,20 @@ TEST(TellText, NumbersAreToldByTheNameOfTheirFile)
     EXPECT_EQ(Complaint("1 2 3\n1 x 3\n", "a.xyz"), "it is no text of as many numbers in each line");
 }
 
+TEST(TellText, RangesAreThoseOfTheFiniteLines)
+{
+    const std::string text = "nan 9 9\n1 2 3\n-inf 9 9\n-1 2.5 3\n5 inf 3\n";
+    EXPECT_EQ(Facts(text), (Json{{"kind", "points as text"},
+                                 {"lines", 5},
+                                 {"numbers_a_line", 3},
+                                 {"least", {-1, 2, 3}},
+                                 {"greatest", {1, 2.5, 3}},
+                                 {"not_finite", 3}}));
+    EXPECT_EQ(Facts("nan inf\n"),
+              (Json{{"kind", "numbers as text"}, {"lines", 1}, {"numbers_a_line", 2}, {"not_finite", 1}}));
+    EXPECT_EQ(Complaint("nan 1\n1 2 3\n", "a.xyz"), "it is no text of as many numbers in each line");
+}
+
 TEST(TellText, JsonPagesAndSettingsAreTold)
 {
     EXPECT_EQ(Facts("{\"b\": {\"c\": 1}, \"a\": [1, 2]}"), (Json{{"kind", "JSON"}, {"keys", {"b", "a"}}}));
@@ -378,6 +434,14 @@ TEST_F(InfoCommand, TellsFileByFile)
     EXPECT_EQ(list[1].at("names"), Json::array({"::S"}));
 }
 
+TEST_F(InfoCommand, FloatsHaveTheDigitsOfAFloat)
+{
+    const std::string grid = RunCommand({"info", Write("a.3d", Grid(1, 1, 3, {0.1F, -31.20072F, 1e30F}))});
+    EXPECT_NE(grid.find("  least mm          0.1 -31.20072 1e+30\n"), std::string::npos) << grid;
+    const std::string text = RunCommand({"info", Write("numbers", "0.1 1e300\n0.30000000000000004 2\n")});
+    EXPECT_NE(text.find("  greatest          0.30000000000000004 1e+300\n"), std::string::npos) << text;
+}
+
 TEST_F(InfoCommand, AFileThatCannotBeToldLeavesTheOthers)
 {
     const std::string unknown = Write("unknown", "hello, world");
@@ -407,6 +471,58 @@ TEST_F(InfoCommand, ErrorsNameTheFile)
     EXPECT_NE(report.find("cannot open '" + folder + "': Is a directory"), std::string::npos);
     EXPECT_NE(report.find("'" + empty + "': it is empty"), std::string::npos);
     EXPECT_TRUE(report.ends_with(Failure("2 of 2 files could not be told"))) << report;
+}
+
+/// Why a file is not told; empty if it is.
+std::string FileComplaint(const std::string& file, std::size_t limit = kLongestFile)
+{
+    try {
+        TellFile(file, limit);
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+    return {};
+}
+
+TEST_F(InfoCommand, FilesAreToldUpToTheirLongestLength)
+{
+    static_assert(kLongestFile == 536870912); // 512 MiB
+    const std::string file = Write("points.xyz", "1 2 3\n");
+    EXPECT_EQ(TellFile(file, 6).bytes, 6U);
+    EXPECT_EQ(FileComplaint(file, 5), "'" + file + "' is longer than the 5 bytes that 'lumorad info' holds");
+}
+
+TEST_F(InfoCommand, AFileOf512MiBAndAByteIsRefused)
+{
+    const std::string file = Write("long", "");
+    std::filesystem::resize_file(file, kLongestFile + 1); // a hole, which takes no room on the disk
+    EXPECT_EQ(FileComplaint(file),
+              "'" + file + "' is longer than the 536870912 bytes that 'lumorad info' holds");
+}
+
+TEST_F(InfoCommand, AFileThatIsTooLargeForTheMemoryIsNamed)
+{
+    if (!LxCV::AllocationLimit::IsEffective()) {
+        GTEST_SKIP() << "the thread sanitizer lets no allocation fail";
+    }
+    const std::string file = Write("points.xyz", std::string(100'000, '\n') + "1 2 3\n");
+    const std::string image = Write("image.pgm", "P5 400 250 255\n" + std::string(100'000, '\7'));
+    const auto complaint = [](const std::string& name, std::size_t allowed) {
+        const LxCV::AllocationLimit limit(50'000, allowed);
+        return FileComplaint(name);
+    };
+    EXPECT_EQ(complaint(file, 0), "'" + file + "': there is not enough memory for it") << "as it is read";
+    std::size_t allowed = 0;
+    for (; !complaint(image, allowed).empty(); ++allowed) {
+        const std::string told = complaint(image, allowed);
+        ASSERT_TRUE(told == "'" + image + "': there is not enough memory for it" ||
+                    told ==
+                        "'" + image +
+                            "': it is an image that is not read: an image that memory does not suffice for")
+            << told;
+        ASSERT_LT(allowed, 100U);
+    }
+    EXPECT_GT(allowed, 2U) << "the content and the image";
 }
 
 TEST_F(InfoCommand, TellsWhatTheProgramWrites)

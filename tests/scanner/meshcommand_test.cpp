@@ -1,6 +1,7 @@
 #include "scanner/acquisition/posetext.h"
 #include "scanner/acquisition/virtualframegrabber.h"
 #include "scanner/app/lumorad.h"
+#include "tests/scanner/commandrun.h"
 #include "tests/scanner/meshsupport.h"
 #include "tests/support/temporaryfolder.h"
 
@@ -21,21 +22,6 @@ namespace {
 
 using TestSupport::ReadFile;
 using TestSupport::WriteFile;
-
-struct Outcome
-{
-    int exitCode;
-    std::string out;
-    std::string err;
-};
-
-Outcome RunProgram(const std::vector<std::string>& arguments)
-{
-    std::ostringstream out;
-    std::ostringstream err;
-    const int exitCode = RunLumorad(arguments, out, err);
-    return {exitCode, out.str(), err.str()};
-}
 
 class MeshCommand : public ::testing::Test
 {
@@ -192,7 +178,36 @@ TEST_F(MeshCommand, MistakesInFilesNameTheFileAndTheRemedy)
     EXPECT_EQ(outside.exitCode, kExitFailed);
     EXPECT_EQ(outside.err,
               "lumorad: the camera sees nothing of the mesh " + file +
-                  " in the pose 0,0,0,500,0,30; without a translation it stands in the middle of the view\n");
+                  ", 1 by 1 by 1 mm, in the pose 0,0,0,500,0,30; without a translation it stands in the "
+                  "middle of the view\n");
+}
+
+TEST_F(MeshCommand, ADemoWithoutPointsTellsNoErrors)
+{
+    const std::string file = File("box.stl", device::BoxMesh({-40, -40, 0}, {40, 40, 1}));
+    const Outcome outcome = RunProgram(
+        {"demo", "--mesh", file, "--pose", "180,0,0,0,0,150", "--no-report", "--out", m_folder / "out"});
+    EXPECT_EQ(outcome.exitCode, kExitDone) << outcome.err;
+    EXPECT_NE(outcome.out.find("  points            0\n"), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("\nThere are no points, so no errors can be told; see that the object stands "
+                               "within the working range of the device, and that the noise is not too "
+                               "large\nStages\n"),
+              std::string::npos)
+        << outcome.out;
+    EXPECT_EQ(outcome.out.find("error, mean"), std::string::npos) << outcome.out;
+}
+
+TEST_F(MeshCommand, AMeshInMetresIsToldToWantAScale)
+{
+    const std::string file = File("metres.stl", device::BoxMesh({0, 0, 0}, {0.012, 0.01, 0.004}));
+    const Outcome tiny = RunProgram({"render", "--mesh", file, "--out", m_folder / "out"});
+    EXPECT_EQ(tiny.exitCode, kExitFailed);
+    EXPECT_EQ(tiny.err, "lumorad: the camera sees nothing of the mesh " + file +
+                            ", 0.012 by 0.01 by 0.004 mm, in the pose 180,0,0; of a file that is not in mm "
+                            "give the scale, 1000 for metres and 25.4 for inches\n");
+    const Outcome scaled =
+        RunProgram({"render", "--mesh", file, "--scale", "1000", "--out", m_folder / "out"});
+    EXPECT_EQ(scaled.exitCode, kExitDone) << scaled.err;
 }
 
 TEST_F(MeshCommand, RefusesArgumentsThatMakeNoSense)
@@ -243,6 +258,14 @@ TEST(PoseText, ReadsBackWhatItWrites)
         EXPECT_FALSE(acquisition::ReadPose(text, pose)) << text;
         EXPECT_EQ(acquisition::PoseText(pose), "180,0,0");
     }
+}
+
+TEST(PoseText, ZeroHasNoSign)
+{
+    device::MeshPose pose;
+    pose.rotation = {-0.0, 0.0, -0.5};
+    pose.translation = {-0.0, -0.0, 33.0};
+    EXPECT_EQ(acquisition::PoseText(pose), "0,0,-0.5,0,0,33");
 }
 
 TEST_F(MeshCommand, TheVirtualSourceTakesMeshPoseAndScale)

@@ -221,6 +221,15 @@ TEST_F(ModelCommands, WhatIsNoModelIsTold)
     EXPECT_FALSE(std::filesystem::exists(m_out));
 }
 
+TEST_F(ModelCommands, ATextOfMoreLinesThanAModelHasIsRefused)
+{
+    WriteFile(m_model, "::Cams[0]\n" + std::string(999'999, '\n'));
+    EXPECT_EQ(Run({"show", m_model}).find("lines"), std::string::npos);
+    WriteFile(m_model, "::Cams[0]\n" + std::string(1'000'000, '\n'));
+    EXPECT_EQ(Run({"show", m_model}),
+              Failure("'" + m_model + "' is no model: it has more than 1000000 lines"));
+}
+
 TEST_F(ModelCommands, ARowOfEdgePositionsThatIsTooLongIsTold)
 {
     WriteFile(m_model, Replaced(m_text, "LUT[2][1]=", "LUT[2][1]=\x80\x80"));

@@ -3,6 +3,7 @@
 #include "scanner/app/lumorad.h"
 #include "scanner/device/checkerboard.h"
 #include "scanner/device/slidemarks.h"
+#include "tests/scanner/commandrun.h"
 #include "tests/support/temporaryfolder.h"
 
 #include <gtest/gtest.h>
@@ -18,23 +19,13 @@ namespace {
 
 using TestSupport::ReadFile;
 
-struct Outcome
-{
-    int exitCode;
-    std::string out;
-    std::string err;
-};
-
 class RenderTargetCommand : public ::testing::Test
 {
 protected:
     Outcome Run(std::vector<std::string> options) const
     {
         options.insert(options.begin(), {"render", "--out", m_folder.string()});
-        std::ostringstream out;
-        std::ostringstream err;
-        const int exitCode = RunLumorad(options, out, err);
-        return {exitCode, out.str(), err.str()};
+        return RunProgram(options);
     }
 
     nlohmann::json Truth() const { return nlohmann::json::parse(ReadFile(m_folder / "truth.json")); }

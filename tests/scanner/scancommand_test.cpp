@@ -311,6 +311,11 @@ TEST_F(ScanCommand, WhatIsNoModelIsNamed)
 
 TEST_F(ScanCommand, WhatIsNoImageIsNamed)
 {
+    const std::string foreign = m_folder / "a\\b.png";
+    std::filesystem::copy_file(m_reference, foreign);
+    EXPECT_EQ(
+        RunCommand({"scan", foreign, m_pattern, "--model", m_model}),
+        Failure("cannot read '" + foreign + "': there is a backslash in its path; take another folder"));
     const std::string missing = m_folder / "none.png";
     EXPECT_EQ(RunCommand({"scan", missing, m_pattern, "--model", m_model}),
               Failure("there is no file '" + missing + "'"));
@@ -352,6 +357,15 @@ TEST_F(ScanCommand, NothingIsWrittenOverAnInput)
               Failure("'" + ply + "' and '" + ply + "' are one file"));
     EXPECT_EQ(RunCommand({"scan", ply, m_pattern, "--model", m_model, "--report", m_model}),
               Failure("'" + m_model + "' and '" + m_model + "' are one file"));
+}
+
+TEST_F(ScanCommand, TheReportIsNotWrittenOverTheScan)
+{
+    const std::string file = m_folder / "a.ply";
+    const std::string again = m_folder / "./a.ply";
+    EXPECT_EQ(Scan({"-o", file, "--report", again}),
+              Failure("'" + file + "' and '" + again + "' are one file"));
+    EXPECT_FALSE(std::filesystem::exists(file));
 }
 
 TEST_F(ScanCommand, WantsBothImagesAndAModel)

@@ -94,13 +94,11 @@ TEST_F(SlideCommands, WhatCannotBeUsedIsNamed)
     EXPECT_EQ(Locate({}, "reference.png", "missing.txt"),
               Failure("cannot open '" + File("missing.txt") + "': No such file or directory"));
     WriteFile(File("empty.txt"), "");
-    EXPECT_EQ(Locate({}, "reference.png", "empty.txt"),
-              Failure("cannot read the model '" + File("empty.txt") + "': it is empty, or no text"));
+    EXPECT_EQ(Locate({}, "reference.png", "empty.txt"), Failure("'" + File("empty.txt") + "' is empty"));
     WriteFile(File("text.txt"), "no model");
     EXPECT_EQ(Locate({}, "reference.png", "text.txt"),
               Failure("'" + File("text.txt") +
-                      "' is no calibrated model for images of 658 by 494 pixels; 'lumorad model check' tells "
-                      "what it lacks"));
+                      "' is no model: it has none of a model's sections, such as '::Cams[0]'"));
     const LxCV::CCTImage grey(658, 494, LxCV::CCTImage::eIDT_GRAY8, 90.0F);
     ASSERT_EQ(grey.SavePNG(File("grey.png")), LxCV::CCTImage::eRC_OK);
     EXPECT_EQ(Locate({}, "grey.png"), Failure("'" + File("grey.png") + "' is no colour image"));
