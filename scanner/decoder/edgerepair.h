@@ -66,8 +66,8 @@ private:
     bool m_isUndercutFree;
     int m_width = 0;
     int m_numbers = 0; ///< behind the largest number that is seen
-    std::vector<std::int32_t>
-        m_positions; ///< by number and column: 1/64 rows, or what `kNone` and `kTwice` mean
+    /// By number and column: 1/64 rows, or what `kNone` and `kTwice` mean.
+    std::vector<std::int32_t> m_positions;
     std::vector<EdgePixel> m_added;
 };
 

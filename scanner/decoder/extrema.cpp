@@ -78,37 +78,35 @@ void FindVerticesBasic(const float* above, const float* centre, const float* bel
 }
 
 /// The columns of the lanes and the bits of their symbols where they fall.
-struct FallingPlaces : std::array<std::uint32_t, kLanes>
+constexpr std::array<std::uint32_t, kLanes> FallingPlaces(unsigned int directionBits)
 {
-    constexpr explicit FallingPlaces(unsigned int directionBits) : std::array<std::uint32_t, kLanes>()
-    {
-        for (std::uint32_t lane = 0; lane < kLanes; ++lane) {
-            const auto channels = static_cast<std::uint32_t>(kChannels);
-            (*this)[lane] = lane / channels << directionBits | 2 * (lane % channels);
-        }
+    constexpr auto kChannelsOfAColumn = static_cast<std::uint32_t>(kChannels);
+    std::array<std::uint32_t, kLanes> places{};
+    for (std::uint32_t lane = 0; lane < kLanes; ++lane) {
+        places[lane] = lane / kChannelsOfAColumn << directionBits | 2 * (lane % kChannelsOfAColumn);
     }
-};
+    return places;
+}
 
 #if defined(__x86_64__)
 constexpr std::size_t kVector = 8;
 
 /// For each set of flags the indices of those that are set, and behind them any.
-struct Packing : std::array<std::array<std::uint8_t, kVector>, 1 << kVector>
+constexpr std::array<std::array<std::uint8_t, kVector>, 1 << kVector> Packings()
 {
-    constexpr Packing() : std::array<std::array<std::uint8_t, kVector>, 1 << kVector>()
-    {
-        for (std::size_t flags = 0; flags < size(); ++flags) {
-            std::size_t count = 0;
-            for (std::uint8_t flag = 0; flag < kVector; ++flag) {
-                if ((flags >> flag & 1) != 0) {
-                    (*this)[flags][count++] = flag;
-                }
+    std::array<std::array<std::uint8_t, kVector>, 1 << kVector> packings{};
+    for (std::size_t flags = 0; flags < packings.size(); ++flags) {
+        std::size_t count = 0;
+        for (std::uint8_t flag = 0; flag < kVector; ++flag) {
+            if ((flags >> flag & 1) != 0) {
+                packings[flags][count++] = flag;
             }
         }
     }
-};
+    return packings;
+}
 
-constexpr Packing s_Packing{};
+constexpr auto s_Packings = Packings();
 
 /// Writes those of some differences that come first in an order.
 [[gnu::target("avx2")]] inline void Pack(__m256 differences, __m256i order, float* to)
@@ -124,7 +122,7 @@ constexpr Packing s_Packing{};
 /// Puts the extrema of a row behind those of a batch.
 struct PeakTaking
 {
-    static constexpr FallingPlaces s_Places{StepBatch::kDirectionBits};
+    static constexpr auto s_Places = FallingPlaces(StepBatch::kDirectionBits);
 
     /// @param first lanes before it are left out
     static void TakeBasic(const Rows& rows, std::size_t first, StepBatch& steps)
@@ -172,7 +170,7 @@ struct PeakTaking
                                                               _mm256_cmp_ps(height, below, _CMP_GT_OQ)));
             const auto flags = static_cast<unsigned int>(_mm256_movemask_ps(isPeak));
             const __m256i order = _mm256_cvtepu8_epi32(
-                _mm_loadl_epi64(reinterpret_cast<const __m128i*>(s_Packing[flags].data())));
+                _mm_loadl_epi64(reinterpret_cast<const __m128i*>(s_Packings[flags].data())));
             Pack(above, order, &steps.m_above[count]);
             Pack(height, order, &steps.m_centre[count]);
             Pack(below, order, &steps.m_below[count]);
