@@ -35,12 +35,16 @@ std::vector<ReportFigure> Figures(const Measurement& measurement)
         count("points", "Points", accuracy.points),
         count("crossings", "Edge crossings in sight", accuracy.seenCrossings),
         share("coverage", "Coverage of the crossings", accuracy.coverage, 1),
-        share("wrong_code_fraction", "Points with a wrong code", accuracy.wrongCodeFraction, 3),
-        length("mean_mm", "Error, mean", accuracy.meanMm),
-        length("rms_mm", "Error, RMS", accuracy.rmsMm),
-        length("rms_right_code_mm", "Error, RMS without wrong codes", accuracy.rmsRightCodeMm),
-        length("p95_mm", "Error, 95 percent", accuracy.p95Mm),
     };
+    if (accuracy.points == 0) {
+        return figures;
+    }
+    figures.insert(figures.end(),
+                   {share("wrong_code_fraction", "Points with a wrong code", accuracy.wrongCodeFraction, 3),
+                    length("mean_mm", "Error, mean", accuracy.meanMm),
+                    length("rms_mm", "Error, RMS", accuracy.rmsMm),
+                    length("rms_right_code_mm", "Error, RMS without wrong codes", accuracy.rmsRightCodeMm),
+                    length("p95_mm", "Error, 95 percent", accuracy.p95Mm)});
     if (measurement.table.has_value()) {
         figures.push_back(
             length("table_largest_mm", "Table, largest deviation", measurement.table->largestMm));

@@ -73,15 +73,18 @@ nlohmann::ordered_json ToJson(const SceneOptions& options, const Rendering& rend
     json["points"] = accuracy.points;
     json["crossings"] = accuracy.seenCrossings;
     json["coverage"] = accuracy.coverage;
-    json["mean_mm"] = accuracy.meanMm;
-    json["rms_mm"] = accuracy.rmsMm;
-    json["p95_mm"] = accuracy.p95Mm;
-    json["wrong_code_fraction"] = accuracy.wrongCodeFraction;
-    json["rms_right_code_mm"] = accuracy.rmsRightCodeMm;
+    const auto ofPoints = [&accuracy](double figure) { // null where there are none
+        return accuracy.points > 0 ? nlohmann::ordered_json(figure) : nlohmann::ordered_json();
+    };
+    json["mean_mm"] = ofPoints(accuracy.meanMm);
+    json["rms_mm"] = ofPoints(accuracy.rmsMm);
+    json["p95_mm"] = ofPoints(accuracy.p95Mm);
+    json["wrong_code_fraction"] = ofPoints(accuracy.wrongCodeFraction);
+    json["rms_right_code_mm"] = ofPoints(accuracy.rmsRightCodeMm);
     json["exact"] = !measurement.table.has_value();
     if (measurement.table.has_value()) {
-        json["table_largest_mm"] = measurement.table->largestMm;
-        json["table_rms_mm"] = measurement.table->rmsMm;
+        json["table_largest_mm"] = ofPoints(measurement.table->largestMm);
+        json["table_rms_mm"] = ofPoints(measurement.table->rmsMm);
     }
     for (const auto& [stage, milliseconds] : times) {
         json["stages_ms"][stage] = milliseconds;

@@ -185,8 +185,9 @@ TEST_F(MeshCommand, MistakesInFilesNameTheFileAndTheRemedy)
 TEST_F(MeshCommand, ADemoWithoutPointsTellsNoErrors)
 {
     const std::string file = File("box.stl", device::BoxMesh({-40, -40, 0}, {40, 40, 1}));
-    const Outcome outcome = RunProgram(
-        {"demo", "--mesh", file, "--pose", "180,0,0,0,0,150", "--no-report", "--out", m_folder / "out"});
+    const std::vector<std::string> arguments = {"demo",  "--mesh",        file, "--pose", "180,0,0,0,0,150",
+                                                "--out", m_folder / "out"};
+    const Outcome outcome = RunProgram(arguments);
     EXPECT_EQ(outcome.exitCode, kExitDone) << outcome.err;
     EXPECT_NE(outcome.out.find("  points            0\n"), std::string::npos) << outcome.out;
     EXPECT_NE(outcome.out.find("\nThere are no points, so no errors can be told; see that the object stands "
@@ -195,6 +196,18 @@ TEST_F(MeshCommand, ADemoWithoutPointsTellsNoErrors)
               std::string::npos)
         << outcome.out;
     EXPECT_EQ(outcome.out.find("error, mean"), std::string::npos) << outcome.out;
+    const std::string page = ReadFile(m_folder / "out/report.html");
+    EXPECT_NE(page.find("\"coverage\""), std::string::npos);
+    EXPECT_EQ(page.find("\"rms_mm\""), std::string::npos);
+
+    std::vector<std::string> withJson = arguments;
+    withJson.insert(withJson.end(), {"--json", "--no-report"});
+    const auto json = nlohmann::json::parse(RunProgram(withJson).out);
+    EXPECT_EQ(json.at("points"), 0);
+    for (const char* const key : {"mean_mm", "rms_mm", "p95_mm", "wrong_code_fraction", "rms_right_code_mm",
+                                  "table_largest_mm", "table_rms_mm"}) {
+        EXPECT_TRUE(json.at(key).is_null()) << key;
+    }
 }
 
 TEST_F(MeshCommand, AMeshInMetresIsToldToWantAScale)
