@@ -1,8 +1,7 @@
 // Reads any text as an algorithm configuration: it is refused with a reason, or its numbers are those of the text.
 #include "lxccclalgoconfig.h"
 #include "orx/logging/logger.h"
-#include "scanner/app/algorithmfile.h"
-#include "scanner/calibration/modeltext.h"
+#include "scanner/calibration/algorithmtext.h"
 
 #include <array>
 #include <cmath>
@@ -62,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     LxCCCLAlgoConfig algorithm;
     const Numbers before = NumbersOf(algorithm);
     try {
-        const bool isTaken = app::TakeAlgorithm(text, sections, algorithm);
+        const bool isTaken = calibration::TakeAlgorithm(text, sections, algorithm);
         const Numbers now = NumbersOf(algorithm);
         for (const float number : now) {
             Require(std::isfinite(number));
@@ -71,8 +70,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             Require(now == before);
             return 0;
         }
-        CheckDistances(sections, app::FindAlgorithmRoot(sections).value(), before, now);
-        Require(app::TakeAlgorithm(text, sections, algorithm) && NumbersOf(algorithm) == now);
+        CheckDistances(sections, calibration::FindAlgorithmRoot(sections).value(), before, now);
+        Require(calibration::TakeAlgorithm(text, sections, algorithm) && NumbersOf(algorithm) == now);
     } catch (const std::runtime_error& error) {
         Require(*error.what() != '\0');
     }

@@ -8,7 +8,6 @@
 #include "scanner/app/filecontent.h"
 #include "scanner/app/measuringmodel.h"
 #include "scanner/app/scanfiles.h"
-#include "scanner/calibration/devicecoupling.h"
 #include "scanner/decoder/decoder.h"
 
 #include <algorithm>
@@ -71,11 +70,10 @@ Measurement Measure(const acquisition::ImagePair& images, const acquisition::Ren
     const int width = images.pattern.GetWidth();
     const int height = images.pattern.GetHeight();
     std::shared_ptr<LxCV::LxCPinholeFramework> model;
-    progress.Run("load model", [&] { model = LoadMeasuringModel(modelFile); });
-    RequireCalibrated(*model, ModelName(modelFile), width, height);
     decoder::DecoderConfig config;
     config.useTable = triangulation == ETriangulation::eTable;
-    calibration::SetCoupling(rendering.device->Parameters().optics, config.algorithm);
+    progress.Run("load model", [&] { model = LoadMeasuringModel(modelFile, &config.algorithm); });
+    RequireCalibrated(*model, ModelName(modelFile), width, height);
     const auto measuring = std::make_shared<decoder::Decoder>(*model, config);
     decoder::Decoder& decoder = *measuring;
     progress.Run("prepare", [&] { decoder.Init(width, height); });

@@ -4,17 +4,34 @@
 #include "lxcintrinsicparams.h"
 #include "lxcpinholecamera.h"
 #include "lxcpinholeframework.h"
-#include "scanner/app/algorithmfile.h"
 #include "scanner/app/imagefiles.h"
 #include "scanner/app/modelfile.h"
+#include "scanner/calibration/algorithmtext.h"
+#include "scanner/calibration/modelcheck.h"
 #include "scanner/calibration/modelreading.h"
 #include "scanner/calibration/modeltext.h"
 
 #include <stdexcept>
+#include <vector>
 
 namespace app {
 
 using LxCV::LxCPinholeFramework;
+
+namespace {
+
+/// A model that is read as something else than is meant would measure, and wrongly.
+void RequireSound(const std::string& text, const std::string& root)
+{
+    std::vector<calibration::ModelFinding> errors = calibration::CheckForMeasuring(text, root);
+    if (!errors.empty()) {
+        errors.front().section.insert(0, root);
+        throw std::runtime_error(calibration::FindingText(errors.front()) +
+                                 (errors.size() == 1 ? "" : "; 'lumorad model check' tells everything"));
+    }
+}
+
+} // namespace
 
 std::unique_ptr<LxCPinholeFramework> LoadMeasuringModel(const std::filesystem::path& file,
                                                         LxCV::LxCCCLAlgoConfig* algorithm)
@@ -23,8 +40,9 @@ std::unique_ptr<LxCPinholeFramework> LoadMeasuringModel(const std::filesystem::p
     const std::vector<calibration::ModelSection> sections = calibration::SplitModelText(source.text);
     const std::string root = RequireModelRoot(file, sections);
     try {
+        RequireSound(source.text, root);
         if (algorithm != nullptr) {
-            TakeAlgorithm(source.text, sections, *algorithm);
+            calibration::TakeAlgorithm(source.text, sections, *algorithm);
         }
         return calibration::ReadModel(source.text, root);
     } catch (const std::runtime_error& error) {

@@ -13,7 +13,7 @@ class LxCPinholeFramework;
 namespace app {
 
 /// Loads a model from a file of any form.
-/// @param algorithm takes what the file tells of the decoding stage's configuration, see `TakeAlgorithm`; null for nothing
+/// @param algorithm takes what the file tells of the decoding stage's configuration, see `calibration::TakeAlgorithm`; null for nothing
 /// @throws std::runtime_error naming the file that cannot be read, is no model or has a bad configuration, and what can be
 ///         done
 std::unique_ptr<LxCV::LxCPinholeFramework> LoadMeasuringModel(const std::filesystem::path& file,

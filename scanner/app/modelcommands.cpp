@@ -7,6 +7,7 @@
 #include "scanner/app/jsonreport.h"
 #include "scanner/app/modelfile.h"
 #include "scanner/app/modelreport.h"
+#include "scanner/calibration/algorithmtext.h"
 #include "scanner/calibration/modelcheck.h"
 #include "scanner/calibration/modelreading.h"
 #include "scanner/calibration/modeltext.h"
@@ -135,7 +136,8 @@ void Convert(const ConvertOptions& options, std::ostream& out)
     std::string text = source.file.text;
     if (options.rewrite) {
         try {
-            text = calibration::WriteModel(*calibration::ReadModel(text, source.root), source.root);
+            text = calibration::WriteModel(*calibration::ReadModel(text, source.root), source.root) +
+                   calibration::AlgorithmTextOf(source.sections);
         } catch (const calibration::ModelError& error) {
             throw std::runtime_error("'" + options.file.string() + "': " + error.what());
         }

@@ -2,6 +2,7 @@
 #include "scanner/calibration/modelcheck.h"
 
 #include "lxcpinholeframework.h"
+#include "scanner/calibration/algorithmtext.h"
 #include "scanner/calibration/modelgeometry.h"
 #include "scanner/calibration/modelranges.h"
 #include "scanner/calibration/modelreading.h"
@@ -24,6 +25,7 @@ namespace calibration {
 namespace {
 
 constexpr const char* c_pattern = "::Projector::CLPattern";
+constexpr const char* c_boardTarget = "::CamCalibBody";
 constexpr const char* c_slideTarget = "::ProjCalibBody";
 
 /// The values that are no numbers, or no single ones.
@@ -54,13 +56,25 @@ bool MeansTheSame(std::string_view given, std::string_view read)
     return one && other && std::abs(*one - *other) <= precision * std::max(std::abs(*one), std::abs(*other));
 }
 
+/// Whether a section, told below the model's root, is of a target that a device is calibrated with.
+bool IsOfTarget(std::string_view name)
+{
+    return name.starts_with(c_boardTarget) || name.starts_with(c_slideTarget);
+}
+
+/// Whether the library can fill a section in: it needs no calibration.
+bool HasDefaults(std::string_view name)
+{
+    return name.starts_with("::PolynomKoma") || name.starts_with("::RoiIgnore") || IsOfTarget(name);
+}
+
 /// Walks through both texts.
 class ModelTextCheck
 {
 public:
     ModelTextCheck(const std::vector<ModelSection>& given, const std::vector<ModelSection>& read,
                    const std::string& root)
-        : m_given(given), m_read(read), m_root(root)
+        : m_given(given), m_read(read), m_root(root), m_algorithmRoot(FindAlgorithmRoot(given))
     {
         for (const ModelSection& section : given) {
             m_givenByName.try_emplace(section.name, &section);
@@ -96,19 +110,19 @@ private:
                               isBelowRoot ? section.substr(m_root.size()) : section, key, problem, advice});
     }
 
-    /// Sections that the library can fill in need no calibration.
     std::string AdviceForMissing(const std::string& section) const
     {
-        const std::string name = section.substr(m_root.size());
-        const bool hasDefaults = name.starts_with("::PolynomKoma") || name.starts_with("::RoiIgnore") ||
-                                 name.starts_with("::CamCalibBody") || name.starts_with(c_slideTarget);
-        return hasDefaults ? "write the model anew: 'lumorad model convert --rewrite' adds the defaults"
-                           : "take it from a backup of this device's model, or calibrate the device";
+        return HasDefaults(section.substr(m_root.size()))
+                   ? "write the model anew: 'lumorad model convert --rewrite' adds the defaults"
+                   : "take it from a backup of this device's model, or calibrate the device";
     }
 
-    /// Whether a section is one of this model, known or not.
+    /// Whether a section is one of this model, known or not, and not of the algorithm configuration beside it.
     bool IsOurs(const std::string& name) const
     {
+        if (m_algorithmRoot && IsOfAlgorithm(name, *m_algorithmRoot)) {
+            return false;
+        }
         if (!m_root.empty()) {
             return name.starts_with(m_root + "::");
         }
@@ -162,7 +176,6 @@ private:
                     "correct its name, or delete it");
             }
         }
-        CheckEdgeTable(given, known);
         for (const ModelLine& line : read.lines) {
             const auto found = lines.find(line.key);
             if (found == lines.end()) {
@@ -172,6 +185,7 @@ private:
                 CheckValue(given.name, *found->second, line.value);
             }
         }
+        CheckEdgeTable(given, known);
     }
 
     /// Rows beyond the table's size, and a table that was refused as a whole.
@@ -233,6 +247,7 @@ private:
     const std::vector<ModelSection>& m_given;
     const std::vector<ModelSection>& m_read;
     const std::string& m_root;
+    const std::optional<std::string> m_algorithmRoot;
     std::map<std::string_view, const ModelSection*> m_givenByName;
     std::set<std::string_view> m_readNames;
     std::set<std::string, std::less<>> m_readGroups; ///< first parts of the names
@@ -279,6 +294,63 @@ std::string WithoutEdgeTable(const std::string& text, const std::vector<ModelSec
     return text.substr(0, begin) + "NumPatches=0" + text.substr(end);
 }
 
+/// The sections of both texts that measuring reads, but for those that may be missing and are; and of the given ones
+/// the lines that are read.
+void KeepWhatIsMeasuredWith(std::vector<ModelSection>& given, std::vector<ModelSection>& read,
+                            const std::string& root)
+{
+    std::erase_if(read, [&](const ModelSection& section) {
+        const std::string name = section.name.substr(root.size());
+        return IsOfTarget(name) || (HasDefaults(name) && FindSection(given, section.name) == nullptr);
+    });
+    std::erase_if(given,
+                  [&](const ModelSection& section) { return FindSection(read, section.name) == nullptr; });
+    for (ModelSection& section : given) {
+        const ModelSection& known = *FindSection(read, section.name);
+        const bool isPattern = section.name == root + c_pattern;
+        std::erase_if(section.lines, [&](const ModelLine& line) {
+            return known.Find(line.key) == nullptr && !(isPattern && IsOfEdgeTable(line.key));
+        });
+    }
+}
+
+/// Whether a key tells of a calibration. A model that is not calibrated has no light planes, which is told elsewhere.
+bool IsOfState(std::string_view key)
+{
+    return key == "Calibrated" || key == "CalibTime" || key == "CalibRevNumber" || key == "CalibInfos";
+}
+
+/// Numbers out of their ranges in the sections that measuring reads.
+std::vector<ModelFinding> CheckRangesOfNumbers(std::vector<ModelSection> sections, const std::string& root)
+{
+    for (ModelSection& section : sections) {
+        std::erase_if(section.lines, [](const ModelLine& line) { return !ParseNumber(line.value); });
+    }
+    std::vector<ModelFinding> findings = CheckRanges(sections, root);
+    std::erase_if(findings, [](const ModelFinding& finding) {
+        return IsOfTarget(finding.section) || IsOfState(finding.key);
+    });
+    AddLines(findings, sections, root);
+    return findings;
+}
+
+/// Errors of an algorithm configuration beside the model.
+std::vector<ModelFinding> CheckAlgorithmBeside(const std::vector<ModelSection>& sections,
+                                               const std::string& root)
+{
+    const std::optional<std::string> algorithm = FindAlgorithmRoot(sections);
+    std::vector<ModelFinding> findings;
+    if (algorithm) {
+        findings = CheckAlgorithm(sections, *algorithm);
+    }
+    for (ModelFinding& finding : findings) {
+        if (finding.section.starts_with(root)) {
+            finding.section.erase(0, root.size());
+        }
+    }
+    return findings;
+}
+
 } // namespace
 
 std::vector<ModelFinding> CheckModel(const std::string& text, const std::string& root)
@@ -300,8 +372,34 @@ std::vector<ModelFinding> CheckModel(const std::string& text, const std::string&
     Append(ofModel, CheckTargets(*model));
     AddLines(ofModel, given, root);
     std::vector<ModelFinding> findings = ModelTextCheck(given, read, root).Run();
+    Append(findings, CheckAlgorithmBeside(given, root));
     Append(findings, std::move(ofModel));
     return findings;
+}
+
+std::vector<ModelFinding> CheckForMeasuring(const std::string& text, const std::string& root)
+{
+    std::vector<ModelSection> given = SplitModelText(text);
+    // First, as the library's tables of a lens that is none take their time, and a line in the log for each lookup.
+    std::vector<ModelFinding> ranges = CheckRangesOfNumbers(given, root);
+    if (!ranges.empty()) {
+        return ranges;
+    }
+    std::vector<ModelSection> read = SplitModelText(WriteModel(*ReadModel(text, root), root));
+    KeepWhatIsMeasuredWith(given, read, root);
+    std::vector<ModelFinding> findings = ModelTextCheck(given, read, root).Run();
+    std::erase_if(findings,
+                  [](const ModelFinding& finding) { return !finding.isError || IsOfState(finding.key); });
+    return findings;
+}
+
+std::string FindingText(const ModelFinding& finding)
+{
+    std::string place = finding.line == 0 ? "" : "line " + std::to_string(finding.line);
+    for (const std::string& part : {finding.section, finding.key}) {
+        place += (place.empty() || part.empty() ? "" : ", ") + part;
+    }
+    return place + (place.empty() ? "" : ": ") + finding.problem + "; " + finding.advice;
 }
 
 bool IsSound(const std::vector<ModelFinding>& findings)

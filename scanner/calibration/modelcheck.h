@@ -32,4 +32,13 @@ std::vector<ModelFinding> CheckModel(const std::string& text, const std::string&
 /// Whether no finding is an error.
 bool IsSound(const std::vector<ModelFinding>& findings);
 
+/// Those errors of `CheckModel` that may falsify what is measured with a model: numbers that are missing, come twice, are
+/// read as others or are out of range, in the sections that measuring reads. What nothing reads does not matter, nor do
+/// targets and the size of the device's images; sections that have defaults may be missing.
+/// @throws ModelError as `ReadModel` does
+std::vector<ModelFinding> CheckForMeasuring(const std::string& text, const std::string& root);
+
+/// A finding in one line: where it is, the problem and what to do.
+std::string FindingText(const ModelFinding& finding);
+
 } // namespace calibration

@@ -1,9 +1,11 @@
 // The device's parameters as section text.
 #include "scanner/device/devicemodel.h"
 
+#include <cstddef>
 #include <locale>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace device {
@@ -233,6 +235,19 @@ void WriteSlideMarks(SectionWriter& out, const std::string& section, const Devic
     WriteSearch(out, section + "::Thres::Base", 3, 3);
 }
 
+/// What the sensor's colours take from the projector's. A key's first letter names the colour that is taken from, its
+/// second one the colour that takes.
+void WriteCoupling(SectionWriter& out, const std::string& section, const OpticsParameters& optics)
+{
+    constexpr std::string_view c_letters = "bgr"; // in the order of a colour's channels
+    out.Section(section);
+    for (std::size_t from = c_letters.size(); from-- > 0;) {
+        for (std::size_t to = c_letters.size(); to-- > 0;) {
+            out.Key(std::string{'A', c_letters[from], c_letters[to]}, optics.crosstalk[to][from]);
+        }
+    }
+}
+
 } // namespace
 
 std::string WriteParameterText(const DeviceParameters& parameters, const std::string& root)
@@ -250,6 +265,7 @@ std::string WriteParameterText(const DeviceParameters& parameters, const std::st
     out.Key("NumRoiIgnore", 0);
     WriteCheckerboard(out, root + "::CamCalibBody");
     WriteSlideMarks(out, root + "::ProjCalibBody", parameters);
+    WriteCoupling(out, root + "::LxCCCLAlgoConfig::CameraProjectorCoupling", parameters.optics);
     return out.Text();
 }
 

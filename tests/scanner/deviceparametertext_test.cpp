@@ -71,6 +71,7 @@ TEST(DeviceParameterText, HoldsTheSectionsOfADeviceInOrder)
         "::Unit::ProjCalibBody",
         "::Unit::ProjCalibBody::Thres",
         "::Unit::ProjCalibBody::Thres::Base",
+        "::Unit::LxCCCLAlgoConfig::CameraProjectorCoupling",
     };
     EXPECT_EQ(sections.at(""), expected);
 }
@@ -202,6 +203,21 @@ class Commas : public std::numpunct<char>
     char do_thousands_sep() const override { return '.'; }
     std::string do_grouping() const override { return "\3"; }
 };
+
+TEST(DeviceParameterText, TheCouplingIsThatOfTheSensor)
+{
+    DeviceParameters parameters;
+    parameters.optics.crosstalk[0] = {0.5, 0.25, 0.125}; // what blue takes from blue, green, red
+    parameters.optics.crosstalk[2][0] = 0.375;
+    const Sections sections = Split(VirtualDevice(parameters).ParameterText("::S"));
+    const std::string section = "::S::LxCCCLAlgoConfig::CameraProjectorCoupling";
+    const std::vector<std::string> keys = {"Arr", "Arg", "Arb", "Agr", "Agg", "Agb", "Abr", "Abg", "Abb"};
+    EXPECT_EQ(Keys(sections.at(section)), keys);
+    EXPECT_EQ(Value(sections, section, "Abb"), "0.50000000000000000000");
+    EXPECT_EQ(Value(sections, section, "Agb"), "0.25000000000000000000");
+    EXPECT_EQ(Value(sections, section, "Arb"), "0.12500000000000000000");
+    EXPECT_EQ(Value(sections, section, "Abr"), "0.37500000000000000000");
+}
 
 TEST(DeviceParameterText, DoesNotDependOnTheLocale)
 {

@@ -132,6 +132,17 @@ TEST_F(ModelCommands, RewritingDropsWhatTheLibraryDoesNotRead)
     EXPECT_TRUE(ReadFile(m_back) == m_text);
 }
 
+TEST_F(ModelCommands, RewritingKeepsTheAlgorithmConfiguration)
+{
+    const std::string distances = "::MV3DCamBase::LxCCCLAlgoConfig\nFocalDistance_mm=33\n";
+    WriteFile(m_model, distances + m_text);
+    Run({"convert", m_model, "-o", m_back, "--to", "text", "--rewrite"});
+    const std::string back = ReadFile(m_back);
+    const std::size_t coupling = m_text.find("::MV3DCamBase::LxCCCLAlgoConfig::CameraProjectorCoupling\n");
+    ASSERT_NE(coupling, std::string::npos);
+    EXPECT_TRUE(back == m_text.substr(0, coupling) + distances + m_text.substr(coupling));
+}
+
 TEST_F(ModelCommands, ConvertNeverWritesOverItsInput)
 {
     WriteFile(m_model, m_text);

@@ -293,10 +293,38 @@ TEST_F(ScanCommand, TheModelMustBeCalibrated)
 
 TEST_F(ScanCommand, TheModelMustHaveAPattern)
 {
-    const std::string model = WriteModelWith("raw.txt", "PatternHeight=", "PatternHight=");
-    EXPECT_EQ(RunCommand({"scan", m_reference, m_pattern, "--model", model}),
-              Failure("the model '" + model +
+    std::string text = TestSupport::ReadFile(m_model);
+    const std::size_t table = text.find("MinDistProjToScene");
+    text.erase(table, text.find("::MV3DCamBase::PolynomKoma") - table);
+    const std::size_t digits = text.find("\nPattern=") + 9;
+    text.erase(digits, text.find('\n', digits) - digits);
+    const std::string blank = m_folder / "blank.txt";
+    TestSupport::WriteFile(blank, text);
+    EXPECT_EQ(RunCommand({"scan", m_reference, m_pattern, "--model", blank}),
+              Failure("the model '" + blank +
                       "' has no usable pattern: 'lumorad model check' tells what is wrong with it"));
+    const std::string model = WriteModelWith("raw.txt", "PatternHeight=", "PatternHight=");
+    EXPECT_EQ(
+        RunCommand({"scan", m_reference, m_pattern, "--model", model}),
+        Failure("'" + model +
+                "': line 70, ::MV3DCamBase::Projector::CLPattern, PatternHeight: is missing; add it, or "
+                "take the section from a backup; 'lumorad model check' tells everything"));
+}
+
+TEST_F(ScanCommand, AModelThatIsReadAsSomethingElseIsRefused)
+{
+    const std::string bad = WriteModelWith("bad.txt", "\nf=", "\nf=nine");
+    const std::string refusal = RunCommand({"scan", m_reference, m_pattern, "--model", bad});
+    EXPECT_TRUE(refusal.starts_with("[1 lumorad: '" + bad +
+                                    "': line 24, ::MV3DCamBase::Cams[0]::IntrinsicParams, f: 'nine"))
+        << refusal;
+    EXPECT_TRUE(refusal.ends_with(" is taken; write a number, with a point for its fraction\n]")) << refusal;
+    const std::string lacking =
+        WriteModelWith("lacking.txt", "::MV3DCamBase::Projector::CLPattern", "::Other");
+    EXPECT_EQ(RunCommand({"scan", m_reference, m_pattern, "--model", lacking}),
+              Failure("'" + lacking +
+                      "': ::MV3DCamBase::Projector::CLPattern: is missing; take it from a backup of this "
+                      "device's model, or calibrate the device"));
 }
 
 TEST_F(ScanCommand, WhatIsNoModelIsNamed)
