@@ -6,6 +6,7 @@
 #include "scanner/app/colourcommands.h"
 #include "scanner/app/commandtree.h"
 #include "scanner/app/demoreport.h"
+#include "scanner/app/hostsettings.h"
 #include "scanner/app/imagesources.h"
 #include "scanner/app/infocommand.h"
 #include "scanner/app/jsonreport.h"
@@ -345,6 +346,7 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
         return program.exit(error, out, err) == 0 ? kExitDone : kExitUsage;
     }
     try {
+        RequireHostSettings();
         for (const TargetCommand& run : commands) {
             run(out);
         }
