@@ -46,7 +46,7 @@ LxCVLib = {
 
     -- 0 full cloud, 1 and 2 reduced clouds of a third of the width [LxCAlgorithmConfig, LxSScanDataCCT].
     ReduceData = 0,
-    -- Whether each measurement is written as a 3D file [decoding stage].
+    -- Whether each measurement is to be written as a 3D file; the library writes none by itself [host].
     Dump3DData = false,
     -- Folder of these files; absolute, or relative to the working folder [LxCCCLAlgoConfig].
     Dump3DDataPath = "Dump3DData",
@@ -58,7 +58,7 @@ LxCVLib = {
     RepairEdgesMaxNumGaps = 2,
     -- Whether the base shift of a stripe edge is added to its calibrated slide position [LxCStripePattern].
     ReplaceEdgePositionRaw = true,
-    -- Whether the cloud is resampled to a regular grid of pixels [decoding stage].
+    -- Whether the cloud is to be resampled to a regular grid of pixels; the library does not by itself [host].
     UseRegularGridPointCloud = false,
 
     -- Acquisition ----------------------------------------------------------------------------------------------
