@@ -214,48 +214,100 @@ TEST_F(DecoderOnADevice, LooksUpPointsNearTheComputedOnes)
     }
 }
 
-TEST_F(DecoderOnADevice, AMeasurementTakesNoMemory)
+/// How often memory is taken from a source's raw images, of 8 bits a channel, to the record, once all buffers are made.
+std::size_t AllocationsOf(Decoder& decoder, device::ImageF& reference, device::ImageF& pattern)
 {
-    const int width = s_pair->reference.width;
-    const int height = s_pair->reference.height;
-    const CCTImage floatReference = Wrap(s_pair->reference);
-    const CCTImage floatPattern = Wrap(s_pair->pattern);
+    const int width = reference.width;
+    const int height = reference.height;
     CCTImage rawReference(width, height, CCTImage::eIDT_BGRU8, true, nullptr);
     CCTImage rawPattern(width, height, CCTImage::eIDT_BGRU8, true, nullptr);
-    ASSERT_EQ(floatReference.ConvertToBGRU8(&rawReference, false), 0);
-    ASSERT_EQ(floatPattern.ConvertToBGRU8(&rawPattern, false), 0);
-
+    LxCV::LxCImageData images;
+    if (Wrap(reference).ConvertToBGRU8(&rawReference, false) != 0 ||
+        Wrap(pattern).ConvertToBGRU8(&rawPattern, false) != 0 ||
+        !images.Init(width, height, width, height, nullptr, CCTImage::eIDT_BGRU8)) {
+        throw std::runtime_error("there are no raw images");
+    }
     LxCV::LxCFrameGrabberReqs requirements;
     requirements.SetMirrorChannelsSettings(true, CCTImage::eMM_None, CCTImage::eMM_None, CCTImage::eMM_None);
-    LxCV::LxCImageData images;
-    ASSERT_TRUE(images.Init(width, height, width, height, nullptr, CCTImage::eIDT_BGRU8));
+    requirements.ConvertImage(&rawPattern, images.GetPatImg()); // a source does so for its test image
+    decoder.Init(width, height);
+
+    const LxCV::AllocationCount allocations;
+    EXPECT_TRUE(images.SetRawImages(&rawPattern, &rawReference));
+    requirements.ConvertImage(images.GetRawPatImg(), images.GetPatImg());
+    requirements.ConvertImage(images.GetRawRefImg(), images.GetRefImg());
+    Decode(decoder, *images.GetRefImg(), *images.GetPatImg());
+    decoder.Deliver(*images.GetRefImg());
+    return allocations.Get();
+}
+
+TEST_F(DecoderOnADevice, AMeasurementTakesNoMemory)
+{
     DecoderConfig config;
     config.useTable = true;
-    for (const bool isEverythingOn : {false, true}) {
-        LxCV::LxCAlgorithmConfig& preset = config.algorithm.GetActiveAlgorithmConfig();
-        if (isEverythingOn) {
-            preset.m_bDepthCulling = true;
-            preset.m_bExitWindowCulling = true;
-            preset.m_bSmoothReducedData = true;
-            preset.m_eReduceData = LxCV::LxCLxCVLibSettings::eRD_Reduction1;
-            config.algorithm.SetExitWindow(0.0F, 0.0F, 1.0F, 20.0F);
-            scannertest::LoadDepthCulling(config.algorithm, 33.0F, 10.0F);
-            config.withQualities = true;
-        }
-        ASSERT_TRUE(preset.m_bClean3DData);
-        Decoder decoder(*m_model, config);
-        decoder.Init(width, height);
-        requirements.ConvertImage(&rawPattern, images.GetPatImg()); // a source does so for its test image
+    ASSERT_TRUE(config.algorithm.GetActiveAlgorithmConfig().m_bClean3DData);
+    Decoder decoder(*m_model, config);
+    EXPECT_EQ(AllocationsOf(decoder, s_pair->reference, s_pair->pattern), 0U);
+    EXPECT_GT(decoder.GetRecord().GetNumValidPoints(), 500);
+}
 
-        const LxCV::AllocationCount allocations;
-        ASSERT_TRUE(images.SetRawImages(&rawPattern, &rawReference));
-        requirements.ConvertImage(images.GetRawPatImg(), images.GetPatImg());
-        requirements.ConvertImage(images.GetRawRefImg(), images.GetRefImg());
-        Decode(decoder, *images.GetRefImg(), *images.GetPatImg());
-        decoder.Deliver(*images.GetRefImg());
-        EXPECT_EQ(allocations.Get(), 0U) << isEverythingOn;
-        EXPECT_GT(decoder.GetRecord().GetNumValidPoints(), 500) << isEverythingOn;
+/// Everything that a preset or a configuration can switch on.
+DecoderConfig EverythingOn()
+{
+    DecoderConfig config;
+    config.useTable = true;
+    config.withQualities = true;
+    config.Edges().m_iRepairEdgesMaxNumGaps = 10;
+    config.algorithm.SetExitWindow(0.0F, 0.0F, 1.0F, 20.0F);
+    scannertest::LoadDepthCulling(config.algorithm, 33.0F, 10.0F);
+    LxCV::LxCAlgorithmConfig& preset = config.algorithm.GetActiveAlgorithmConfig();
+    preset.m_Roi = AllOfTheImage().algorithm.GetActiveAlgorithmConfig().m_Roi;
+    preset.m_bClean3DData = true;
+    preset.m_bOrderingConstraint = true;
+    preset.m_bCheckOtherSymbols = true;
+    preset.m_bDepthCulling = true;
+    preset.m_bExitWindowCulling = true;
+    preset.m_bSmoothReducedData = true;
+    preset.m_eReduceData = LxCV::LxCLxCVLibSettings::eRD_Reduction1;
+    preset.m_bUseReferenceShift = true;
+    preset.m_iBoundaryShiftedRefImg = 10;
+    preset.m_bRepairEdges = true;
+    preset.m_bUseCompSceneColor = false;
+    return config;
+}
+
+std::size_t CountColumn(const Decoder& decoder, int column)
+{
+    return static_cast<std::size_t>(std::ranges::count_if(
+        decoder.GetPoints(), [column](const MeasuredPoint& point) { return point.edge.column == column; }));
+}
+
+TEST(DecoderWithEverythingOn, TakesNoMemoryWhereItShiftsAndRepairs)
+{
+    constexpr int kWidth = 120;
+    constexpr int kMoved = 3;  // columns by which the scene lies farther left in the reference image
+    constexpr int kBlack = 60; // a column without light; its neighbours have nothing to compare with
+    const device::VirtualDevice device(Strip(kWidth));
+    const auto scene = device::MakeTextured(device::MakeScene("molar"), 0.5);
+    device::RenderOptions options;
+    options.noise = 0.0;
+    device::RenderedPair pair = device.RenderPair(*scene, options);
+    for (int row = 0; row < pair.reference.height; ++row) {
+        for (int channel = 0; channel < device::ImageF::channels; ++channel) {
+            pair.reference.At(kBlack, row, channel) = 0.0F;
+            pair.pattern.At(kBlack, row, channel) = 0.0F;
+        }
     }
+    std::rotate(pair.reference.data.begin(), pair.reference.data.begin() + kMoved * device::ImageF::channels,
+                pair.reference.data.end());
+
+    const auto model = scannertest::LoadModel(device);
+    Decoder decoder(*model, EverythingOn());
+    EXPECT_EQ(AllocationsOf(decoder, pair.reference, pair.pattern), 0U);
+    EXPECT_GT(decoder.GetRecord().GetNumValidPoints(), 1000);
+    EXPECT_GT(CountColumn(decoder, kBlack), 50U) << "edges were repaired";
+    EXPECT_EQ(CountColumn(decoder, kMoved - 1), 0U) << "black came in where the reference was shifted";
+    EXPECT_GT(CountColumn(decoder, kMoved + 2), 50U);
 }
 
 TEST_F(DecoderOnADevice, CleansItsPointsWhereTheActivePresetWantsIt)
