@@ -20,6 +20,7 @@
 #include <memory>
 #include <ostream>
 #include <stdexcept>
+#include <vector>
 
 namespace app {
 
@@ -133,12 +134,15 @@ void PrintTotals(const LiveOptions& options, const LiveTotals& totals, std::ostr
     PrintFiles(options, out);
 }
 
-void PrintTotalsAsJson(const LiveOptions& options, const LiveTotals& totals, nlohmann::ordered_json frames,
-                       std::ostream& out)
+void PrintTotalsAsJson(const LiveOptions& options, const LiveTotals& totals,
+                       const std::vector<LiveFrame>& frames, std::ostream& out)
 {
     nlohmann::ordered_json json;
     json["grabber"] = options.grabber;
-    json["frames"] = std::move(frames);
+    json["frames"] = nlohmann::ordered_json::array();
+    for (const LiveFrame& frame : frames) {
+        json["frames"].push_back(ToJson(frame));
+    }
     json["decoded"] = totals.frames;
     json["lost"] = totals.lost;
     json["decode_fps"] = totals.DecodedPerSecond();
@@ -162,11 +166,13 @@ void RunLiveScan(const LiveOptions& options, std::ostream& out)
     decoder.Init(width, height);
 
     acquisition::ImagePair images;
-    nlohmann::ordered_json frames = nlohmann::ordered_json::array();
+    // Their JSON is made afterwards: small pieces of memory that stay from each frame would keep the memory that an image
+    // was read into from being used for the next one.
+    std::vector<LiveFrame> frames;
     const LiveTotals totals =
         RunLive(*source.grabber, decoder, options.frames, images, [&](const LiveFrame& frame) {
             if (options.json) {
-                frames.push_back(ToJson(frame));
+                frames.push_back(frame);
             } else {
                 Print(frame, out);
             }
@@ -175,7 +181,7 @@ void RunLiveScan(const LiveOptions& options, std::ostream& out)
     const RecordCloud cloud = CloudOf(decoder.GetPoints(), decoder.GetRecord());
     WriteScanFiles(options, {decoder.GetRecord(), cloud});
     if (options.json) {
-        PrintTotalsAsJson(options, totals, std::move(frames), out);
+        PrintTotalsAsJson(options, totals, frames, out);
     } else {
         PrintTotals(options, totals, out);
     }
