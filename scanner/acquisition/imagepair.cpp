@@ -3,6 +3,7 @@
 #include "lxaframegrabber.h"
 #include "lxcframegrabberreqs.h"
 
+#include <chrono>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -39,11 +40,16 @@ void Acquire(LxAFrameGrabber& grabber, LxAFrameGrabber::ELedType kind, CCTImage&
 }
 
 /// Gives the raw image back in any case.
-bool Take(LxAFrameGrabber& grabber, LxAFrameGrabber::ELedType kind, CCTImage& image)
+/// @param milliseconds grows by what the conversion took
+bool Take(LxAFrameGrabber& grabber, LxAFrameGrabber::ELedType kind, CCTImage& image, double& milliseconds)
 {
+    using Clock = std::chrono::steady_clock;
     const auto giveBack = [&grabber](CCTImage* taken) { grabber.ReEnqueueRawBuffers(taken); };
     const std::unique_ptr<CCTImage, decltype(giveBack)> raw(grabber.AcquireImageRaw(kind), giveBack);
-    return raw != nullptr && Convert(grabber, *raw, image);
+    const Clock::time_point start = Clock::now();
+    const bool isConverted = raw != nullptr && Convert(grabber, *raw, image);
+    milliseconds += std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    return isConverted;
 }
 
 } // namespace
@@ -57,10 +63,12 @@ ImagePair AcquirePair(LxAFrameGrabber& grabber)
     return images;
 }
 
-bool TakePair(LxAFrameGrabber& grabber, ImagePair& images)
+std::optional<double> TakePair(LxAFrameGrabber& grabber, ImagePair& images)
 {
-    return Take(grabber, LxAFrameGrabber::eLT_Pat, images.pattern) &&
-           Take(grabber, LxAFrameGrabber::eLT_Ref, images.reference);
+    double milliseconds = 0.0;
+    const bool isTaken = Take(grabber, LxAFrameGrabber::eLT_Pat, images.pattern, milliseconds) &&
+                         Take(grabber, LxAFrameGrabber::eLT_Ref, images.reference, milliseconds);
+    return isTaken ? std::optional(milliseconds) : std::nullopt;
 }
 
 } // namespace acquisition

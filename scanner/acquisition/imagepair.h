@@ -3,6 +3,8 @@
 
 #include "cctimage.h"
 
+#include <optional>
+
 namespace LxCV {
 class LxAFrameGrabber;
 }
@@ -24,7 +26,8 @@ ImagePair AcquirePair(LxCV::LxAFrameGrabber& grabber);
 
 /// Takes the next pattern and the next reference image of a source that was started, and converts both in the same way
 /// to `images`, whose memory serves again.
-/// @return false, and any pixels, where the source does not deliver one of them
-bool TakePair(LxCV::LxAFrameGrabber& grabber, ImagePair& images);
+/// @return milliseconds that both conversions took; nothing, and any pixels, where the source does not deliver one of the
+///         images
+std::optional<double> TakePair(LxCV::LxAFrameGrabber& grabber, ImagePair& images);
 
 } // namespace acquisition

@@ -6,6 +6,7 @@
 #include "scanner/app/recordpoints.h"
 
 #include <chrono>
+#include <optional>
 #include <stdexcept>
 
 namespace app {
@@ -47,13 +48,14 @@ LiveTotals RunLive(LxAFrameGrabber& grabber, decoder::Decoder& decoder, std::siz
     const Running running(grabber);
     const Clock::time_point begin = Clock::now();
     for (std::size_t number = 1; number <= frames; ++number) {
-        LiveFrame frame{number, !acquisition::TakePair(grabber, images), 0, 0.0};
+        const std::optional<double> conversionMs = acquisition::TakePair(grabber, images);
+        LiveFrame frame{number, !conversionMs, 0, 0.0};
         if (frame.isLost) {
             ++totals.lost;
         } else {
             const Clock::time_point start = Clock::now();
             Decode(decoder, images, [](const char*, auto step) { step(); });
-            frame.decodeMs = MillisecondsSince(start);
+            frame.decodeMs = *conversionMs + MillisecondsSince(start);
             frame.points = CountPoints(decoder.GetRecord());
             ++totals.frames;
             totals.decodeMs += frame.decodeMs;

@@ -19,7 +19,7 @@ struct LiveFrame
     std::size_t number = 0; ///< from 1, lost ones included
     bool isLost = false;    ///< the source did not deliver it; there is nothing else to tell then
     std::size_t points = 0;
-    double decodeMs = 0.0;
+    double decodeMs = 0.0; ///< from the raw images to the finished record
 };
 
 /// What came of all of them.
