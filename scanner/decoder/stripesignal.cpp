@@ -22,6 +22,10 @@ constexpr float kUndecodable = std::numeric_limits<float>::quiet_NaN();
 /// Grey levels of 255 over the darkest reference that makes sense, one grey level, stay below this signal.
 constexpr float kLargestSignal = 256.0F;
 
+constexpr int kStripRows = 32; ///< that are computed together
+constexpr int kFarthestReach =
+    5; ///< rows to either side, of the largest kernel that the library smooths with
+
 std::span<const float> FloatsOf(const CCTImage& image)
 {
     return {static_cast<const float*>(image.GetImageDataRaw()),
@@ -122,6 +126,20 @@ constexpr auto DivideWide = DivideBasic;
 constexpr auto DivideUnmixedWide = DivideUnmixedBasic;
 #endif
 
+/// Two images of one size, by pixels.
+void Divide(std::span<const float> reference, std::span<const float> pattern, float minReference,
+            const std::optional<ColourMatrix>& unmixing, float* ratios)
+{
+    const bool isWide = LxCV::VectorUnits::AreWide();
+    if (unmixing) {
+        const auto divide = isWide ? DivideUnmixedWide : DivideUnmixedBasic;
+        divide(reference.data(), pattern.data(), reference.size(), *unmixing, minReference, ratios);
+    } else {
+        const auto divide = isWide ? DivideWide : DivideBasic;
+        divide(reference.data(), pattern.data(), reference.size(), minReference, ratios);
+    }
+}
+
 } // namespace
 
 void StripeSignal::Compute(const CCTImage& reference, const CCTImage& pattern, const DecoderConfig& config)
@@ -133,8 +151,8 @@ void StripeSignal::Init(int width, int height)
 {
     m_width = 0;
     m_height = 0;
-    FitSize(m_ratio, width, height);
     FitSize(m_smoothed, width, height);
+    m_kept.resize(kChannels * static_cast<std::size_t>(width) * static_cast<std::size_t>(kFarthestReach));
 }
 
 void StripeSignal::Compute(const CCTImage& reference, const CCTImage& pattern, const DecoderConfig& config,
@@ -145,36 +163,54 @@ void StripeSignal::Compute(const CCTImage& reference, const CCTImage& pattern, c
         !reference.DoTypeAndDimMatchWith(pattern)) {
         throw std::invalid_argument("the stripe signal needs two float colour images of one size");
     }
-    Init(reference.GetWidth(), reference.GetHeight());
-    Divide(FloatsOf(reference), FloatsOf(pattern), config.minReference, unmixing);
-    Smooth(config.Edges());
-    m_width = reference.GetWidth();
-    m_height = reference.GetHeight();
-}
-
-void StripeSignal::Divide(std::span<const float> reference, std::span<const float> pattern,
-                          float minReference, const std::optional<ColourMatrix>& unmixing)
-{
-    float* const ratios = static_cast<float*>(m_ratio.GetImageDataRaw());
-    const bool isWide = LxCV::VectorUnits::AreWide();
-    if (unmixing) {
-        const auto divide = isWide ? DivideUnmixedWide : DivideUnmixedBasic;
-        divide(reference.data(), pattern.data(), reference.size(), *unmixing, minReference, ratios);
-    } else {
-        const auto divide = isWide ? DivideWide : DivideBasic;
-        divide(reference.data(), pattern.data(), reference.size(), minReference, ratios);
+    const int width = reference.GetWidth();
+    const int height = reference.GetHeight();
+    Init(width, height);
+    const int kernelY = config.Edges().m_iKernelSizeY;
+    const int mode = config.Edges().m_iSmoothingMode;
+    const bool isSmoothed = mode != CCTImage::eSM_None;
+    const int reach = isSmoothed ? std::clamp(kernelY / 2, 0, kFarthestReach) : 0;
+    // The mean adds up rows from the first one on, so how its sums round depends on where it begins.
+    const int stripRows = mode == CCTImage::eSM_Blur ? height : std::min(height, kStripRows);
+    const int mostRows = std::min(height, stripRows + 2 * reach);
+    m_ratio.resize(kChannels * static_cast<std::size_t>(width) * static_cast<std::size_t>(mostRows));
+    for (int first = 0; first < height; first += stripRows) {
+        ComputeStrip(first, std::min(first + stripRows, height), reach, reference, pattern, config, unmixing);
     }
+    m_blankRows = isSmoothed ? std::max(kernelY / 2 - 1, 0) : 0;
+    BlankBorderRows(m_blankRows);
+    m_width = width;
+    m_height = height;
 }
 
-void StripeSignal::Smooth(const LxCV::LxCEdgeDetectionConfig& config)
+/// The rows from `first` to `end` - 1, after those above them. The ratio of some rows alone stays in the nearest caches
+/// until it is smoothed.
+/// @param reach rows above and below a row that its smoothing takes in
+void StripeSignal::ComputeStrip(int first, int end, int reach, const CCTImage& reference,
+                                const CCTImage& pattern, const DecoderConfig& config,
+                                const std::optional<ColourMatrix>& unmixing)
 {
-    const auto mode = static_cast<LxCV::CCTImage::ESmoothingMode>(config.m_iSmoothingMode);
-    if (m_ratio.Smooth(&m_smoothed, mode, config.m_iKernelSizeX, config.m_iKernelSizeY) !=
-        LxCV::CCTImage::eRC_OK) {
+    const int width = reference.GetWidth();
+    const int top = std::max(first - reach, 0);
+    const int rows = std::min(end + reach, reference.GetHeight()) - top;
+    const std::size_t rowSize = kChannels * static_cast<std::size_t>(width);
+    const std::size_t begin = rowSize * static_cast<std::size_t>(top);
+    const std::size_t size = rowSize * static_cast<std::size_t>(rows);
+    Divide(FloatsOf(reference).subspan(begin, size), FloatsOf(pattern).subspan(begin, size),
+           config.minReference, unmixing, m_ratio.data());
+
+    // What is smoothed without the rows above it is replaced by what was before.
+    float* const target = static_cast<float*>(m_smoothed.GetImageDataRaw()) + begin;
+    const std::size_t keptSize = rowSize * static_cast<std::size_t>(first - top);
+    std::copy_n(target, keptSize, m_kept.data());
+    const CCTImage ratio(width, rows, CCTImage::eIDT_FLOAT32_3, false, m_ratio.data());
+    CCTImage smoothed(width, rows, CCTImage::eIDT_FLOAT32_3, false, target);
+    const LxCV::LxCEdgeDetectionConfig& edges = config.Edges();
+    const auto mode = static_cast<CCTImage::ESmoothingMode>(edges.m_iSmoothingMode);
+    if (ratio.Smooth(&smoothed, mode, edges.m_iKernelSizeX, edges.m_iKernelSizeY) != CCTImage::eRC_OK) {
         throw std::invalid_argument("the stripe signal cannot be smoothed like this");
     }
-    m_blankRows = mode == LxCV::CCTImage::eSM_None ? 0 : std::max(config.m_iKernelSizeY / 2 - 1, 0);
-    BlankBorderRows(m_blankRows);
+    std::copy_n(m_kept.data(), keptSize, target);
 }
 
 /// Makes so many rows at the upper and at the lower border undecodable.

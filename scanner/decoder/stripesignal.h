@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace decoder {
 
@@ -62,16 +63,17 @@ public:
     float At(LxCV::LxCColorValueFloat::EColor channel, int column, int row) const;
 
 private:
-    void Divide(std::span<const float> reference, std::span<const float> pattern, float minReference,
-                const std::optional<ColourMatrix>& unmixing);
-    void Smooth(const LxCV::LxCEdgeDetectionConfig& config);
+    void ComputeStrip(int first, int end, int reach, const LxCV::CCTImage& reference,
+                      const LxCV::CCTImage& pattern, const DecoderConfig& config,
+                      const std::optional<ColourMatrix>& unmixing);
     void BlankBorderRows(int rows);
 
     int m_width = 0;
     int m_height = 0;
     int m_blankRows = 0;
-    LxCV::CCTImage m_ratio;    ///< FLOAT32_3
-    LxCV::CCTImage m_smoothed; ///< FLOAT32_3
+    std::vector<float> m_ratio; ///< of some rows
+    std::vector<float> m_kept;  ///< of smoothed rows
+    LxCV::CCTImage m_smoothed;  ///< FLOAT32_3
 };
 
 } // namespace decoder

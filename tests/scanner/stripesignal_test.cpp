@@ -2,6 +2,7 @@
 
 #include "cctimage.h"
 #include "orx/logging/logger.h"
+#include "pixelelements.h"
 #include "vectorunits.h"
 
 #include <gtest/gtest.h>
@@ -156,6 +157,59 @@ TEST(StripeSignal, IsSmoothedAsTheConfigurationTells)
     EXPECT_EQ(RedOfADot(none, 2, 1), 1.0F);
     EXPECT_EQ(RedOfADot(none, 2, 0), 0.0F);
     EXPECT_EQ(RedOfADot(none, 3, 1), 0.0F);
+}
+
+/// The ratio of a pair as one image, smoothed as a whole.
+CCTImage SmoothedWhole(const CCTImage& reference, const CCTImage& pattern, const DecoderConfig& config)
+{
+    CCTImage ratio(reference.GetWidth(), reference.GetHeight(), CCTImage::eIDT_FLOAT32_3, 0.0F);
+    CCTImage smoothed = ratio;
+    const auto white = LxCV::ElementsOf<float>(reference);
+    const auto striped = LxCV::ElementsOf<float>(pattern);
+    const auto ratios = LxCV::ElementsOf<float>(ratio);
+    for (std::size_t i = 0; i < ratios.size(); ++i) {
+        const bool isDark = white[i] < config.minReference;
+        ratios[i] = isDark ? std::numeric_limits<float>::quiet_NaN() : striped[i] / white[i];
+    }
+    EXPECT_EQ(ratio.Smooth(&smoothed, static_cast<CCTImage::ESmoothingMode>(config.Edges().m_iSmoothingMode),
+                           config.Edges().m_iKernelSizeX, config.Edges().m_iKernelSizeY),
+              CCTImage::eRC_OK);
+    return smoothed;
+}
+
+TEST(StripeSignal, IsThatOfTheWholeImageBitForBitWhateverItsHeight)
+{
+    std::mt19937 random(11);
+    std::uniform_real_distribution<float> level(2.0F, 255.0F); // some of them too dark
+    constexpr int kColumns = 29;
+    const DecoderConfig configs[] = {
+        WithSmoothing(CCTImage::eSM_None, 3), WithSmoothing(CCTImage::eSM_Gaussian, 3),
+        WithSmoothing(CCTImage::eSM_Gaussian, 11), WithSmoothing(CCTImage::eSM_Blur, 5),
+        WithSmoothing(CCTImage::eSM_Blur, 11)};
+    StripeSignal signal; // whose buffers serve images of all heights
+    for (const int height : {100, 1, 5, 31, 32, 33, 37, 42, 43, 63, 64, 65, 97}) {
+        CCTImage reference(kColumns, height, CCTImage::eIDT_FLOAT32_3, 0.0F);
+        CCTImage pattern = reference;
+        for (CCTImage* const image : {&reference, &pattern}) {
+            std::ranges::generate(LxCV::ElementsOf<float>(*image), [&] { return level(random); });
+        }
+        for (const DecoderConfig& config : configs) {
+            const CCTImage whole = SmoothedWhole(reference, pattern, config);
+            signal.Compute(reference, pattern, config);
+            const auto expected = LxCV::ElementsOf<float>(whole);
+            const std::size_t blank =
+                kChannels * kColumns * static_cast<std::size_t>(signal.GetNumBlankRows());
+            ASSERT_EQ(signal.Values().size(), expected.size());
+            for (std::size_t i = blank; i + blank < expected.size(); ++i) {
+                const float value = signal.Values()[i];
+                ASSERT_TRUE(std::isnan(expected[i]) ? std::isnan(value)
+                                                    : std::bit_cast<std::uint32_t>(value) ==
+                                                          std::bit_cast<std::uint32_t>(expected[i]))
+                    << height << " " << config.Edges().m_iSmoothingMode << " "
+                    << config.Edges().m_iKernelSizeY << " " << i;
+            }
+        }
+    }
 }
 
 TEST(StripeSignal, IsUndecodableWhereTheKernelReachesFarOverTheUpperOrLowerBorder)
