@@ -79,7 +79,8 @@ LiveSource Open(const LiveOptions& options)
     LiveSource source =
         options.grabber == kVirtualSource ? OpenVirtualSource(options) : OpenSimulatedSource(options);
     if (!options.model.empty()) {
-        source.model = LoadMeasuringModel(options.model, &source.config.algorithm);
+        source.model =
+            LoadMeasuringModel(options.model, options.algorithm.empty() ? &source.config.algorithm : nullptr);
         source.modelName = ModelName(options.model);
     }
     if (!options.algorithm.empty()) {

@@ -346,7 +346,11 @@ int RunLumorad(const std::vector<std::string>& arguments, std::ostream& out, std
         return program.exit(error, out, err) == 0 ? kExitDone : kExitUsage;
     }
     try {
-        RequireHostSettings();
+        if (!program.got_subcommand("info") && !program.got_subcommand("completion") &&
+            !program.got_subcommand(
+                "manual")) { // which need no settings, and help to find what is wrong with them
+            RequireHostSettings();
+        }
         for (const TargetCommand& run : commands) {
             run(out);
         }

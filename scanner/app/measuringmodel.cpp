@@ -8,10 +8,10 @@
 #include "scanner/app/modelfile.h"
 #include "scanner/calibration/algorithmtext.h"
 #include "scanner/calibration/modelcheck.h"
-#include "scanner/calibration/modelreading.h"
 #include "scanner/calibration/modeltext.h"
 
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace app {
@@ -21,13 +21,12 @@ using LxCV::LxCPinholeFramework;
 namespace {
 
 /// A model that is read as something else than is meant would measure, and wrongly.
-void RequireSound(const std::string& text, const std::string& root)
+void RequireNoObstacle(std::vector<calibration::ModelFinding> obstacles, const std::string& root)
 {
-    std::vector<calibration::ModelFinding> errors = calibration::CheckForMeasuring(text, root);
-    if (!errors.empty()) {
-        errors.front().section.insert(0, root);
-        throw std::runtime_error(calibration::FindingText(errors.front()) +
-                                 (errors.size() == 1 ? "" : "; 'lumorad model check' tells everything"));
+    if (!obstacles.empty()) {
+        obstacles.front().section.insert(0, root);
+        throw std::runtime_error(calibration::FindingText(obstacles.front()) +
+                                 (obstacles.size() == 1 ? "" : "; 'lumorad model check' tells everything"));
     }
 }
 
@@ -40,11 +39,12 @@ std::unique_ptr<LxCPinholeFramework> LoadMeasuringModel(const std::filesystem::p
     const std::vector<calibration::ModelSection> sections = calibration::SplitModelText(source.text);
     const std::string root = RequireModelRoot(file, sections);
     try {
-        RequireSound(source.text, root);
+        calibration::CheckedModel checked = calibration::ReadForMeasuring(source.text, root);
+        RequireNoObstacle(std::move(checked.obstacles), root);
         if (algorithm != nullptr) {
             calibration::TakeAlgorithm(source.text, sections, *algorithm);
         }
-        return calibration::ReadModel(source.text, root);
+        return std::move(checked.model);
     } catch (const std::runtime_error& error) {
         throw std::runtime_error("'" + file.string() + "': " + error.what());
     }

@@ -19,6 +19,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <stdexcept>
 #include <string>
@@ -127,6 +128,20 @@ void PrintConversion(const ConvertOptions& options, ModelForm form, std::ostream
                     {"bytes", bytes}});
 }
 
+/// A section that holds both cannot be written anew: the model's would hide that of the algorithm configuration.
+void RequireApart(const std::string& modelText, const std::vector<calibration::ModelSection>& sections)
+{
+    const std::optional<std::string> algorithm = calibration::FindAlgorithmRoot(sections);
+    for (const calibration::ModelSection& section : calibration::SplitModelText(modelText)) {
+        if (algorithm && calibration::IsOfAlgorithm(section.name, *algorithm)) {
+            throw calibration::ModelError(section.name +
+                                          " holds an algorithm configuration as well: move its keys to a "
+                                          "section of their own, such as " +
+                                          section.name + "::LxCCCLAlgoConfig");
+        }
+    }
+}
+
 void Convert(const ConvertOptions& options, std::ostream& out)
 {
     RequireTwoFiles(options.file, options.out);
@@ -136,8 +151,9 @@ void Convert(const ConvertOptions& options, std::ostream& out)
     std::string text = source.file.text;
     if (options.rewrite) {
         try {
-            text = calibration::WriteModel(*calibration::ReadModel(text, source.root), source.root) +
-                   calibration::AlgorithmTextOf(source.sections);
+            text = calibration::WriteModel(*calibration::ReadModel(text, source.root), source.root);
+            RequireApart(text, source.sections);
+            text += calibration::AlgorithmTextOf(source.sections);
         } catch (const calibration::ModelError& error) {
             throw std::runtime_error("'" + options.file.string() + "': " + error.what());
         }

@@ -66,9 +66,11 @@ Scan Measure(const ScanOptions& options)
     const int height = scan.images.pattern.GetHeight();
     std::unique_ptr<LxCV::LxCPinholeFramework> model;
     decoder::DecoderConfig config;
-    run("load model", [&] { model = LoadMeasuringModel(options.model, &config.algorithm); });
+    const bool isInModel = options.algorithm.empty();
+    run("load model",
+        [&] { model = LoadMeasuringModel(options.model, isInModel ? &config.algorithm : nullptr); });
     RequireCalibrated(*model, ModelName(options.model), width, height);
-    if (!options.algorithm.empty()) {
+    if (!isInModel) {
         LoadAlgorithm(options.algorithm, config.algorithm);
     }
     config.useTable = !options.exact;

@@ -22,6 +22,7 @@ namespace {
 using LxCV::LxCCCLAlgoConfig;
 using Sections = std::vector<ModelSection>;
 
+constexpr std::string_view kOwnName = "::LxCCCLAlgoConfig";
 constexpr std::string_view kCoupling = "::CameraProjectorCoupling";
 
 class TextSerializer : public LxCV::LxCCCTSerializer
@@ -145,8 +146,13 @@ private:
         std::map<std::string_view, std::size_t> lines;
         for (const ModelLine& line : section.lines) {
             const auto [first, isNew] = lines.try_emplace(line.key, line.number);
+            if (!line.isPair && !m_isOwn) {
+                continue;
+            }
             if (!line.isPair) {
                 Add(line.number, section.name, "", "a line without '=' is not read", "correct or delete it");
+            } else if (!known.contains(line.key) && !m_isOwn) {
+                continue; // of something else in this section
             } else if (!known.contains(line.key)) {
                 Add(line.number, section.name, line.key, "is unknown: nothing reads it",
                     "correct its name, or delete it");
@@ -177,6 +183,7 @@ private:
 
     const Sections& m_sections;
     const std::string& m_root;
+    bool m_isOwn = m_root.ends_with(kOwnName);          ///< whether nothing else is to be in these sections
     std::map<std::string, Keys, std::less<>> m_known;   ///< by section
     std::map<std::string, Keys, std::less<>> m_numbers; ///< those of one number
     std::vector<ModelFinding> m_findings;
@@ -206,7 +213,7 @@ bool IsOfAlgorithm(std::string_view section, std::string_view root)
     }
     const std::string_view name = section.substr(root.size());
     return name.empty() || name == kCoupling || name.starts_with("::EdgeDetection") ||
-           (name.starts_with("::") && root.ends_with("::LxCCCLAlgoConfig"));
+           (name.starts_with("::") && root.ends_with(kOwnName));
 }
 
 std::string AlgorithmTextOf(const Sections& sections)

@@ -27,9 +27,10 @@ bool IsOfAlgorithm(std::string_view section, std::string_view root);
 /// The text of the sections of the configuration, without comments; empty where there is none.
 std::string AlgorithmTextOf(const std::vector<ModelSection>& sections);
 
-/// Holds a configuration against what the library reads of one: sections and keys that are unknown or come twice, lines
-/// of no form, values that are no finite numbers, and a coupling that cannot be undone. Every section and key may be
-/// missing. The keys of tools are known, but their values are not looked at.
+/// Holds a configuration against what the library reads of one: sections and keys that come twice, values that are no
+/// finite numbers, and a coupling that cannot be undone; below a root that ends with "::LxCCCLAlgoConfig", where nothing
+/// else is to be, also sections and keys that are unknown and lines of no form. Every section and key may be missing. The
+/// keys of tools are known, but their values are not looked at.
 /// @param root of the configuration; the findings' sections are whole names
 std::vector<ModelFinding> CheckAlgorithm(const std::vector<ModelSection>& sections, const std::string& root);
 

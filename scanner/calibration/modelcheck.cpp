@@ -48,12 +48,26 @@ bool IsOfEdgeTable(std::string_view key)
            std::find(keys.begin(), keys.end(), key) != keys.end();
 }
 
-/// Whether two texts are one number, to the precision of a float.
+/// Whether two texts are one number, to the precision of a float, or of the 20 decimals that are written.
 bool MeansTheSame(std::string_view given, std::string_view read)
 {
     constexpr double precision = 1e-6;
+    constexpr double halfOfLastDecimal = 0.5e-20;
     const std::optional<double> one = ParseNumber(given), other = ParseNumber(read);
-    return one && other && std::abs(*one - *other) <= precision * std::max(std::abs(*one), std::abs(*other));
+    return one && other &&
+           std::abs(*one - *other) <=
+               std::max(precision * std::max(std::abs(*one), std::abs(*other)), halfOfLastDecimal);
+}
+
+/// Whether two texts are the same but for blanks, which lists of numbers may have.
+bool IsTheSameList(std::string_view given, std::string_view read)
+{
+    const auto withoutBlanks = [](std::string_view text) {
+        std::string rest(text);
+        std::erase(rest, ' ');
+        return rest;
+    };
+    return withoutBlanks(given) == withoutBlanks(read);
 }
 
 /// Whether a section, told below the model's root, is of a target that a device is calibrated with.
@@ -221,12 +235,17 @@ private:
         const ModelLine* const before = given->second->Find("CalibInfos");
         const bool isConverted = infos != nullptr && infos->value.starts_with("converted from ") &&
                                  (before == nullptr || before->value != infos->value);
-        return isConverted || (version != nullptr && version->value == "1");
+        const bool hasOldRows = std::ranges::any_of(given->second->lines, [](const ModelLine& line) {
+            return line.key.starts_with("CalibratedPositionLUTPD[");
+        });
+        return isConverted || (version == nullptr ? hasOldRows : ParseNumber(version->value) == 1.0);
     }
 
     void CheckValue(const std::string& section, const ModelLine& given, const std::string& read)
     {
-        if (given.value == read || (!IsText(given.key) && MeansTheSame(given.value, read))) {
+        const bool isList = given.key == "IgnoreDepthOnLSECalib";
+        if (given.value == read || (!IsText(given.key) && MeansTheSame(given.value, read)) ||
+            (isList && IsTheSameList(given.value, read))) {
             return;
         }
         const std::string name = section.substr(m_root.size());
@@ -320,7 +339,14 @@ bool IsOfState(std::string_view key)
     return key == "Calibrated" || key == "CalibTime" || key == "CalibRevNumber" || key == "CalibInfos";
 }
 
-/// Numbers out of their ranges in the sections that measuring reads.
+/// Whether a key is that of a rotation, which turns as well by more than half a turn.
+bool IsAngle(std::string_view key)
+{
+    return key == "Rx" || key == "Ry" || key == "Rz";
+}
+
+/// Numbers out of their ranges in the sections that measuring reads. Those of a table of edge positions are left out, as
+/// there need not be one.
 std::vector<ModelFinding> CheckRangesOfNumbers(std::vector<ModelSection> sections, const std::string& root)
 {
     for (ModelSection& section : sections) {
@@ -328,7 +354,8 @@ std::vector<ModelFinding> CheckRangesOfNumbers(std::vector<ModelSection> section
     }
     std::vector<ModelFinding> findings = CheckRanges(sections, root);
     std::erase_if(findings, [](const ModelFinding& finding) {
-        return IsOfTarget(finding.section) || IsOfState(finding.key);
+        return IsOfTarget(finding.section) || IsOfState(finding.key) || IsOfEdgeTable(finding.key) ||
+               IsAngle(finding.key);
     });
     AddLines(findings, sections, root);
     return findings;
@@ -377,20 +404,21 @@ std::vector<ModelFinding> CheckModel(const std::string& text, const std::string&
     return findings;
 }
 
-std::vector<ModelFinding> CheckForMeasuring(const std::string& text, const std::string& root)
+CheckedModel ReadForMeasuring(const std::string& text, const std::string& root)
 {
     std::vector<ModelSection> given = SplitModelText(text);
     // First, as the library's tables of a lens that is none take their time, and a line in the log for each lookup.
-    std::vector<ModelFinding> ranges = CheckRangesOfNumbers(given, root);
-    if (!ranges.empty()) {
-        return ranges;
+    CheckedModel result{nullptr, CheckRangesOfNumbers(given, root)};
+    if (!result.obstacles.empty()) {
+        return result;
     }
-    std::vector<ModelSection> read = SplitModelText(WriteModel(*ReadModel(text, root), root));
+    result.model = ReadModel(text, root);
+    std::vector<ModelSection> read = SplitModelText(WriteModel(*result.model, root));
     KeepWhatIsMeasuredWith(given, read, root);
-    std::vector<ModelFinding> findings = ModelTextCheck(given, read, root).Run();
-    std::erase_if(findings,
+    result.obstacles = ModelTextCheck(given, read, root).Run();
+    std::erase_if(result.obstacles,
                   [](const ModelFinding& finding) { return !finding.isError || IsOfState(finding.key); });
-    return findings;
+    return result;
 }
 
 std::string FindingText(const ModelFinding& finding)

@@ -2,8 +2,13 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
+
+namespace LxCV {
+class LxCPinholeFramework;
+}
 
 namespace calibration {
 
@@ -32,11 +37,18 @@ std::vector<ModelFinding> CheckModel(const std::string& text, const std::string&
 /// Whether no finding is an error.
 bool IsSound(const std::vector<ModelFinding>& findings);
 
-/// Those errors of `CheckModel` that may falsify what is measured with a model: numbers that are missing, come twice, are
-/// read as others or are out of range, in the sections that measuring reads. What nothing reads does not matter, nor do
-/// targets and the size of the device's images; sections that have defaults may be missing.
+/// A model with what stands in the way of measuring with it.
+struct CheckedModel
+{
+    std::unique_ptr<LxCV::LxCPinholeFramework> model; ///< may be null where there are obstacles
+    std::vector<ModelFinding> obstacles;              ///< all of them errors
+};
+
+/// Reads a model as `ReadModel` does. Obstacles are those errors of `CheckModel` that may falsify what is measured: numbers
+/// that are missing, come twice, are read as others or are out of range, in the sections that measuring reads. What nothing
+/// reads does not matter, nor do targets and the size of the device's images; sections that have defaults may be missing.
 /// @throws ModelError as `ReadModel` does
-std::vector<ModelFinding> CheckForMeasuring(const std::string& text, const std::string& root);
+CheckedModel ReadForMeasuring(const std::string& text, const std::string& root);
 
 /// A finding in one line: where it is, the problem and what to do.
 std::string FindingText(const ModelFinding& finding);

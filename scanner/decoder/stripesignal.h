@@ -36,7 +36,8 @@ std::optional<ColourMatrix> UnmixingOf(const DecoderConfig& config);
 class StripeSignal
 {
 public:
-    /// Makes the working buffers for images of so many pixels. The signal is empty then.
+    /// Makes the buffers for images of so many pixels, but for that of the ratio, whose size depends on the smoothing. The
+    /// signal is empty then.
     /// @throws std::bad_alloc
     void Init(int width, int height);
 

@@ -147,6 +147,15 @@ TEST(AlgorithmText, RefusesWhatNothingReads)
               "line 3, " + section + ": comes twice; only the one in line 1 counts; delete one of them");
 }
 
+TEST(AlgorithmText, SharesASectionWithSomethingElse)
+{
+    const std::string shared = "::Host\nFocalDistance_mm=33\nSerial=7\nodd\nSerial=8\n";
+    EXPECT_EQ(Problem(shared), "");
+    EXPECT_EQ(
+        Problem(shared + "FocalDistance_mm=34\n"),
+        "line 6, ::Host, FocalDistance_mm: comes twice; only the one in line 2 counts; delete one of them");
+}
+
 TEST(AlgorithmText, KnowsWhatTheLibraryWritesOfBothParts)
 {
     class TextSerializer : public LxCV::LxCCCTSerializer

@@ -65,9 +65,13 @@ TEST_F(HostSettings, ThatAreRefusedAreToldWithTheReason)
     EXPECT_NE(complaint.find(":2: "), std::string::npos) << "the line: " << complaint;
 }
 
-TEST_F(HostSettings, ThatAreNotReadLetNoCommandRun)
+TEST_F(HostSettings, ThatAreNotReadLetNothingBeMeasured)
 {
-    EXPECT_EQ(RunCommand({"info", "/dev/null"}),
+    const std::string none = m_folder / "none";
+    EXPECT_NE(RunCommand({"manual"}).front(), '[');
+    TestSupport::WriteFile(m_folder / "points.xyz", "1 2 3\n");
+    EXPECT_NE(RunCommand({"info", m_folder / "points.xyz"}).front(), '[');
+    EXPECT_EQ(RunCommand({"scan", none, none, "--model", none}),
               Failure("the settings: cannot open '" + m_file + "': No such file or directory" + m_remedy));
 }
 

@@ -1,5 +1,6 @@
 #include "scanner/calibration/modelcheck.h"
 
+#include "lxcpinholeframework.h"
 #include "orx/logging/logger.h"
 #include "scanner/calibration/modelranges.h"
 #include "scanner/device/virtualdevice.h"
@@ -323,19 +324,21 @@ TEST(ModelCheck, HoldsAnAlgorithmConfigurationBesideTheModelAgainstItsOwnKeys)
               Texts{algorithm + "::Coupling||is unknown: nothing reads it"});
 }
 
-/// What `CheckForMeasuring` finds: section, key and problem.
+/// What `ReadForMeasuring` finds: section, key and problem.
 std::vector<std::string> Obstacles(const std::string& text)
 {
     const Logging::CCapture quiet;
     std::vector<std::string> texts;
-    for (const ModelFinding& finding : CheckForMeasuring(text, c_root)) {
+    const CheckedModel checked = ReadForMeasuring(text, c_root);
+    EXPECT_TRUE(checked.model != nullptr || !checked.obstacles.empty());
+    for (const ModelFinding& finding : checked.obstacles) {
         EXPECT_TRUE(finding.isError);
         texts.push_back(finding.section + "|" + finding.key + "|" + finding.problem);
     }
     return texts;
 }
 
-TEST(ModelCheckForMeasuring, FindsWhatFalsifiesAMeasurement)
+TEST(ModelForMeasuring, FindsWhatFalsifiesAMeasurement)
 {
     EXPECT_EQ(Obstacles(Sound()), Texts());
     const std::string lens = "::Cams[0]::IntrinsicParams";
@@ -356,7 +359,7 @@ TEST(ModelCheckForMeasuring, FindsWhatFalsifiesAMeasurement)
     EXPECT_EQ(Obstacles(cut), Texts{pattern + "||is missing"});
 }
 
-TEST(ModelCheckForMeasuring, PassesOverWhatChangesNoPoint)
+TEST(ModelForMeasuring, PassesOverWhatChangesNoPoint)
 {
     EXPECT_EQ(Obstacles(With("::Cams[0]", "CalibTime", "")), Texts());
     EXPECT_EQ(Obstacles(With("::Cams[0]", "Calibrated", "Calibrated=0\n")), Texts())
@@ -367,6 +370,51 @@ TEST(ModelCheckForMeasuring, PassesOverWhatChangesNoPoint)
     EXPECT_EQ(Obstacles(With("::Cams[0]::IntrinsicParams", "Nfx", "Nfx=640\n")), Texts());
     // Neither correction nor regions, nor targets.
     EXPECT_EQ(Obstacles(Sound().substr(0, Sound().find("::S::PolynomKoma"))), Texts());
+}
+
+TEST(ModelForMeasuring, TakesWhatIsReadAsItIsMeant)
+{
+    const std::string lens = "::Cams[0]::IntrinsicParams";
+    EXPECT_EQ(Obstacles(With("::PolynomKoma", "P12", "P12=3.1415926e-18\n")), Texts());
+    EXPECT_EQ(Obstacles(With("::PolynomKoma", "P00", "P00=1e-30\n")), Texts());
+    EXPECT_EQ(Obstacles(With("::Cams[0]::CoordSysTrans", "Rz", "Rz=3.14159274101257324219\n")), Texts());
+    EXPECT_EQ(
+        Obstacles(With("::Projector::CLPattern", "IgnoreDepthOnLSECalib", "IgnoreDepthOnLSECalib=1, 2\n")),
+        Texts());
+}
+
+/// The sound text with a pattern without a table, whose keys are there all the same.
+std::string WithoutTable()
+{
+    std::string text = Sound();
+    const std::size_t rows = text.find("LUT[0][0]=");
+    text.erase(rows, text.find("::S::PolynomKoma") - rows);
+    text = Replaced(text, "NumPatches=4\nNumPatchesDepth=4\n", "NumPatches=0\nNumPatchesDepth=0\n");
+    return Replaced(text, "DataVersion=2\n", "");
+}
+
+TEST(ModelForMeasuring, NeedsNoTableOfEdgePositions)
+{
+    EXPECT_EQ(Findings(WithoutTable()), Texts());
+    EXPECT_EQ(Obstacles(WithoutTable()), Texts());
+    EXPECT_EQ(Obstacles(Replaced(WithoutTable(), "MinDistProjToScene=25", "MinDistProjToScene=0")), Texts());
+}
+
+TEST(ModelForMeasuring, TakesOldTablesWithoutAVersion)
+{
+    const std::string rows = "CalibratedPositionLUTPD[0][0]=";
+    std::string old = Sound();
+    const std::size_t begin = old.find("BaseShiftCalibrated");
+    old.erase(begin, old.find("::S::PolynomKoma") - begin);
+    old = Replaced(old, "NumPatches=4\nNumPatchesDepth=4\n", "NumPatches=1\nNumPatchesDepth=1\n");
+    std::string row;
+    for (int edge = 0; edge < 140; ++edge) {
+        row += std::to_string(50 * edge) + ",";
+    }
+    old.insert(old.find("::S::PolynomKoma"), rows + row + "\n");
+    EXPECT_EQ(Obstacles(old), Texts());
+    old.insert(old.find(rows), "DataVersion= 1\n");
+    EXPECT_EQ(Obstacles(old), Texts());
 }
 
 TEST(ModelCheck, AFindingInOneLineTellsPlaceProblemAndAdvice)

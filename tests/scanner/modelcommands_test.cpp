@@ -143,6 +143,16 @@ TEST_F(ModelCommands, RewritingKeepsTheAlgorithmConfiguration)
     EXPECT_TRUE(back == m_text.substr(0, coupling) + distances + m_text.substr(coupling));
 }
 
+TEST_F(ModelCommands, RewritingRefusesASectionOfModelAndAlgorithmConfiguration)
+{
+    WriteFile(m_model, Replaced(m_text, "MinDistCamCoords=", "FocalDistance_mm=33\nMinDistCamCoords="));
+    EXPECT_EQ(
+        Run({"convert", m_model, "-o", m_back, "--to", "text", "--rewrite"}),
+        Failure("'" + m_model +
+                "': ::MV3DCamBase::MV3DCamBase holds an algorithm configuration as well: move its keys to a "
+                "section of their own, such as ::MV3DCamBase::MV3DCamBase::LxCCCLAlgoConfig"));
+}
+
 TEST_F(ModelCommands, ConvertNeverWritesOverItsInput)
 {
     WriteFile(m_model, m_text);
